@@ -1,0 +1,87 @@
+#pragma once
+
+#include "host/core/options.h"
+
+namespace QXHermiteMath {
+
+using QXCore::QXBoolParameter;
+using QXCore::QXDoubleParameter;
+using QXCore::QXOptions;
+using QXCore::QXUIntParameter;
+
+/// How a density is to be expanded: the one object that gives a coefficient vector its meaning.
+///
+/// | place | option             | default | meaning |
+/// |-------|--------------------|---------|----------------------------------------------------------|
+/// | 0     | -NPolyMax          | 5       | N, the largest total degree l + m + n of the basis | |
+/// 1-3   | -LambdaX, Y, Z     | 1.0     | widths, 1/angstrom: h_l(lambda_x x), see basis.h | | 4 |
+/// -UseCenterOfMass   | false   | expand about the mean of the centres, not the origin     | | 5 |
+/// -UseSingleLambda   | true    | one width for all axes                                   | | 6 |
+/// -UseOptimalLambdas | true    | find the widths by maximising the self overlap           |
+///
+/// Only -NPolyMax (0 to 100) and the last two booleans declare legal values; an illegal value is
+/// refused by SetValue with a warning and the old one stays. Widths are not checked.
+/// Copies are deep: changing a copy leaves the source alone.
+///
+/// Example: `QXHermiteOptions options; options.SetNPolyMax(10);`
+class QXHermiteOptions : public QXOptions {
+ public:
+  QXHermiteOptions();
+
+  /// A copy on the heap, owned by the caller, of class QXHermiteOptions.
+  QXOptions* CreateCopy() const override;
+
+  unsigned int GetNPolyMax() const { return Get<QXUIntParameter, unsigned int>(kNPolyMax); }
+  void SetNPolyMax(unsigned int value) { Set<QXUIntParameter>(kNPolyMax, value); }
+
+  double GetLambdaX() const { return Get<QXDoubleParameter, double>(kLambdaX); }
+  void SetLambdaX(double value) { Set<QXDoubleParameter>(kLambdaX, value); }
+
+  double GetLambdaY() const { return Get<QXDoubleParameter, double>(kLambdaY); }
+  void SetLambdaY(double value) { Set<QXDoubleParameter>(kLambdaY, value); }
+
+  double GetLambdaZ() const { return Get<QXDoubleParameter, double>(kLambdaZ); }
+  void SetLambdaZ(double value) { Set<QXDoubleParameter>(kLambdaZ, value); }
+
+  bool GetUseCenterOfMass() const { return Get<QXBoolParameter, bool>(kUseCenterOfMass); }
+  void SetUseCenterOfMass(bool value) { Set<QXBoolParameter>(kUseCenterOfMass, value); }
+
+  bool GetUseSingleLambda() const { return Get<QXBoolParameter, bool>(kUseSingleLambda); }
+  void SetUseSingleLambda(bool value) { Set<QXBoolParameter>(kUseSingleLambda, value); }
+
+  bool GetUseOptimalLambdas() const { return Get<QXBoolParameter, bool>(kUseOptimalLambdas); }
+  void SetUseOptimalLambdas(bool value) { Set<QXBoolParameter>(kUseOptimalLambdas, value); }
+
+ private:
+  enum Place : size_t {
+    kNPolyMax,
+    kLambdaX,
+    kLambdaY,
+    kLambdaZ,
+    kUseCenterOfMass,
+    kUseSingleLambda,
+    kUseOptimalLambdas,
+    kNumParameters
+  };
+
+  // The constructor fixes the class of each place, so the casts hold.
+  template <class Parameter, class Value>
+  Value Get(Place place) const {
+    Value value{};
+    static_cast<const Parameter*>(GetParameter(place))->GetValue(value, false);
+    return value;
+  }
+  template <class Parameter, class Value>
+  void Set(Place place, Value value) {
+    static_cast<Parameter*>(GetParameter(place))->SetValue(value);
+  }
+};
+
+/// Sets the three widths at once.
+inline void SetLambdas(QXHermiteOptions& options, double x, double y, double z) {
+  options.SetLambdaX(x);
+  options.SetLambdaY(y);
+  options.SetLambdaZ(z);
+}
+
+}  // namespace QXHermiteMath

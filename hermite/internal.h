@@ -1,0 +1,17 @@
+#pragma once
+
+// The free functions that stand under the exported interface: for this project's own code and
+// tests. They may change between versions.
+
+#include "hermite/expansion/gaussian_integrals.h"
+#include "hermite/expansion/mol_to_gaussians.h"
+#include "hermite/foundations/basis.h"
+#include "hermite/foundations/hermite_function.h"
+#include "hermite/frame/center_of_mass.h"
+#include "hermite/frame/inertial_orientation.h"
+#include "hermite/frame/moments.h"
+#include "hermite/frame/rigid_motion.h"
+#include "hermite/frame/rotation_kernel.h"
+#include "hermite/frame/translation_kernel.h"
+#include "hermite/overlay/overlay_results.h"
+#include "hermite/overlay/shape_overlay.h"

@@ -1,0 +1,47 @@
+#include "hermite/overlay/overlay_results.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "hermite/frame/rigid_motion.h"
+
+namespace QXHermiteMath {
+
+namespace {
+
+QXMol MoveFirstConformer(QXMol pose, QXTrans const& trans) {
+  const std::unique_ptr<QXMolKit::QXIterator<QXMolKit::QXConfBase>> confs(pose.GetConfs());
+  if (confs && confs->IsValid()) trans.Transform(confs->Get());
+  return pose;
+}
+
+}  // namespace
+
+QXMol FindPose(QXMCMolBase const& mol, std::vector<double> const& p) {
+  const std::vector<double> Q = generateRotationMatrix(p[0], p[1], p[2]);
+  const double m[9] = {Q[0], Q[3], Q[6], Q[1], Q[4], Q[7], Q[2], Q[5], Q[8]};
+  const double t[3] = {p[3], p[4], p[5]};
+  QXMol pose(mol);
+  QXMolKit::QXTranslate(pose, t);
+  QXMolKit::QXRotate(pose, m);
+  return pose;
+}
+
+double PostProcessOverlayData(std::vector<std::pair<double, QXMol>>& poses, unsigned int nPoses,
+                              QXTrans const& trans, QXMCMolBase& result) {
+  std::sort(poses.begin(), poses.end());
+  const double best = poses.back().first;
+  QXMol bestPoses(1);
+  const unsigned int n = std::min(static_cast<unsigned int>(poses.size()), nPoses);
+  for (unsigned int k = 0; k < n; ++k) {
+    QXMol pose = MoveFirstConformer(poses[poses.size() - 1 - k].second, trans);
+    if (k == 0)
+      bestPoses = std::move(pose);
+    else
+      bestPoses.NewConf(pose.GetActive());
+  }
+  result = static_cast<QXMCMolBase const&>(bestPoses);
+  return best;
+}
+
+}  // namespace QXHermiteMath
