@@ -54,10 +54,8 @@ void Expansion(benchmark::State& state) {
   const auto order = static_cast<unsigned int>(state.range(1));
   const QXHermiteOptions options = FixedOptions(degree);
   const auto gaussians = QXBench::DrugLikeGaussians(kAtoms, 1);
-  for (auto _ : state) {
-    QXGaussianToHermite engine(degree, 1, 1);
-    benchmark::DoNotOptimize(engine.Expand(options, gaussians, order));
-  }
+  QXGaussianToHermite engine(degree, 1, 1);
+  for (auto _ : state) benchmark::DoNotOptimize(engine.Expand(options, gaussians, order));
   state.SetItemsProcessed(state.iterations() * kAtoms);
 }
 BENCHMARK(Expansion)->ArgsProduct({{3, 5, 7, 10, 14}, {0, 1, 2}})->ArgNames({"N", "order"});

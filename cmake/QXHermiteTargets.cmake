@@ -6,6 +6,10 @@ function(qx_configure_target target)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF POSITION_INDEPENDENT_CODE ON)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
                                            -Wno-sign-conversion -Wnon-virtual-dtor)
+  # GCC 12 warns without cause about the concatenation of strings.
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    target_compile_options(${target} PRIVATE -Wno-restrict)
+  endif()
   if(QXHERMITE_WERROR)
     target_compile_options(${target} PRIVATE -Werror)
   endif()

@@ -4,7 +4,14 @@
 
 namespace QXHermiteMath {
 
-QXHermiteOptions::QXHermiteOptions() : QXOptions("Hermite Options", kNumParameters, 0) {
+QXHermiteOptions::QXHermiteOptions() : QXOptions(GetOriginal()) {}
+
+const QXHermiteOptions& QXHermiteOptions::GetOriginal() {
+  static const QXHermiteOptions original{Original()};
+  return original;
+}
+
+QXHermiteOptions::QXHermiteOptions(Original) : QXOptions("Hermite Options", kNumParameters, 0) {
   auto degree = std::make_unique<QXUIntParameter>("-NPolyMax", 5u);
   degree->SetBrief("Resolution Parameter.");
   degree->AddLegalRange("100", "0");

@@ -71,6 +71,11 @@ class QXHermiteOptions : public QXOptions {
     static_cast<const Parameter*>(GetParameter(place))->GetValue(value, false);
     return value;
   }
+  // The set from which all others are copied: texts and ranges are made once a run.
+  struct Original {};
+  explicit QXHermiteOptions(Original);
+  static const QXHermiteOptions& GetOriginal();
+
   template <class Parameter, class Value>
   void Set(Place place, Value value) {
     static_cast<Parameter*>(GetParameter(place))->SetValue(value);
