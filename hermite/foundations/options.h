@@ -11,13 +11,11 @@ using QXCore::QXUIntParameter;
 
 /// How a density is to be expanded: the one object that gives a coefficient vector its meaning.
 ///
-/// | place | option             | default | meaning |
-/// |-------|--------------------|---------|----------------------------------------------------------|
-/// | 0     | -NPolyMax          | 5       | N, the largest total degree l + m + n of the basis | |
-/// 1-3   | -LambdaX, Y, Z     | 1.0     | widths, 1/angstrom: h_l(lambda_x x), see basis.h | | 4 |
-/// -UseCenterOfMass   | false   | expand about the mean of the centres, not the origin     | | 5 |
-/// -UseSingleLambda   | true    | one width for all axes                                   | | 6 |
-/// -UseOptimalLambdas | true    | find the widths by maximising the self overlap           |
+/// - -NPolyMax (5): N, the largest total degree l + m + n of the basis.
+/// - -LambdaX, -LambdaY, -LambdaZ (1.0): the widths, 1/angstrom: h_l(lambda_x x), see basis.h.
+/// - -UseCenterOfMass (false): expand about the mean of the centres instead of the origin.
+/// - -UseSingleLambda (true): one width for all axes.
+/// - -UseOptimalLambdas (true): find the widths by maximising the self overlap.
 ///
 /// Only -NPolyMax (0 to 100) and the last two booleans declare legal values; an illegal value is
 /// refused by SetValue with a warning and the old one stays. Widths are not checked.

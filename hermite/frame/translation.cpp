@@ -32,11 +32,14 @@ QXHermiteTranslation::QXHermiteTranslation(unsigned int N) {
     stage->resize(packed);
   columns.resize(translationMatrixDerivative.size());
   work.resize(a + 1);
+  swapped.resize(static_cast<size_t>(a + 2) * (2 * a + 3));
 }
 
 bool QXHermiteTranslation::BuildTranslationMatrix(double r, double s, unsigned int N1,
                                                   unsigned int N2) {
   kernel::BuildTranslationMatrix(r, s, N1, N2, translationMatrix.data());
+  if (r > 1.0)
+    kernel::BuildTranslationMatrixSwapped(r, s, N1, N2, translationMatrix.data(), swapped.data());
   return true;
 }
 

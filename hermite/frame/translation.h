@@ -37,7 +37,8 @@ class QXHermiteTranslation {
   explicit QXHermiteTranslation(unsigned int N);
 
   /// Fills T for source degree N1 (columns) and target degree N2 (rows), row length N1 + N2 + 2,
-  /// with r = lambda_src/lambda_tgt and s = -lambda_src t. Always true.
+  /// with r = lambda_src/lambda_tgt and s = -lambda_src t. Rows 0 .. N2 and columns 0 .. N1 + 1 are
+  /// accurate for any r; beyond column N1 + 1 stand the recurrence's own values. Always true.
   bool BuildTranslationMatrix(double r, double s, unsigned int N1, unsigned int N2);
   /// Fills dT/ds, row length N1 + 1, from the T of the same degrees. Always true.
   bool BuildTranslationMatrixDerivative(unsigned int N1, unsigned int N2);
@@ -77,6 +78,7 @@ class QXHermiteTranslation {
   std::vector<double> stageYDerivativeZ;
   std::vector<double> columns;  // T or dT of the z axis, transposed
   std::vector<double> work;     // one row of coefficients
+  std::vector<double> swapped;  // T of the swapped integral
 };
 
 }  // namespace QXHermiteMath

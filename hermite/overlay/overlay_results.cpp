@@ -1,6 +1,7 @@
 #include "hermite/overlay/overlay_results.h"
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 
 #include "hermite/frame/rigid_motion.h"
@@ -29,7 +30,10 @@ QXMol FindPose(QXMCMolBase const& mol, std::vector<double> const& p) {
 
 double PostProcessOverlayData(std::vector<std::pair<double, QXMol>>& poses, unsigned int nPoses,
                               QXTrans const& trans, QXMCMolBase& result) {
-  std::sort(poses.begin(), poses.end());
+  // A score that is no number has no place in an order: such poses come first, as the worst.
+  const auto ordered = std::partition(poses.begin(), poses.end(),
+                                      [](const auto& pose) { return std::isnan(pose.first); });
+  std::sort(ordered, poses.end());
   const double best = poses.back().first;
   QXMol bestPoses(1);
   const unsigned int n = std::min(static_cast<unsigned int>(poses.size()), nPoses);

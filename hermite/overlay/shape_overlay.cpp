@@ -35,8 +35,10 @@ QXShapeOverlay::QXShapeOverlay(double newTolerance, unsigned int newIterationLim
 }
 
 std::vector<double> QXShapeOverlay::GetCoefficients(QXConfBase const& conformer) const {
-  if (conformer.HasData(coefficientTag.c_str()))
-    return conformer.GetData<std::vector<double>>(coefficientTag.c_str());
+  if (conformer.HasDataOfType<std::vector<double>>(coefficientTag.c_str())) {
+    const auto& kept = conformer.GetData<std::vector<double>>(coefficientTag.c_str());
+    if (kept.size() == QXHermiteBasisSize(options.GetNPolyMax())) return kept;
+  }
   QXMol mol(conformer, 1);
   QXMolKit::QXSuppressHydrogens(mol, false, false, true);
   mol.CompactAtoms();
