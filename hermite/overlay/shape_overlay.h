@@ -28,9 +28,10 @@ extern const double rot_Z[9];
 /// are to be compared (usually inertial frames), and says with trans how the poses get back to
 /// where they are wanted.
 ///
-/// Every fit is expanded with the options of the reference. To compare under the reference's
-/// widths, hand over a reference whose options have -UseOptimalLambdas false (QXHermite::Setup
-/// from coefficients does that); with the flag true each fit is expanded at widths of its own.
+/// Every fit is expanded with the options of the reference, and its coefficients are then read
+/// under the reference's widths. So hand over a reference whose options have -UseOptimalLambdas
+/// false (QXHermite::Setup from coefficients does that): with the flag true each fit would be
+/// expanded at widths of its own, and the scores would mean nothing.
 ///
 /// One thread at a time. Two objects that overlay molecules of one title at a time write one file.
 ///

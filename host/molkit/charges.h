@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+#include "host/molkit/molbase.h"
+
+namespace QXMolKit {
+
+/// Sets the partial charge of every atom to that of Gasteiger and Marsili (Tetrahedron 36 (1980)
+/// 3219). The charge of an implied hydrogen goes to the atom that bears it, so that the sum is the
+/// formal charge of the molecule. False, with an error, and no charge changed, when the structure
+/// cannot be understood or an element has no parameters.
+bool QXAssignGasteigerCharges(QXMolBase& mol);
+
+/// Sets the partial charges from the SD text of a record. Returns what is wrong with that text, and
+/// leaves the charges alone then; an empty text when all is well or the record tells no charges.
+std::string QXReadChargeText(const QXSDText& text, QXMolBase& mol);
+
+/// Makes the SD text of a record tell the partial charges of the atoms, unless all are 0.
+void QXWriteChargeText(const QXMolBase& mol, QXSDText& text);
+
+}  // namespace QXMolKit
