@@ -1,0 +1,121 @@
+// The minimisers on the problems of Moré, Garbow and Hillstrom, beside LBFGSpp in the same run. The
+// counters tell more than the times: evaluations, the value reached (all minima are 0), and whether
+// the peer gave up with an exception. Both stop at a change of 1e-10, relative to max(1, |f|).
+
+#include <LBFGS.h>
+#include <benchmark/benchmark.h>
+
+#include <exception>
+#include <iterator>
+#include <vector>
+
+#include "host/minimizer/bfgs.h"
+#include "host/minimizer/newton.h"
+#include "tests/host/minimizer/problems.h"
+
+namespace {
+
+using namespace QXTest;
+
+constexpr double kTolerance = 1e-10;
+
+struct Outcome {
+  double value = 0;
+  bool failed = false;
+};
+
+Outcome SearchBFGS(CountedFunc& f, const std::vector<double>& start) {
+  std::vector<double> x(start.size());
+  QXMinimizer::QXBFGSOpt bfgs;
+  bfgs.SetTolerance(kTolerance);
+  return {bfgs(f, start.data(), x.data()), false};
+}
+
+Outcome SearchLBFGSpp(CountedFunc& f, const std::vector<double>& start) {
+  LBFGSpp::LBFGSParam<double> param;
+  param.epsilon = param.epsilon_rel = kTolerance;
+  param.past = 1;
+  param.delta = kTolerance;
+  param.max_iterations = 1000;
+  LBFGSpp::LBFGSSolver<double, LBFGSpp::LineSearchBracketing> solver(param);
+  const auto call = [&f](const Eigen::VectorXd& x, Eigen::VectorXd& gradient) {
+    return f(x.data(), gradient.data());
+  };
+  Eigen::VectorXd x =
+      Eigen::Map<const Eigen::VectorXd>(start.data(), static_cast<Eigen::Index>(start.size()));
+  Outcome outcome;
+  try {
+    solver.minimize(call, x, outcome.value);
+  } catch (const std::exception&) {
+    outcome.failed = true;
+  }
+  return outcome;
+}
+
+template <typename F>
+void Measure(benchmark::State& state, F f, const std::vector<double>& start,
+             Outcome (*search)(CountedFunc&, const std::vector<double>&)) {
+  Outcome outcome;
+  for (auto _ : state) {
+    f.evaluations = 0;
+    outcome = search(f, start);
+    benchmark::DoNotOptimize(outcome);
+  }
+  state.counters["evaluations"] = f.evaluations;
+  state.counters["value"] = outcome.value;
+  state.counters["failed"] = outcome.failed;
+}
+
+template <typename Formula>
+void BM_BFGS(benchmark::State& state) {
+  Measure(state, Problem<Formula>(), {std::begin(Formula::kStart), std::end(Formula::kStart)},
+          SearchBFGS);
+}
+
+template <typename Formula>
+void BM_LBFGSpp(benchmark::State& state) {
+  Measure(state, Problem<Formula>(), {std::begin(Formula::kStart), std::end(Formula::kStart)},
+          SearchLBFGSpp);
+}
+
+template <typename Formula>
+void BM_Newton(benchmark::State& state) {
+  Problem<Formula> f;
+  std::vector<double> x(f.NumVar());
+  QXMinimizer::QXNewtonOpt newton;
+  newton.SetIterLimit(1000);
+  double value = 0;
+  for (auto _ : state) {
+    f.evaluations = 0;
+    value = newton(f, nullptr, Formula::kStart, x.data());
+    benchmark::DoNotOptimize(value);
+  }
+  state.counters["evaluations"] = f.evaluations;
+  state.counters["value"] = value;
+}
+
+void BM_ManyVariablesBFGS(benchmark::State& state) {
+  const ExtendedRosenbrock f(static_cast<unsigned int>(state.range(0)));
+  Measure(state, f, f.Start(), SearchBFGS);
+}
+void BM_ManyVariablesLBFGSpp(benchmark::State& state) {
+  const ExtendedRosenbrock f(static_cast<unsigned int>(state.range(0)));
+  Measure(state, f, f.Start(), SearchLBFGSpp);
+}
+
+#define QX_PROBLEM(Formula)       \
+  BENCHMARK(BM_BFGS<Formula>);    \
+  BENCHMARK(BM_LBFGSpp<Formula>); \
+  BENCHMARK(BM_Newton<Formula>)
+
+QX_PROBLEM(Rosenbrock);
+QX_PROBLEM(PowellBadlyScaled);
+QX_PROBLEM(BrownBadlyScaled);
+QX_PROBLEM(Beale);
+QX_PROBLEM(PowellSingular);
+QX_PROBLEM(Wood);
+
+BENCHMARK(BM_ManyVariablesBFGS)->Arg(60)->Arg(600);
+BENCHMARK(BM_ManyVariablesLBFGSpp)->Arg(60)->Arg(600);
+
+}  // namespace

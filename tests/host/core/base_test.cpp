@@ -1,0 +1,109 @@
+#include "host/core/base.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "host/core/gaussian.h"
+#include "host/core/throw.h"
+
+namespace {
+
+using namespace QXCore;
+using Vector = std::vector<double>;
+
+TEST(Tag, EqualNamesShareATagAcrossThreads) {
+  EXPECT_EQ(QXGetTag("grid"), QXGetTag(std::string("grid").c_str()));
+  EXPECT_NE(QXGetTag("grid"), QXGetTag("Grid"));
+  EXPECT_EQ(QXGetTagName(QXGetTag("electric field")), "electric field");
+  EXPECT_EQ(QXGetTagName(0), "");
+  EXPECT_EQ(QXGetTagName(~0u), "");
+
+  std::vector<std::vector<unsigned int>> tags(4);
+  std::vector<std::thread> threads;
+  for (auto& mine : tags) {
+    threads.emplace_back([&mine] {
+      for (int i = 0; i < 500; ++i) mine.push_back(QXGetTag(std::to_string(i).c_str()));
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(std::set<unsigned int>(tags[0].begin(), tags[0].end()).size(), 500u);
+  for (const auto& mine : tags) EXPECT_EQ(mine, tags[0]);
+}
+
+TEST(Base, ValuesComeBackAndOneTagHoldsOne) {
+  QXBase base;
+  EXPECT_FALSE(base.HasData("grid"));
+  EXPECT_TRUE(base.GetData<Vector>("grid").empty());
+  EXPECT_EQ(base.FindData(QXGetTag("grid")), nullptr);
+  EXPECT_FALSE(base.DeleteData("grid"));
+
+  EXPECT_TRUE(base.SetData("grid", Vector{1, 2}));
+  EXPECT_TRUE(base.SetData("potential", Vector{3}));
+  EXPECT_TRUE(base.SetData(QXGetTag("grid"), Vector{4}));
+  EXPECT_TRUE(base.HasData(QXGetTag("grid")));
+  EXPECT_EQ(base.GetData<Vector>("grid"), Vector{4});
+  EXPECT_THAT(base.GetTags(), testing::ElementsAre(QXGetTag("grid"), QXGetTag("potential")));
+  EXPECT_EQ(base.FindData(QXGetTag("grid"))->GetSize(), 1u);
+
+  EXPECT_TRUE(base.DeleteData("grid"));
+  EXPECT_FALSE(base.HasData("grid"));
+  EXPECT_EQ(base.GetData<Vector>("potential"), Vector{3});
+}
+
+TEST(Base, AnotherTypeIsRefusedWithAWarning) {
+  std::vector<std::string> warnings;
+  const auto former =
+      QXThrow.SetHandler([&](QXErrorLevel, const std::string& text) { warnings.push_back(text); });
+  QXBase base;
+  base.SetData("grid", Vector{1});
+  EXPECT_FALSE(base.HasDataOfType<int>("grid"));
+  EXPECT_TRUE(base.HasDataOfType<Vector>("grid"));
+  EXPECT_TRUE(warnings.empty());
+  EXPECT_FALSE(base.SetData("grid", 5));
+  EXPECT_EQ(base.GetData<int>("grid"), 0);
+  QXThrow.SetHandler(former);
+  EXPECT_EQ(base.GetData<Vector>("grid"), Vector{1});
+  EXPECT_THAT(warnings, testing::SizeIs(2));
+  EXPECT_THAT(warnings, testing::Each(testing::HasSubstr("\"grid\"")));
+}
+
+TEST(Base, CopiesAreDeepAndSelfAssignmentKeeps) {
+  QXBase source;
+  source.SetData("grid", Vector{1});
+  QXBase copy = source, assigned;
+  assigned.SetData("potential", Vector{9});
+  assigned = source;
+  source.SetData("grid", Vector{2});
+  EXPECT_EQ(copy.GetData<Vector>("grid"), Vector{1});
+  EXPECT_EQ(assigned.GetData<Vector>("grid"), Vector{1});
+  EXPECT_FALSE(assigned.HasData("potential"));
+  const QXBase& self = copy;
+  copy = self;
+  EXPECT_EQ(copy.GetData<Vector>("grid"), Vector{1});
+  assigned = QXBase();
+  EXPECT_FALSE(assigned.HasData("grid"));
+}
+
+TEST(Gaussian, HoldsItsValuesAndMovesThroughAVector) {
+  float center[] = {1, 2, 3};
+  std::vector<QXGaussian> gaussians(2, QXGaussian(4, 5, center, 0));
+  center[0] = 9;
+  gaussians[1].SetX(6);
+  gaussians[1].SetY(7);
+  gaussians[1].SetZ(8);
+  gaussians[0].SetData("note", 1);
+  const auto values = [](const QXGaussian& g) {
+    return std::vector<float>{g.GetAmplitude(), g.GetWidth(), g.GetX(), g.GetY(), g.GetZ()};
+  };
+  EXPECT_EQ(values(gaussians[0]), (std::vector<float>{4, 5, 1, 2, 3}));
+  EXPECT_EQ(values(gaussians[1]), (std::vector<float>{4, 5, 6, 7, 8}));
+  EXPECT_TRUE(QXGaussian(gaussians[0]).HasData("note"));
+}
+
+}  // namespace

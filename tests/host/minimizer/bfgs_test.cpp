@@ -1,0 +1,256 @@
+#include "host/minimizer/bfgs.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+#include <new>
+#include <vector>
+
+#include "host/minimizer/bfgs_core.h"
+#include "tests/host/minimizer/problems.h"
+
+namespace {
+size_t allocations = 0;
+}  // namespace
+
+[[gnu::noinline]] void* operator new(size_t size) {
+  ++allocations;
+  if (void* block = std::malloc(size)) return block;
+  throw std::bad_alloc();
+}
+[[gnu::noinline]] void operator delete(void* block) noexcept {
+  std::free(block);
+}
+[[gnu::noinline]] void operator delete(void* block, size_t) noexcept {
+  std::free(block);
+}
+
+namespace {
+
+using namespace QXMinimizer;
+using namespace QXTest;
+using Status = QXMinimizerStatus;
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+template <typename Formula>
+class BfgsProblem : public testing::Test {};
+using Problems =
+    testing::Types<Rosenbrock, PowellBadlyScaled, BrownBadlyScaled, Beale, PowellSingular, Wood>;
+TYPED_TEST_SUITE(BfgsProblem, Problems);
+
+// All these minima are 0, and the tolerance speaks of the value. It is compared with an estimate of
+// what is left, which curved valleys make too small: by a factor of 20 in Powell's second problem.
+TYPED_TEST(BfgsProblem, ComesWithinTheToleranceOfTheMinimum) {
+  for (const double tolerance : {1e-10, 1e-16}) {
+    Problem<TypeParam> f;
+    std::vector<double> result(f.NumVar());
+    QXBFGSOpt bfgs;
+    bfgs.SetTolerance(tolerance);
+    const double value = bfgs(f, TypeParam::kStart, result.data());
+    EXPECT_LE(value, 100 * tolerance);
+    EXPECT_EQ(value, f(result.data()));
+    EXPECT_THAT(bfgs.GetStatus(), testing::AnyOf(Status::SmallGradient, Status::SmallDecrease));
+    EXPECT_EQ(bfgs.GetEvaluations() + 1, f.evaluations);
+    EXPECT_LE(bfgs.GetEvaluations(), 3 * bfgs.GetIterations() + 20);
+  }
+}
+
+TYPED_TEST(BfgsProblem, NeverClimbsAndKeepsTheLimit) {
+  Problem<TypeParam> f;
+  double last = f(TypeParam::kStart);
+  for (unsigned int limit = 0; limit < 12; ++limit) {
+    std::vector<double> result(f.NumVar(), kNaN);
+    QXBFGSOpt bfgs;
+    bfgs.SetIterLimit(limit);
+    const double value = bfgs(f, TypeParam::kStart, result.data());
+    EXPECT_LE(value, last);
+    EXPECT_EQ(value, f(result.data()));
+    EXPECT_EQ(bfgs.GetIterations(), limit);
+    EXPECT_EQ(bfgs.GetStatus(), Status::IterationLimit);
+    last = value;
+  }
+}
+
+// A quadratic with minimum -1 at (1, 1, ...) and curvatures from `least` to 1, mixed by a
+// reflection so that no variable is an axis of it.
+auto Quadratic(unsigned int n, double least) {
+  return Callable(n, [n, least](const double* x, double* gradient) {
+    const auto reflect = [n](std::vector<double> v) {
+      double sum = 0;
+      for (const double e : v) sum += e;
+      for (double& e : v) e -= 2 * sum / n;
+      return v;
+    };
+    std::vector<double> v(n);
+    for (unsigned int i = 0; i < n; ++i) v[i] = x[i] - 1;
+    v = reflect(v);
+    double value = -1;
+    for (unsigned int i = 0; i < n; ++i) {
+      const double curvature = std::pow(least, static_cast<double>(i) / (n - 1));
+      value += 0.5 * curvature * v[i] * v[i];
+      v[i] *= curvature;
+    }
+    v = reflect(v);
+    for (unsigned int i = 0; i < n; ++i) gradient[i] = v[i];
+    return value;
+  });
+}
+
+TEST(Bfgs, SolvesIllConditionedQuadraticsAndManyVariables) {
+  for (const double least : {1.0, 1e-3, 1e-6}) {
+    auto f = Quadratic(6, least);
+    const std::vector<double> start = {3, -2, 0, 5, 1, -4};
+    std::vector<double> x(6);
+    QXBFGSOpt bfgs;
+    bfgs.SetTolerance(1e-14);
+    EXPECT_LE(bfgs(f, start.data(), x.data()), -1 + 1e-13);
+    EXPECT_LE(f.evaluations, 60u);
+  }
+  ExtendedRosenbrock many(600);
+  const std::vector<double> start = many.Start();
+  std::vector<double> x(600);
+  QXBFGSOpt bfgs;
+  EXPECT_LE(bfgs(many, start.data(), x.data()), 1e-8);
+  for (const double v : x) EXPECT_NEAR(v, 1, 1e-3);  // the least curvature there is 0.4
+}
+
+// The better the tolerance, the nearer the value, and never by a whole order worse than asked.
+TEST(Bfgs, ToleranceIsARelativeErrorOfTheValue) {
+  // Two Gaussian wells in a plane, the deeper about 500, as overlaps are.
+  Callable f(2, [](const double* x, double* gradient) {
+    const double a = 500 * std::exp(-x[0] * x[0] - 0.3 * x[1] * x[1]);
+    const double b = 100 * std::exp(-(x[0] - 2) * (x[0] - 2) - x[1] * x[1]);
+    gradient[0] = 2 * x[0] * a + 2 * (x[0] - 2) * b;
+    gradient[1] = 0.6 * x[1] * a + 2 * x[1] * b;
+    return -a - b;
+  });
+  const double start[] = {0.7, 1.1};
+  double x[2];
+  QXBFGSOpt exact;
+  exact.SetTolerance(0);
+  const double least = exact(f, start, x);
+  EXPECT_NEAR(x[1], 0, 1e-6);
+  unsigned int last = 0;
+  for (const double tolerance : {1e-3, 1e-5, 1e-7, 1e-9}) {
+    QXBFGSOpt bfgs;
+    bfgs.SetTolerance(tolerance);
+    EXPECT_LE(bfgs(f, start, x) - least, 10 * tolerance * -least);
+    EXPECT_GE(bfgs.GetEvaluations(), last);
+    last = bfgs.GetEvaluations();
+  }
+  EXPECT_LE(last, 15u);
+}
+
+TEST(Bfgs, StationaryStartIsTheResult) {
+  Callable saddle(2, [](const double* x, double* gradient) {
+    gradient[0] = 2 * x[0];
+    gradient[1] = -2 * x[1];
+    return x[0] * x[0] - x[1] * x[1];
+  });
+  const double start[] = {0, 0};
+  double result[] = {7, 7};
+  QXBFGSOpt bfgs;
+  bfgs.SetTolerance(0);
+  bfgs(saddle, start, result);
+  EXPECT_EQ(result[0], 0);
+  EXPECT_EQ(result[1], 0);
+  EXPECT_EQ(bfgs.GetStatus(), Status::SmallGradient);
+  EXPECT_EQ(saddle.evaluations, 1u);
+}
+
+// 10 x - log x with its minimum at 0.1, just beyond the edge of the numbers when seen from 5.
+class Edge : public CountedFunc {
+ public:
+  enum Kind { NanValue, MinusInfinity, NanGradient, Barred };
+  explicit Edge(Kind kind) : kind_(kind) {}
+  unsigned int NumVar() const override { return 1; }
+  double operator()(const double* x) override { return 10 * x[0] - std::log(x[0]); }
+  double operator()(const double* x, double* gradient) override {
+    ++evaluations;
+    gradient[0] = 10 - 1 / x[0];
+    if (x[0] > 0) return (*this)(x);
+    if (kind_ == NanGradient) gradient[0] = kNaN;
+    if (kind_ == NanValue) return kNaN;
+    return kind_ == NanGradient ? -1e9 : -std::numeric_limits<double>::infinity();
+  }
+  bool CheckVariablesValidity(const double* x) override { return kind_ != Barred || x[0] > 0; }
+
+ private:
+  Kind kind_;
+};
+
+TEST(Bfgs, StepsBackFromPointsThatAreNotFiniteOrBarred) {
+  for (const auto kind : {Edge::NanValue, Edge::MinusInfinity, Edge::NanGradient, Edge::Barred}) {
+    for (const double start : {0.3, 5.0}) {
+      Edge f(kind);
+      double x = 0;
+      QXBFGSOpt bfgs;
+      bfgs(f, &start, &x);
+      // The second derivative is 100 there and the value 3.3: the root of 2 * 3.3e-10 / 100.
+      EXPECT_NEAR(x, 0.1, 1e-5);
+      EXPECT_LE(f.evaluations, 30u);
+    }
+    Edge f(kind);
+    const double start = -1;
+    double x = 0;
+    QXBFGSOpt bfgs;
+    bfgs(f, &start, &x);
+    EXPECT_EQ(x, -1);
+    EXPECT_EQ(bfgs.GetStatus(), Status::NonFiniteStart);
+    EXPECT_LE(f.evaluations, 1u);
+  }
+}
+
+TEST(Bfgs, EndsOnObjectivesWithoutMinimumOrWithAWrongGradient) {
+  Callable slope(1, [](const double* x, double* gradient) { return gradient[0] = -1, -x[0]; });
+  Callable wrong(1, [](const double* x, double* gradient) { return gradient[0] = 1, -x[0]; });
+  Callable steep(1, [](const double* x, double* gradient) { return gradient[0] = 1e300, x[0]; });
+  const double start = 0;
+  double x = kNaN;
+  QXBFGSOpt bfgs;
+  EXPECT_LT(bfgs(slope, &start, &x), -1e6);
+  EXPECT_TRUE(std::isfinite(x));
+  bfgs(wrong, &start, &x);
+  EXPECT_EQ(x, 0);
+  EXPECT_EQ(bfgs.GetStatus(), Status::NoDescent);
+  bfgs(steep, &start, &x);
+  EXPECT_TRUE(std::isfinite(x));
+}
+
+TEST(Bfgs, AllocatesNothingUpToSixVariablesAndTakesOneArray) {
+  Problem<Wood> f;
+  double x[4];
+  std::copy(Wood::kStart, Wood::kStart + 4, x);
+  QXBFGSOpt bfgs;
+  const size_t before = allocations;
+  bfgs(f, x, x);
+  EXPECT_EQ(allocations, before);
+  EXPECT_LT(f(x), 1e-8);
+}
+
+// Two searches in turns end where each ends alone, to the bit.
+TEST(BfgsCore, SearchesSideBySideShareNothing) {
+  Problem<Beale> a;
+  Problem<Rosenbrock> b;
+  QXBFGSCore first, second;
+  first.Start(2, Beale::kStart, 100, 1e-10);
+  second.Start(2, Rosenbrock::kStart, 100, 1e-10);
+  bool runFirst = true, runSecond = true;
+  while (runFirst || runSecond) {
+    if (runFirst) runFirst = first.Tell(a(first.Point(), first.Gradient()));
+    if (runSecond) runSecond = second.Tell(b(second.Point(), second.Gradient()));
+  }
+  double x[2];
+  QXBFGSOpt bfgs;
+  EXPECT_EQ(bfgs(a, Beale::kStart, x), first.BestValue());
+  EXPECT_EQ(x[0], first.BestPoint()[0]);
+  EXPECT_EQ(bfgs(b, Rosenbrock::kStart, x), second.BestValue());
+  EXPECT_EQ(x[0], second.BestPoint()[0]);
+}
+
+}  // namespace

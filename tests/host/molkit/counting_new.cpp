@@ -1,0 +1,23 @@
+#include "counting_new.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+
+size_t QXTest::numAllocations = 0;
+size_t QXTest::largestAllocation = 0;
+
+void* operator new(size_t size) {
+  ++QXTest::numAllocations;
+  QXTest::largestAllocation = std::max(QXTest::largestAllocation, size);
+  if (void* block = std::malloc(size ? size : 1)) return block;
+  throw std::bad_alloc();
+}
+
+void operator delete(void* block) noexcept {
+  std::free(block);
+}
+
+void operator delete(void* block, size_t) noexcept {
+  std::free(block);
+}

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "host/molkit/mol.h"
+
+namespace QXTest {
+
+using QXMolKit::QXMol;
+
+/// A molecule of tests/data/hermite/drugs.txt with its two conformers, hydrogens included; see
+/// tests/golden/hermite_molecules.py for the format.
+inline QXMol Drug(const std::string& title) {
+  std::ifstream file(std::string(QX_TEST_DATA) + "/hermite/drugs.txt");
+  std::string name;
+  for (unsigned int atoms = 0, conformers = 0; file >> name >> atoms >> conformers;) {
+    QXMol mol;
+    mol.SetTitle(name);
+    for (unsigned int i = 0; i < atoms; ++i) {
+      unsigned int number = 0;
+      double charge = 0;
+      file >> number >> charge;
+      mol.NewAtom(number)->SetPartialCharge(charge);
+    }
+    std::vector<double> coords(3 * static_cast<size_t>(atoms));
+    for (unsigned int k = 0; k < conformers; ++k) {
+      for (double& x : coords) file >> x;
+      QXMolKit::QXConfBase* conf = k == 0 ? mol.GetActive() : mol.NewConf(mol.GetActive());
+      conf->SetCoords(coords.data());
+    }
+    if (name == title && file) return mol;
+  }
+  throw std::runtime_error("no molecule " + title);
+}
+
+inline std::vector<double> Coords(const QXMolKit::QXMolBase& mol) {
+  std::vector<double> coords(3 * static_cast<size_t>(mol.NumAtoms()));
+  mol.GetCoords(coords.data());
+  return coords;
+}
+
+/// The conformers of a molecule, in order.
+inline std::vector<QXMolKit::QXConfBase*> Conformers(const QXMol& mol) {
+  std::vector<QXMolKit::QXConfBase*> all;
+  const std::unique_ptr<QXMolKit::QXIterator<QXMolKit::QXConfBase>> confs(mol.GetConfs());
+  for (; confs && confs->IsValid(); confs->Next()) all.push_back(confs->Get());
+  return all;
+}
+
+/// An empty folder as current directory while it lives.
+class TemporaryFolder {
+ public:
+  explicit TemporaryFolder(const std::string& name)
+      : before_(std::filesystem::current_path()),
+        path_(std::filesystem::temp_directory_path() / ("qxhermite_test_" + name)) {
+    std::filesystem::remove_all(path_);
+    std::filesystem::create_directories(path_);
+    std::filesystem::current_path(path_);
+  }
+  ~TemporaryFolder() {
+    std::filesystem::current_path(before_);
+    std::filesystem::remove_all(path_);
+  }
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+ private:
+  std::filesystem::path before_, path_;
+};
+
+}  // namespace QXTest

@@ -1,0 +1,410 @@
+// The command `qxhermite overlay`, run as a person runs it.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <random>
+#include <thread>
+
+#include "host/molkit/molstream.h"
+#include "tests/tools/sd_text.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace QXTest;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+const std::string kExamples = QX_EXAMPLES;
+constexpr const char* kScoreTag = "Shape Tanimoto";
+
+/// A folder of its own for each test, in which the tool runs.
+class OverlayCommand : public testing::Test {
+ protected:
+  void SetUp() override {
+    folder_ =
+        fs::temp_directory_path() / ("qxhermite-test-" + std::to_string(::getpid()) + "-" +
+                                     testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::remove_all(folder_);
+    fs::create_directories(folder_ / "tmp");
+    reference_ = ReadSd(kExamples + "/reference.sdf").at(0);
+  }
+  void TearDown() override { fs::remove_all(folder_); }
+
+  std::string Path(const std::string& name) const { return (folder_ / name).string(); }
+
+  pid_t Start(const std::vector<std::string>& words) {
+    // The shell only changes the folder; `exec` leaves its process to the tool.
+    std::string line = "cd \"$0\" && export TMPDIR=\"$0/tmp\" && exec \"$@\" >out.txt 2>err.txt";
+    std::vector<std::string> all = {"/bin/sh", "-c", line, folder_.string(), QX_TOOL, "overlay"};
+    all.insert(all.end(), words.begin(), words.end());
+    std::vector<char*> argv;
+    for (std::string& word : all) argv.push_back(word.data());
+    argv.push_back(nullptr);
+    pid_t child = -1;
+    EXPECT_EQ(::posix_spawn(&child, "/bin/sh", nullptr, nullptr, argv.data(), environ), 0);
+    return child;
+  }
+
+  /// Runs the tool to its end; fills out_ and err_. The exit status, or minus the signal.
+  int Finish(pid_t child) {
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    out_ = ReadFile(Path("out.txt"));
+    err_ = ReadFile(Path("err.txt"));
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+  }
+  int Run(const std::vector<std::string>& words) { return Finish(Start(words)); }
+
+  /// Overlays fit.sdf on ref.sdf into hits.sdf.
+  int Overlay(const std::vector<SdRecord>& fits, std::vector<std::string> more = {}) {
+    WriteFile(Path("ref.sdf"), Text({reference_}));
+    WriteFile(Path("fit.sdf"), Text(fits));
+    more.insert(more.begin(), {"--ref", "ref.sdf", "--fit", "fit.sdf", "--out", "hits.sdf"});
+    return Run(more);
+  }
+  std::vector<SdRecord> Hits() const { return ReadSd(Path("hits.sdf")); }
+
+  /// Names of all files below a folder of the test, without the texts that the tool printed.
+  std::vector<std::string> Files(const std::string& below = "") const {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::recursive_directory_iterator(folder_ / below)) {
+      const std::string name = entry.path().lexically_relative(folder_).string();
+      if (!entry.is_directory() && name != "out.txt" && name != "err.txt") names.push_back(name);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
+  fs::path folder_;
+  SdRecord reference_;
+  std::string out_, err_;
+};
+
+std::vector<SdRecord> Drugs(const std::vector<std::string>& titles) {
+  std::vector<SdRecord> chosen;
+  for (const SdRecord& record : ReadSd(kExamples + "/drugs.sdf")) {
+    if (std::count(titles.begin(), titles.end(), record.Title()) > 0) chosen.push_back(record);
+  }
+  return chosen;
+}
+
+Motion RandomMotion(std::mt19937& random) {
+  std::normal_distribution<double> normal;
+  return MakeMotion({normal(random), normal(random), normal(random), normal(random)},
+                    {20 * normal(random), 20 * normal(random), 20 * normal(random)});
+}
+
+double Score(const SdRecord& hit) {
+  return std::stod(hit.Data(kScoreTag));
+}
+
+TEST_F(OverlayCommand, MovedCopyComesBackOntoTheReferenceAsItWas) {
+  std::mt19937 random(1);
+  const SdRecord copy = reference_.Moved(RandomMotion(random));
+  ASSERT_EQ(Overlay({copy}, {"-npolymax", "10"}), 0) << err_;
+  const std::vector<SdRecord> hits = Hits();
+  ASSERT_EQ(hits.size(), 1u);
+  EXPECT_GT(Score(hits[0]), 0.999);
+  EXPECT_LT(LargestDistance(hits[0], reference_), 0.02);
+  EXPECT_EQ(hits[0].Title(), reference_.Title());
+  EXPECT_EQ(hits[0].Bonds(), reference_.Bonds());
+  EXPECT_EQ(hits[0].Data("PartialCharges"), reference_.Data("PartialCharges"));
+  EXPECT_THAT(err_, IsEmpty());
+  EXPECT_THAT(Files(), ElementsAre("fit.sdf", "hits.sdf", "ref.sdf"));
+}
+
+TEST_F(OverlayCommand, ResultDoesNotDependOnTheFramesOfTheInput) {
+  // The drugs of the examples have three distinct moments each.
+  const std::vector<SdRecord> drugs = Drugs({"naproxen", "diclofenac", "etoricoxib", "morphine"});
+  ASSERT_EQ(Overlay(drugs, {"--no-group"}), 0) << err_;
+  const std::vector<SdRecord> before = Hits();
+  ASSERT_EQ(before.size(), drugs.size());
+
+  std::mt19937 random(2);
+  std::vector<SdRecord> moved;
+  for (const SdRecord& drug : drugs) moved.push_back(drug.Moved(RandomMotion(random)));
+  const Motion motion = RandomMotion(random);
+  reference_ = reference_.Moved(motion);
+  ASSERT_EQ(Overlay(moved, {"--no-group"}), 0) << err_;
+  const std::vector<SdRecord> after = Hits();
+  ASSERT_EQ(after.size(), before.size());
+
+  // The poses have moved with the reference.
+  for (size_t i = 0; i < before.size(); ++i) {
+    EXPECT_EQ(after[i].Title(), before[i].Title());
+    EXPECT_NEAR(Score(after[i]), Score(before[i]), 1e-3);
+    EXPECT_LT(LargestDistance(after[i], before[i].Moved(motion)), 0.05) << before[i].Title();
+  }
+}
+
+TEST_F(OverlayCommand, InPlaceStartsFromTheFramesAsGiven) {
+  const double slight = 0.05;  // radians, and about as many angstrom
+  const SdRecord near = reference_.Moved(MakeMotion({1, slight / 2, 0, 0}, {0.3, -0.2, 0.1}));
+  const SdRecord far = reference_.Moved(MakeMotion({1, 0, 0, 0}, {40, 0, 0})).Titled("far");
+  ASSERT_EQ(Overlay({near, far}, {"--in-place", "--npolymax", "12"}), 0) << err_;
+  std::vector<SdRecord> hits = Hits();
+  ASSERT_EQ(hits.size(), 2u);
+  // An expansion about another place than the molecule's own centre is a little worse.
+  EXPECT_GT(Score(hits[0]), 0.99);
+  EXPECT_LT(LargestDistance(hits[0], reference_), LargestDistance(near, reference_) / 4);
+  EXPECT_EQ(hits[1].Title(), "far");
+  EXPECT_LT(Score(hits[1]), 0.01);  // out of reach of any minimisation
+
+  ASSERT_EQ(Overlay({far}), 0) << err_;
+  EXPECT_GT(Score(Hits().at(0)), 0.999);
+}
+
+TEST_F(OverlayCommand, TitlesNeverDecideWhereFilesGo) {
+  const std::vector<std::string> titles = {"../../escaped", "/absolute/path", "..", "",
+                                           std::string(10000, 'x')};
+  std::vector<SdRecord> fits;
+  for (const std::string& title : titles) fits.push_back(reference_.Titled(title));
+  ASSERT_EQ(Overlay(fits, {"--records", "kept/here"}), 0) << err_;
+  EXPECT_THAT(Files(), ElementsAre("fit.sdf", "hits.sdf", "kept/here/000001_.._.._escaped.qxb",
+                                   "kept/here/000002__absolute_path.qxb", "kept/here/000003_...qxb",
+                                   "kept/here/000004_.qxb",
+                                   "kept/here/000005_" + std::string(60, 'x') + ".qxb", "ref.sdf"));
+  std::vector<std::string> written;
+  for (const SdRecord& hit : Hits()) written.push_back(hit.Title());
+  EXPECT_THAT(written, testing::UnorderedElementsAreArray(titles));
+}
+
+TEST_F(OverlayCommand, RecordsHoldEveryStartAndPose) {
+  const std::vector<SdRecord> drugs = Drugs({"carbamazepine"});  // two conformers
+  ASSERT_EQ(Overlay(drugs, {"--records", "kept"}), 0) << err_;
+  QXMolKit::qxmolistream record(Path("kept/000001_carbamazepine.qxb"));
+  QXMolKit::QXMol mol;
+  size_t count = 0;
+  for (; QXMolKit::QXReadMolecule(record, mol); ++count) {
+    EXPECT_STREQ(mol.GetTitle(), "carbamazepine");
+    EXPECT_EQ(mol.NumAtoms(), drugs[0].NumAtoms());
+    EXPECT_EQ(QXMolKit::QXHasSDData(mol, kScoreTag), count % 2 == 1);
+  }
+  EXPECT_EQ(count, 16u);  // four starts and four poses a conformer
+  EXPECT_THAT(Files("tmp"), IsEmpty());
+}
+
+TEST_F(OverlayCommand, PosesOfAnEarlierRunAreOverlaidAfresh) {
+  const std::vector<SdRecord> drugs = Drugs({"naproxen"});
+  ASSERT_EQ(Overlay(drugs, {"--records", "kept"}), 0) << err_;
+  const double score = Score(Hits().at(0));
+  // Conformers in a record carry coefficients, of another frame and, with another degree now, of
+  // another length.
+  ASSERT_EQ(Run({"--ref", "ref.sdf", "--fit", "kept/000001_naproxen.qxb", "--out", "again.sdf",
+                 "--npolymax", "6"}),
+            0)
+      << err_;
+  EXPECT_NEAR(Score(ReadSd(Path("again.sdf")).at(0)), score, 0.05);
+}
+
+TEST_F(OverlayCommand, ConsecutiveRecordsOfOneStructureAreConformers) {
+  const std::vector<SdRecord> drugs = Drugs({"carbamazepine", "celecoxib"});
+  ASSERT_EQ(drugs.size(), 6u);
+  std::vector<SdRecord> fits = drugs;
+  fits.push_back(drugs[0]);                          // comes back, but not right after
+  fits.push_back(drugs[2].Titled("carbamazepine"));  // the same title on another structure
+  ASSERT_EQ(Overlay(fits), 0) << err_;
+  EXPECT_EQ(Hits().size(), 4u);
+  ASSERT_EQ(Overlay(fits, {"--no-group"}), 0) << err_;
+  EXPECT_EQ(Hits().size(), 8u);
+  ASSERT_EQ(Overlay(drugs, {"--poses", "3"}), 0) << err_;
+  EXPECT_EQ(Hits().size(), 6u);
+}
+
+TEST_F(OverlayCommand, TableAndCsvRankTheHits) {
+  const std::vector<SdRecord> fits = {
+      Carbons("one, \"two\"\x1b[31m", {{0, 0, 0}, {1.5, 0, 0}, {2, 1.4, 0.3}}), reference_};
+  ASSERT_EQ(Overlay(fits, {"--csv", "hits.csv"}), 0) << err_;
+  const std::vector<SdRecord> hits = Hits();
+  ASSERT_EQ(hits.size(), 2u);
+  const std::string best = hits[0].Data(kScoreTag), second = hits[1].Data(kScoreTag);
+  EXPECT_EQ(best.substr(0, 5) + second.substr(0, 2), "1.0000.");
+  EXPECT_EQ(out_,
+            "Rank  Title            Conformer  Tanimoto\n"
+            "   1  celecoxib                1  " +
+                best +
+                "\n"
+                "   2  one, \"two\"?[31m          1  " +
+                second + "\n");
+  EXPECT_EQ(ReadFile(Path("hits.csv")),
+            "rank,title,file,record,conformer,tanimoto\n"
+            "1,celecoxib,fit.sdf,2,1," +
+                best +
+                "\n"
+                "2,\"one, \"\"two\"\"\x1b[31m\",fit.sdf,1,1," +
+                second + "\n");
+  ASSERT_EQ(Overlay(fits, {"--top", "1"}), 0);
+  EXPECT_EQ(std::count(out_.begin(), out_.end(), '\n'), 2);
+  ASSERT_EQ(Overlay(fits, {"--quiet"}), 0);
+  EXPECT_THAT(out_ + err_, IsEmpty());
+}
+
+TEST_F(OverlayCommand, BrokenRecordsAndFilesAreSkippedAndCounted) {
+  SdRecord hydrogens = Carbons("hydrogens", {{0, 0, 0}, {0.7, 0, 0}});
+  for (size_t i = 4; i < 6; ++i) hydrogens.lines[i][31] = 'H';
+  SdRecord notANumber = Carbons("nan", {{0, 0, 0}, {1.5, 0, 0}});
+  notANumber.lines[4].replace(0, 10, "       nan");
+  const std::vector<SdRecord> fits = {reference_.Titled("first"),
+                                      hydrogens,
+                                      notANumber,
+                                      Carbons("nothing", {}),
+                                      Carbons("heap", {{1, 2, 3}, {1, 2, 3}}),
+                                      Carbons("drawing", {{0, 0, 0}, {1.5, 0, 0}, {0, 1.5, 0}}),
+                                      reference_.Titled("last")};
+  WriteFile(Path("other.sdf"), reference_.Titled("other").Text());
+  ASSERT_EQ(Overlay(fits, {"--fit", "missing.sdf", "other.sdf"}), 2);
+  std::vector<std::string> titles;
+  for (const SdRecord& hit : Hits()) titles.push_back(hit.Title());
+  EXPECT_THAT(titles, testing::UnorderedElementsAre("first", "drawing", "last", "other"));
+  EXPECT_THAT(err_,
+              HasSubstr("fit.sdf:2: no heavy atoms: give a molecule with other atoms than hydrogen\n"));
+  EXPECT_THAT(err_, HasSubstr("fit.sdf:3: "));
+  EXPECT_THAT(err_,
+              HasSubstr("fit.sdf:4: no heavy atoms: give a molecule with other atoms than hydrogen\n"));
+  EXPECT_THAT(err_, HasSubstr("fit.sdf:5: no coordinates: give a structure in three dimensions\n"));
+  EXPECT_THAT(err_, HasSubstr("fit.sdf:6: all z are zero, it looks like a drawing: make 3-D "
+                              "coordinates, unless the molecule is flat\n"));
+  EXPECT_THAT(err_, HasSubstr("missing.sdf: "));
+  EXPECT_THAT(err_, testing::EndsWith("4 records skipped\n1 file skipped\n"));
+
+  ASSERT_EQ(Overlay({hydrogens}), 1);
+  EXPECT_EQ(err_,
+            "fit.sdf:1: no heavy atoms: give a molecule with other atoms than hydrogen\n"
+            "1 record skipped\n"
+            "no molecule could be overlaid: nothing was written\n");
+}
+
+TEST_F(OverlayCommand, EveryReferenceEndsInAResultOrAClearMessage) {
+  struct Case {
+    std::vector<std::array<double, 3>> places;
+    int status;
+    std::string message;
+  };
+  std::vector<std::array<double, 3>> line, plane, cloud;
+  std::mt19937 random(3);
+  std::uniform_real_distribution<double> uniform(-12, 12);
+  for (int i = 0; i < 6; ++i) line.push_back({1.4 * i, 0.7 * i, 0.3 * i});
+  for (int i = 0; i < 6; ++i) plane.push_back({1.4 * std::cos(i), 1.4 * std::sin(i), 2.0});
+  for (int i = 0; i < 500; ++i)
+    cloud.push_back({uniform(random), uniform(random), uniform(random)});
+  const Case cases[] = {
+      {{}, 1, "ref.sdf:1: no heavy atoms: give a molecule with other atoms than hydrogen\n"},
+      {{{5, 6, 7}}, 0, ""},
+      {line, 0, ""},
+      {plane, 0, ""},
+      {{{0, 0, 0}, {1, 0, 0}, {0, 2, 0}},
+       0,
+       "ref.sdf:1: all z are zero, it looks like a drawing: make 3-D coordinates, unless the "
+       "molecule is flat\n"},
+      {cloud, 0, ""},
+  };
+  for (const Case& one : cases) {
+    reference_ = Carbons("reference", one.places);
+    // The reference itself, turned, must be found again even where axes are arbitrary.
+    std::vector<SdRecord> fits = {Carbons("atom", {{1, 1, 1}})};
+    if (!one.places.empty()) fits.push_back(reference_.Moved(RandomMotion(random)));
+    EXPECT_EQ(Overlay(fits), one.status) << one.places.size() << " atoms: " << err_;
+    EXPECT_EQ(err_, one.message);
+    if (one.status == 0) {
+      EXPECT_GT(Score(Hits().at(0)), 0.999) << one.places.size() << " atoms";
+    }
+  }
+  reference_.lines[4].replace(0, 10, "       nan");
+  EXPECT_EQ(Overlay({Carbons("atom", {{1, 1, 1}})}), 1);
+  EXPECT_THAT(err_, HasSubstr("ref.sdf:1: "));
+  EXPECT_THAT(Files(), testing::Not(testing::Contains(HasSubstr(".part"))));
+}
+
+TEST_F(OverlayCommand, ReferenceRecordCanBeChosen) {
+  const std::vector<SdRecord> drugs = Drugs({"naproxen", "morphine"});
+  WriteFile(Path("refs.sdf"), Text(drugs));
+  WriteFile(Path("fit.sdf"), drugs[1].Text());
+  const auto run = [&](const std::string& record) {
+    return Run(
+        {"--ref", "refs.sdf", "--ref-record", record, "--fit", "fit.sdf", "--out", "hits.sdf"});
+  };
+  ASSERT_EQ(run("2"), 0) << err_;
+  EXPECT_LT(LargestDistance(Hits().at(0), drugs[1]), 0.02);
+  EXPECT_EQ(run("9"), 1);
+  EXPECT_EQ(err_, "refs.sdf:9: no such record, the file holds 5: choose another --ref-record\n");
+}
+
+TEST_F(OverlayCommand, ExpansionOptionsReachTheExpansion) {
+  const std::vector<SdRecord> fits = Drugs({"naproxen"});
+  ASSERT_EQ(Overlay(fits), 0);
+  const double plain = Score(Hits().at(0));
+  // A width far too small sees two shapeless blobs, in any spelling of the options.
+  ASSERT_EQ(Overlay(fits, {"-LambdaX", "0.05", "--useoptimallambdas=false"}), 0) << err_;
+  EXPECT_GT(Score(Hits().at(0)), plain + 0.01);
+  ASSERT_EQ(Overlay(fits, {"--UseSingleLambda", "false"}), 0);
+  EXPECT_EQ(err_,
+            "ref.sdf:1: its three widths differ, so that turning a density is only "
+            "approximate: leave --UseSingleLambda true unless you need them\n");
+}
+
+TEST_F(OverlayCommand, WrongUsageIsExplained) {
+  const std::string help = "\nRun qxhermite overlay --help for the options.\n";
+  const std::pair<std::vector<std::string>, std::string> cases[] = {
+      {{"--npolymax", "101"}, "--NPolyMax: '101' is not 0 to 100"},
+      {{"-LambdaY", "wide"}, "--LambdaY: 'wide' is not a legal value"},
+      {{"-LambdaZ", "-1"}, "--LambdaZ: '-1' is not a positive number"},
+      {{"--UseSingleLambda", "maybe"}, "--UseSingleLambda: 'maybe' is not true or false"},
+      {{"--tolerance", "0"}, "--tolerance: '0' is not a positive number"},
+      {{"--tolerance", "nan"}, "--tolerance: 'nan' is not a positive number"},
+      {{"--poses", "0"}, "--poses: '0' is not a whole number of at least 1"},
+      {{"--poses", "2x"}, "--poses: '2x' is not a whole number of at least 1"},
+      {{"--in-place", "-UseCenterOfMass", "true"},
+       "--in-place and --UseCenterOfMass true exclude each other: leave one out"},
+      {{"--csv", "./ref.sdf"}, "./ref.sdf: is both read and written: give another name"},
+      {{"--csv", "hits.sdf"}, "hits.sdf: is written twice: give --csv another name"},
+      {{"--nonsense"}, "The following argument was not expected: --nonsense"},
+  };
+  for (const auto& [words, message] : cases) {
+    EXPECT_EQ(Overlay({reference_}, words), 1);
+    EXPECT_EQ(err_, "qxhermite: " + message + help);
+  }
+  EXPECT_EQ(Run({"--ref", "ref.sdf", "--fit", "fit.sdf", "--out", "hits.mol2"}), 1);
+  EXPECT_EQ(err_,
+            "qxhermite: hits.mol2: poses cannot be written in this format: name it .sdf, "
+            ".pdb or .qxb" +
+                help);
+  EXPECT_EQ(Run({"--ref", "ref.sdf", "--fit", "fit.sdf", "--out", "absent/hits.sdf"}), 1);
+  EXPECT_EQ(err_,
+            "absent/hits.sdf: cannot be written (No such file or directory): choose another "
+            "place\n");
+  EXPECT_EQ(Run({"--help"}), 0);
+  EXPECT_THAT(out_, testing::AllOf(HasSubstr("Examples:"), HasSubstr("Resolution Parameter."),
+                                   HasSubstr("--UseOptimalLambdas")));
+  EXPECT_THAT(Files(), ElementsAre("fit.sdf", "ref.sdf"));
+}
+
+TEST_F(OverlayCommand, InterruptedRunLeavesNothingBehind) {
+  std::vector<SdRecord> fits;
+  for (int i = 0; i < 2000; ++i) fits.push_back(reference_.Titled(std::to_string(i)));
+  WriteFile(Path("ref.sdf"), reference_.Text());
+  WriteFile(Path("fit.sdf"), Text(fits));
+  WriteFile(Path("hits.sdf"), "of an earlier run\n");
+  const pid_t child = Start({"--ref", "ref.sdf", "--fit", "fit.sdf", "--out", "hits.sdf"});
+  // A folder for records shows that it has begun; 2000 overlays take far longer than the wait.
+  for (int i = 0; i < 3000 && fs::is_empty(folder_ / "tmp"); ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  ::kill(child, SIGINT);
+  EXPECT_EQ(Finish(child), -SIGINT);
+  EXPECT_EQ(err_, "interrupted: nothing was written\n");
+  EXPECT_THAT(Files(), ElementsAre("fit.sdf", "hits.sdf", "ref.sdf"));
+  EXPECT_EQ(ReadFile(Path("hits.sdf")), "of an earlier run\n");
+}
+
+}  // namespace

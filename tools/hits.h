@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/molkit/mol.h"
+
+namespace QXTools {
+
+/// One pose that an overlay run keeps.
+struct Hit {
+  double score;
+  std::string file;
+  unsigned int record;     ///< in that file, from 1
+  unsigned int conformer;  ///< within its molecule, from 1
+  QXMolKit::QXMol pose;    ///< in the coordinates of the reference
+};
+
+/// Best first; equal scores stay in the order of reading.
+void SortHits(std::vector<Hit>& hits);
+
+/// Writes all poses, in order, to `path`, in the format that the name `formatOf` calls for.
+/// False when the file cannot be written, which the stream reports.
+bool WritePoses(const std::vector<Hit>& hits, const std::string& path, const std::string& formatOf);
+
+/// Writes the columns rank, title, file, record, conformer, tanimoto.
+bool WriteCsv(const std::vector<Hit>& hits, const std::string& path);
+
+/// The ranking for people: rank, title, conformer, Tanimoto. top: rows at most, 0 for all.
+std::string HitsTable(const std::vector<Hit>& hits, size_t top);
+
+}  // namespace QXTools

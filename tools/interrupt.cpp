@@ -1,0 +1,35 @@
+#include "tools/interrupt.h"
+
+#include <csignal>
+#include <cstdlib>
+
+namespace QXTools {
+namespace {
+
+volatile std::sig_atomic_t arrived = 0;
+
+extern "C" void RememberSignal(int number) {
+  arrived = number;
+}
+
+}  // namespace
+
+void WatchForInterrupts() {
+  struct sigaction action = {};
+  action.sa_handler = RememberSignal;
+  action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
+  sigemptyset(&action.sa_mask);
+  constexpr int watched[] = {SIGINT, SIGTERM, SIGHUP};
+  for (const int number : watched) sigaction(number, &action, nullptr);
+}
+
+bool Interrupted() {
+  return arrived != 0;
+}
+
+void EndByInterrupt() {
+  std::raise(arrived);  // SA_RESETHAND brought the default action back
+  std::_Exit(1);
+}
+
+}  // namespace QXTools

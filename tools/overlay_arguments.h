@@ -1,0 +1,43 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "hermite/foundations/options.h"
+
+namespace CLI {
+class App;
+}
+
+namespace QXTools {
+
+/// What `qxhermite overlay` was asked to do.
+struct OverlayArguments {
+  std::string reference;
+  std::vector<std::string> fits;
+  std::string output;
+  std::string recordsFolder;  ///< empty: the records are not kept
+  std::string csv;            ///< empty: no such file
+  QXHermiteMath::QXHermiteOptions expansion;
+  double tolerance = 1e-8;
+  unsigned int maxIterations = 200;
+  unsigned int poses = 1;
+  unsigned int referenceRecord = 1;
+  unsigned int top = 0;  ///< rows of the table, 0: all
+  bool group = true;
+  bool inPlace = false;
+  bool quiet = false;
+};
+
+/// Declares the options of the command on `app`, with their help, to be parsed into `arguments`.
+/// Every parameter of QXHermiteOptions becomes an option of its own name.
+void DeclareOverlayArguments(CLI::App& app, OverlayArguments& arguments);
+
+/// What is wrong with a combination of arguments, or an empty text.
+std::string CheckOverlayArguments(const OverlayArguments& arguments);
+
+/// The command line with a second dash put before every long option of `app` that has only one
+/// (-LambdaX 1.2), in any case of its letters.
+std::vector<std::string> WithLongDashes(const CLI::App& app, std::vector<std::string> words);
+
+}  // namespace QXTools

@@ -1,0 +1,235 @@
+#include "tools/overlay_command.h"
+
+#include <fmt/format.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <memory>
+#include <numeric>
+#include <optional>
+#include <utility>
+
+#include "hermite/overlay/shape_overlay.h"
+#include "tools/atomic_file.h"
+#include "tools/console.h"
+#include "tools/hits.h"
+#include "tools/interrupt.h"
+#include "tools/molecule_groups.h"
+#include "tools/records_folder.h"
+#include "tools/reference.h"
+
+namespace QXTools {
+namespace {
+
+using QXHermiteMath::QXShapeOverlay;
+using QXMolKit::QXConfBase;
+using QXMolKit::QXMol;
+
+constexpr const char* kScoreTag = "Shape Tanimoto";
+/// Under the empty tag QXShapeOverlay finds the coefficients of a conformer ready-made.
+constexpr const char* kCoefficientTag = "";
+/// On a conformer: its place in its molecule, by which a pose tells where it came from.
+constexpr const char* kPlaceTag = "qxhermite place";
+
+/// One run of the command, from the reference to the ranking.
+class OverlayRun {
+ public:
+  explicit OverlayRun(const OverlayArguments& arguments)
+      : arguments_(arguments), records_(arguments.recordsFolder), out_(arguments.output) {
+    if (!arguments.csv.empty()) csv_.emplace(arguments.csv);
+  }
+  ExitStatus Run();
+
+ private:
+  bool CanWrite();
+  void OverlayFile(const std::string& path);
+  void OverlayMolecule(const std::string& path, const MoleculeGroup& group);
+  std::optional<QXMol> InFrame(const QXConfBase& conformer, const std::string& where);
+  void KeepHits(const std::string& path, const MoleculeGroup& group, const QXMol& poses);
+  bool WriteResults();
+  void ReportSkipped();
+  void Skip(const std::string& where, const std::string& reason);
+
+  const OverlayArguments& arguments_;
+  Console console_;
+  RecordsFolder records_;
+  AtomicFile out_;
+  std::optional<AtomicFile> csv_;
+  Reference reference_;
+  std::unique_ptr<QXShapeOverlay> overlay_;
+  std::vector<Hit> hits_;
+  size_t recordsRead_ = 0;  ///< of the files that are done
+  size_t recordsSkipped_ = 0;
+  size_t filesSkipped_ = 0;
+  size_t recordsLost_ = 0;  ///< `.qxb` records that could not be kept
+  bool sawDrawing_ = false;
+};
+
+void OverlayRun::Skip(const std::string& where, const std::string& reason) {
+  console_.Say(fmt::format("{}: {}", where, reason));
+  ++recordsSkipped_;
+}
+
+bool OverlayRun::CanWrite() {
+  for (const std::string& error :
+       {records_.Error(), out_.Error(), csv_ ? csv_->Error() : std::string()}) {
+    if (error.empty()) continue;
+    console_.Say(error);
+    return false;
+  }
+  return true;
+}
+
+/// A copy of one conformer in the frame of overlays, or nothing when it is skipped.
+std::optional<QXMol> OverlayRun::InFrame(const QXConfBase& conformer, const std::string& where) {
+  const QXMol heavy = HeavyAtoms(conformer);
+  if (const std::string reason = WhyUnfit(heavy); !reason.empty()) {
+    Skip(where, reason);
+    return std::nullopt;
+  }
+  if (!sawDrawing_ && LooksLikeDrawing(heavy)) {
+    sawDrawing_ = true;  // one warning: a whole file of drawings is one mistake
+    console_.Say(fmt::format("{}: {}", where, kDrawingWarning));
+  }
+  const unsigned int degree = arguments_.expansion.GetNPolyMax();
+  const std::optional<Frame> frame = arguments_.inPlace
+                                         ? reference_.frame
+                                         : FindInertialFrame(heavy, degree, reference_.frameLambda);
+  if (!frame) {
+    Skip(where, "its moments are not finite: check the coordinates");
+    return std::nullopt;
+  }
+  QXMol moved(conformer, 1);
+  MoveInto(*frame, moved);
+  return moved;
+}
+
+void OverlayRun::OverlayMolecule(const std::string& path, const MoleculeGroup& group) {
+  const std::string title = group.mol.GetTitle();
+  QXMol work;
+  size_t place = 0;
+  const std::unique_ptr<QXMolKit::QXIterator<QXConfBase>> confs(group.mol.GetConfs());
+  for (; confs && confs->IsValid(); confs->Next(), ++place) {
+    std::optional<QXMol> moved =
+        InFrame(*confs->Get(), fmt::format("{}:{}", path, group.records[place]));
+    if (!moved) continue;
+    moved->GetActive()->DeleteData(kCoefficientTag);  // a pose of an earlier run brings it along
+    moved->GetActive()->DeleteData(kPlaceTag);
+    moved->GetActive()->SetData(kPlaceTag, std::vector<double>{static_cast<double>(place)});
+    if (work.NumConfs() == 0) {
+      work = std::move(*moved);
+    } else {
+      work.NewConf(moved->GetActive());
+    }
+  }
+  if (work.NumConfs() == 0) return;
+
+  const std::string workingTitle = records_.NextTitle(title);
+  work.SetTitle(workingTitle);
+  QXMol poses;
+  overlay_->FindBestOverlay(work, arguments_.poses, poses);
+  if (!records_.Finish(workingTitle, title)) ++recordsLost_;
+  poses.SetTitle(title);
+  KeepHits(path, group, poses);
+}
+
+void OverlayRun::KeepHits(const std::string& path, const MoleculeGroup& group, const QXMol& poses) {
+  const std::unique_ptr<QXMolKit::QXIterator<QXConfBase>> confs(poses.GetConfs());
+  for (; confs && confs->IsValid(); confs->Next()) {
+    QXMol pose(*confs->Get(), 1);
+    QXConfBase& conformer = *pose.GetActive();
+    const auto place =
+        static_cast<size_t>(conformer.GetData<std::vector<double>>(kPlaceTag).front());
+    const double score = std::strtod(QXMolKit::QXGetSDData(conformer, kScoreTag).c_str(), nullptr);
+    conformer.DeleteData(kPlaceTag);
+    conformer.DeleteData(kCoefficientTag);  // they are those of the frame of the overlay
+    if (!std::isfinite(score)) {
+      Skip(fmt::format("{}:{}", path, group.records[place]),
+           "its overlay gave no number: check the coordinates and the widths");
+      continue;
+    }
+    hits_.push_back(
+        {score, path, group.records[place], static_cast<unsigned int>(place + 1), std::move(pose)});
+  }
+}
+
+void OverlayRun::OverlayFile(const std::string& path) {
+  GroupReader reader(path, arguments_.group);
+  if (!reader.IsOpen()) {
+    ++filesSkipped_;
+    return;
+  }
+  MoleculeGroup group;
+  while (!Interrupted() && reader.Next(group)) {
+    if (group.records.empty()) {
+      Skip(fmt::format("{}:{}", path, reader.RecordsRead()), WhyUnfit(group.mol));
+    }
+    OverlayMolecule(path, group);
+    console_.UpdateProgress(recordsRead_ + reader.RecordsRead());
+  }
+  recordsRead_ += reader.RecordsRead();
+  recordsSkipped_ += reader.RecordsSkipped();
+}
+
+bool OverlayRun::WriteResults() {
+  SortHits(hits_);
+  if (!WritePoses(hits_, out_.TemporaryPath(), arguments_.output)) return false;
+  if (csv_ && !WriteCsv(hits_, csv_->TemporaryPath())) {
+    console_.Say(fmt::format("{}: cannot be written: is the disk full?", arguments_.csv));
+    return false;
+  }
+  for (AtomicFile* file : {&out_, csv_ ? &*csv_ : nullptr}) {
+    if (file == nullptr || file->Commit()) continue;
+    console_.Say(file->Error());
+    return false;
+  }
+  return true;
+}
+
+void OverlayRun::ReportSkipped() {
+  const auto report = [&](size_t count, const char* one, const char* many) {
+    if (count > 0) console_.Say(fmt::format("{} {}", count, count == 1 ? one : many));
+  };
+  report(recordsSkipped_, "record skipped", "records skipped");
+  report(filesSkipped_, "file skipped", "files skipped");
+  report(recordsLost_, ".qxb record not kept", ".qxb records not kept");
+}
+
+ExitStatus OverlayRun::Run() {
+  if (!CanWrite()) return kNothingDone;
+  std::optional<Reference> reference = MakeReference(arguments_, console_);
+  if (!reference) return kNothingDone;
+  reference_ = std::move(*reference);
+  overlay_ = std::make_unique<QXShapeOverlay>(arguments_.tolerance, arguments_.maxIterations,
+                                              reference_.expansion, WayBack(reference_.frame));
+
+  const bool progress = !arguments_.quiet && Console::IsTerminal();
+  const auto count = [](size_t sum, const std::string& path) { return sum + CountRecords(path); };
+  if (progress) {
+    console_.StartProgress(
+        std::accumulate(arguments_.fits.begin(), arguments_.fits.end(), size_t{0}, count));
+  }
+  for (const std::string& path : arguments_.fits) OverlayFile(path);
+  console_.EndProgress();
+  if (Interrupted()) {
+    console_.Say("interrupted: nothing was written");
+    return kNothingDone;
+  }
+  if (hits_.empty()) {
+    ReportSkipped();
+    console_.Say("no molecule could be overlaid: nothing was written");
+    return kNothingDone;
+  }
+  if (!WriteResults()) return kNothingDone;
+  if (!arguments_.quiet) fmt::print("{}", HitsTable(hits_, arguments_.top));
+  ReportSkipped();
+  return recordsSkipped_ + filesSkipped_ + recordsLost_ > 0 ? kSomeSkipped : kAllWell;
+}
+
+}  // namespace
+
+ExitStatus RunOverlay(const OverlayArguments& arguments) {
+  return OverlayRun(arguments).Run();
+}
+
+}  // namespace QXTools
