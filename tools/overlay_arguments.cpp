@@ -101,7 +101,7 @@ void DeclareOverlayArguments(CLI::App& app, OverlayArguments& arguments) {
       ->type_name("FILE");
   app.add_option("--fit", arguments.fits, "Molecule files to be laid over the reference")
       ->required()
-      ->type_name("FILE...");
+      ->type_name("FILE");
   app.add_option("--out", arguments.output,
                  "File for the best poses, in the coordinates of the reference, best first")
       ->required()
@@ -117,9 +117,9 @@ void DeclareOverlayArguments(CLI::App& app, OverlayArguments& arguments) {
   AddCount(app, "--top", arguments.top, 0, "Rows of the table that is printed, 0 for all");
   AddTolerance(app, arguments.tolerance);
   AddCount(app, "--max-iterations", arguments.maxIterations, 1, "Iterations of one minimisation");
-  app.add_flag("!--no-group", arguments.group,
-               "Take every record as a molecule of its own; otherwise consecutive records of one "
-               "title, with the same atoms and bonds, are conformers of one molecule");
+  app.add_flag_callback(
+      "--no-group", [&arguments] { arguments.group = false; },
+      "Every record is a molecule of its own; else consecutive ones may be conformers");
   app.add_flag("--in-place", arguments.inPlace,
                "Start from the frames as given, without inertial alignment");
   app.add_flag("--quiet", arguments.quiet, "Print neither the table nor the progress");
@@ -150,6 +150,13 @@ std::string CheckOverlayArguments(const OverlayArguments& arguments) {
       if (!output->empty() && SameFile(*output, input)) {
         return fmt::format("{}: is both read and written: give another name", *output);
       }
+    }
+  }
+  for (const std::string& input : inputs) {
+    const std::string folder = std::filesystem::path(input).parent_path().string();
+    if (!arguments.recordsFolder.empty() &&
+        SameFile(folder.empty() ? "." : folder, arguments.recordsFolder)) {
+      return fmt::format("{}: lies in the folder of --records: give another folder", input);
     }
   }
   if (!arguments.csv.empty() && SameFile(arguments.csv, arguments.output)) {

@@ -59,7 +59,8 @@ double FindSingleLambda(const QXMol& heavyAtoms, QXHermiteOptions options) {
 }  // namespace
 
 std::string WhyUnfit(const QXMol& heavyAtoms) {
-  if (heavyAtoms.NumAtoms() == 0) return "no heavy atoms: give a molecule with other atoms than hydrogen";
+  if (heavyAtoms.NumAtoms() == 0)
+    return "no heavy atoms: give a molecule with other atoms than hydrogen";
   const std::vector<double> coordinates = Coordinates(heavyAtoms);
   if (!std::ranges::all_of(coordinates, [](double x) { return std::isfinite(x); })) {
     return "a coordinate is not a finite number: correct it";

@@ -74,6 +74,10 @@ class QXMol {
     return Get().HasData(key);
   }
   template <typename T, typename Key>
+  bool HasDataOfType(Key key) const {
+    return Get().template HasDataOfType<T>(key);
+  }
+  template <typename T, typename Key>
   bool SetData(Key key, T value) {
     return Get().template SetData<T>(key, std::move(value));
   }

@@ -19,11 +19,13 @@ std::map<std::string, Lines> SplitSections(const std::string& text) {
   constexpr std::string_view kMark = "@<TRIPOS>";
   std::map<std::string, Lines> sections;
   Lines* section = nullptr;
+  bool keepsAll = false;
   for (const std::string_view line : SplitLines(text)) {
     if (line.starts_with(kMark)) {
-      section = &sections[std::string(TrimEnd(line.substr(kMark.size())))];
-    } else if (section && (section == &sections["MOLECULE"] ||
-                           (!TrimEnd(line).empty() && !line.starts_with('#')))) {
+      const std::string name(TrimEnd(line.substr(kMark.size())));
+      section = &sections[name];
+      keepsAll = name == "MOLECULE";
+    } else if (section && (keepsAll || !(TrimEnd(line).empty() || line.starts_with('#')))) {
       section->push_back(line);
     }
   }

@@ -85,7 +85,7 @@ testing::AssertionResult HessianAgrees(const std::vector<double>& h6, Function&&
   const std::vector<double> rows[] = {
       {h6[0], h6[1], h6[3]}, {h6[1], h6[2], h6[4]}, {h6[3], h6[4], h6[5]}};
   for (size_t a = 0; a < 3; ++a) {
-    const auto result = GradientAgrees(
+    auto result = GradientAgrees(
         rows[a], [&](const std::vector<double>& at) { return f(at)[a]; }, x);
     if (!result) return result << ", row " << a;
   }

@@ -266,15 +266,21 @@ TEST_F(OverlayCommand, BrokenRecordsAndFilesAreSkippedAndCounted) {
   std::vector<std::string> titles;
   for (const SdRecord& hit : Hits()) titles.push_back(hit.Title());
   EXPECT_THAT(titles, testing::UnorderedElementsAre("first", "drawing", "last", "other"));
-  EXPECT_THAT(err_,
-              HasSubstr("fit.sdf:2: no heavy atoms: give a molecule with other atoms than hydrogen\n"));
-  EXPECT_THAT(err_, HasSubstr("fit.sdf:3: "));
-  EXPECT_THAT(err_,
-              HasSubstr("fit.sdf:4: no heavy atoms: give a molecule with other atoms than hydrogen\n"));
+  EXPECT_THAT(
+      err_,
+      HasSubstr("fit.sdf:2: no heavy atoms: give a molecule with other atoms than hydrogen\n"));
+  const size_t line = fits[0].lines.size() + 1 + hydrogens.lines.size() + 1 + 5;
+  EXPECT_THAT(err_, HasSubstr("fit.sdf:3: \"nan\" cannot be read, Cannot process coordinates on "
+                              "line " +
+                              std::to_string(line) + ": skipped, correct or remove the record\n"));
+  EXPECT_THAT(
+      err_,
+      HasSubstr("fit.sdf:4: no heavy atoms: give a molecule with other atoms than hydrogen\n"));
   EXPECT_THAT(err_, HasSubstr("fit.sdf:5: no coordinates: give a structure in three dimensions\n"));
   EXPECT_THAT(err_, HasSubstr("fit.sdf:6: all z are zero, it looks like a drawing: make 3-D "
                               "coordinates, unless the molecule is flat\n"));
-  EXPECT_THAT(err_, HasSubstr("missing.sdf: "));
+  EXPECT_THAT(err_, HasSubstr("missing.sdf: cannot be opened for reading (No such file or "
+                              "directory): check the name and the permissions\n"));
   EXPECT_THAT(err_, testing::EndsWith("4 records skipped\n1 file skipped\n"));
 
   ASSERT_EQ(Overlay({hydrogens}), 1);
@@ -321,7 +327,9 @@ TEST_F(OverlayCommand, EveryReferenceEndsInAResultOrAClearMessage) {
   }
   reference_.lines[4].replace(0, 10, "       nan");
   EXPECT_EQ(Overlay({Carbons("atom", {{1, 1, 1}})}), 1);
-  EXPECT_THAT(err_, HasSubstr("ref.sdf:1: "));
+  EXPECT_EQ(err_,
+            "ref.sdf:1: \"reference\" cannot be read, Cannot process coordinates on line 5: "
+            "skipped, correct or remove the record\n");
   EXPECT_THAT(Files(), testing::Not(testing::Contains(HasSubstr(".part"))));
 }
 
@@ -366,6 +374,7 @@ TEST_F(OverlayCommand, WrongUsageIsExplained) {
       {{"--in-place", "-UseCenterOfMass", "true"},
        "--in-place and --UseCenterOfMass true exclude each other: leave one out"},
       {{"--csv", "./ref.sdf"}, "./ref.sdf: is both read and written: give another name"},
+      {{"--records", "."}, "fit.sdf: lies in the folder of --records: give another folder"},
       {{"--csv", "hits.sdf"}, "hits.sdf: is written twice: give --csv another name"},
       {{"--nonsense"}, "The following argument was not expected: --nonsense"},
   };

@@ -1,31 +1,22 @@
 #include "hermite/expansion/gaussian_to_hermite.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <functional>
 #include <numeric>
 
-#include "hermite/expansion/gaussian_integrals.h"
-#include "hermite/frame/center_of_mass.h"
-#include "support/density.h"
-#include "support/numerics.h"
-#include "support/running.h"
+#include "support/hermite.h"
 
 namespace QXHermiteMath {
 namespace {
-
-using namespace QXTest;
 
 // With t = lambda x, F_k(u, s) is the integral of h_k(t) exp(-(u t + s)^2/2) dt.
 TEST(GaussianIntegrals, TablesAreTheIntegralsAndTheirDerivatives) {
   constexpr unsigned int N = 12;
   constexpr double width = 0.8;
   using L = long double;
-  const std::function<L(L, L)> factors[] = {
-      [](L, L) { return 1; }, [](L t, L v) { return -t * v; },
-      [](L t, L v) { return t * t * (v * v - 1); }, [](L, L v) { return -v; },
-      [](L, L v) { return v * v - 1; }};
+  const std::function<L(L, L)> factors[] = {[](L, L) { return 1; }, [](L t, L v) { return -t * v; },
+                                            [](L t, L v) { return t * t * (v * v - 1); },
+                                            [](L, L v) { return -v; },
+                                            [](L, L v) { return v * v - 1; }};
   QXGaussianToHermite engine(N, 1, 1);
   for (double lambda : {0.6, 1.264911064067352, 2.0}) {
     for (double center : {0.0, -1.75, 3.0}) {
@@ -70,10 +61,8 @@ TEST(GaussianToHermite, CoefficientsAreProjectionsOfTheDensity) {
     QXGaussianToHermite engine(N, 0, 0);
     ASSERT_TRUE(engine.Expand(options, gaussians, 0));
     const auto density = [&](double x, double y, double z) { return Evaluate(gaussians, x, y, z); };
-    // The error of the quadrature is that of a naive sum of 3e5 terms of either sign: about the
-    // root of their number in units of eps times the density, below 2.
     EXPECT_TRUE(AllNear(engine.GetHermiteCoefficients(), Project(density, options, 9.0, 0.28125),
-                        600 * kEpsilon * 2));
+                        2 * kProjectionError));
     EXPECT_EQ(engine.GetSelfOverlap(),
               QXCalcHermiteSelfOverlap(engine.GetHermiteCoefficients(), options));
 
@@ -125,9 +114,9 @@ QXGaussianToHermite ExpandAt(const Vector& x, unsigned int order) {
   float t[3] = {static_cast<float>(x[0]), static_cast<float>(x[1]), static_cast<float>(x[2])};
   if (order > 2) QXTranslateGaussians(gaussians, t);
   QXGaussianToHermite engine(4, 1, 1);
-  EXPECT_TRUE(engine.Expand(
-      order > 2 ? FixedWidths(4, 0.8, 1.0, 1.2) : FixedWidths(4, x[0], x[1], x[2]), gaussians,
-      order));
+  EXPECT_TRUE(
+      engine.Expand(order > 2 ? FixedWidths(4, 0.8, 1.0, 1.2) : FixedWidths(4, x[0], x[1], x[2]),
+                    gaussians, order));
   return engine;
 }
 

@@ -1,30 +1,13 @@
 #include "hermite/expansion/hermite.h"
 
-#include <gtest/gtest.h>
-
-#include <limits>
-
-#include "hermite/expansion/gaussian_to_hermite.h"
-#include "hermite/foundations/basis.h"
-#include "hermite/frame/best_lambda.h"
-#include "support/density.h"
-#include "support/numerics.h"
+#include "support/hermite.h"
 
 namespace QXHermiteMath {
 namespace {
 
-using namespace QXTest;
-
 Vector Widths(const QXHermite& h) {
   const QXHermiteOptions& o = h.GetOptions();
   return {o.GetLambdaX(), o.GetLambdaY(), o.GetLambdaZ()};
-}
-
-QXHermite Expanded(const Gaussians& gaussians, const QXHermiteOptions& options) {
-  QXHermite h;
-  EXPECT_TRUE(h.Setup(gaussians, options));
-  EXPECT_EQ(h.GetCoefficients().size(), h.NumCoefficients());
-  return h;
 }
 
 QXHermiteOptions Searching(bool single, double start) {

@@ -1,14 +1,9 @@
 #include "hermite/foundations/basis.h"
 
-#include <gtest/gtest.h>
-
-#include "support/density.h"
-#include "support/numerics.h"
+#include "support/hermite.h"
 
 namespace QXHermiteMath {
 namespace {
-
-using namespace QXTest;
 
 TEST(Basis, ShellOrderIsOneForEveryWayToReadIt) {
   for (unsigned int N : {0u, 1u, 2u, 5u, 12u}) {

@@ -1,14 +1,9 @@
 #include "hermite/foundations/hermite_function.h"
 
-#include <gtest/gtest.h>
-
-#include "support/density.h"
-#include "support/numerics.h"
+#include "support/hermite.h"
 
 namespace QXHermiteMath {
 namespace {
-
-using namespace QXTest;
 
 constexpr double kArguments[] = {-3.1, -1.0, -0.25, 0.0, 0.5, 1.7, 4.0};
 

@@ -1,27 +1,16 @@
 #include "hermite/overlay/tanimoto.h"
 
-#include <gtest/gtest.h>
-
-#include "support/density.h"
-#include "support/numerics.h"
+#include "support/hermite.h"
 
 namespace QXHermiteMath {
 namespace {
 
-using QXTest::AllNear;
-using QXTest::FixedWidths;
-using QXTest::Gaussians;
-using QXTest::kEpsilon;
-using QXTest::RandomGaussians;
-using QXTest::Vector;
-
 const Vector kOrigin(6, 0.0);
 const Vector kPoint = {0.4, -0.9, 2.2, 0.5, -0.375, 0.25};
 const QXHermiteOptions kOptions = FixedWidths(4, 0.9, 0.9, 0.9);
-
-Gaussians Charges(unsigned int seed) {
-  return RandomGaussians(4, seed, true);
-}
+const Gaussians kRef = RandomGaussians(4, 210), kFit = RandomGaussians(5, 211);
+const Gaussians kRefCharge = RandomGaussians(4, 212, true);
+const Gaussians kFitCharge = RandomGaussians(4, 213, true);
 
 Gaussians Scaled(const Gaussians& gaussians, float factor) {
   Gaussians scaled;
@@ -40,131 +29,99 @@ double Tanimoto(const Gaussians& ref, const Gaussians& fit, const Vector& x) {
   return O / (overlap.GetRefSelfOverlap() + overlap.GetFitSelfOverlap() - O);
 }
 
+Vector Coefficients(const Gaussians& gaussians) {
+  return Expanded(gaussians, kOptions).GetCoefficients();
+}
+
 TEST(ShapeTanimoto, IsMinusTheTanimotoWithAnExactGradient) {
-  const Gaussians ref = RandomGaussians(4, 210), fit = RandomGaussians(5, 211);
-  QXShapeComboTanimoto f;
-  EXPECT_TRUE(f.SetupRef(ref, kOptions));
-  EXPECT_TRUE(f.Setup(fit));
-  ASSERT_EQ(f.NumVar(), 6u);
-  const double T = Tanimoto(ref, fit, kPoint);
+  QXShapeComboTanimoto f, byCoefficients, shared;
+  EXPECT_TRUE(f.SetupRef(kRef, kOptions));
+  EXPECT_TRUE(f.Setup(kFit));
+  EXPECT_TRUE(byCoefficients.SetupRef(Coefficients(kRef), kOptions));
+  EXPECT_TRUE(byCoefficients.Setup(Coefficients(kFit)));
+  const double T = Tanimoto(kRef, kFit, kPoint);
   double computed = 9;
+  Vector gradient(6);
   EXPECT_TRUE(f.ComputeTanimoto(kPoint.data(), computed));
   EXPECT_NEAR(computed, T, 8 * kEpsilon);
   EXPECT_NEAR(f(kPoint.data()), -T, 8 * kEpsilon);
-  Vector gradient(6);
+  EXPECT_NEAR(byCoefficients(kPoint.data()), -T, 8 * kEpsilon);
   EXPECT_NEAR(f(kPoint.data(), gradient.data()), -T, 16 * kEpsilon);
-  EXPECT_TRUE(QXTest::GradientAgrees(
-      gradient, [&](const Vector& x) { return f(x.data()); }, kPoint, 0.00390625));
-
-  EXPECT_TRUE(f.Setup(ref));
+  EXPECT_TRUE(GradientAgrees(
+      gradient, [&](const Vector& x) { return f(x.data()); }, kPoint));
+  f.Setup(kRef);
   EXPECT_NEAR(f(kOrigin.data()), -1.0, 64 * kEpsilon) << "of a density with itself";
   EXPECT_EQ(f.GetRefShapeSelfOverlap(), f.GetFitShapeSelfOverlap());
 
-  // By coefficients, under the options of the reference.
-  QXHermite h;
-  h.Setup(fit, kOptions);
-  QXShapeComboTanimoto g;
-  EXPECT_TRUE(g.SetupRef(h.GetCoefficients(), kOptions));
-  EXPECT_TRUE(g.Setup(h.GetCoefficients()));
-  EXPECT_NEAR(g(kOrigin.data()), -1.0, 64 * kEpsilon);
-}
-
-// Optimal widths: the flag stays in the options that the fit shares, which so gets its own widths.
-TEST(ShapeTanimoto, TheFitSharesTheOptionsOfTheReference) {
-  const Gaussians ref = RandomGaussians(4, 212);
-  Gaussians fit = RandomGaussians(4, 213);
-  for (QXGaussian& g : fit) g.SetX(g.GetX() * 3);
-  QXShapeComboTanimoto f;
-  f.SetupRef(ref, QXHermiteOptions());
-  f.Setup(fit);
+  // The fit shares the options the reference ended with; their flag is still true, so it gets
+  // widths of its own.
+  Gaussians longer = kFit;
+  for (QXGaussian& g : longer) g.SetX(g.GetX() * 3);
   QXHermiteOverlap overlap;
-  overlap.SetupRef(ref, QXHermiteOptions());
-  overlap.Setup(fit, QXHermiteOptions());
-  double T = 9;
-  f.ComputeTanimoto(kPoint.data(), T);
-  EXPECT_EQ(T, TanimotoFromValue(overlap(kPoint.data()), overlap));
+  shared.SetupRef(kRef, QXHermiteOptions());
+  shared.Setup(longer);
+  overlap.SetupRef(kRef, QXHermiteOptions());
+  overlap.Setup(longer, QXHermiteOptions());
+  EXPECT_EQ(shared(kPoint.data()), -TanimotoFromValue(overlap(kPoint.data()), overlap));
 }
 
 TEST(ShapeChargeTanimoto, IsTheWeightedSumWithAnExactGradient) {
-  const Gaussians ref = RandomGaussians(4, 220), fit = RandomGaussians(5, 221);
-  const Gaussians refCharge = Charges(222), fitCharge = Charges(223);
-  const double Ts = Tanimoto(ref, fit, kPoint), Tc = Tanimoto(refCharge, fitCharge, kPoint);
-  Vector shapeGradient(6), gradientWithoutOffset;
-  QXShapeComboTanimoto shape;
-  shape.SetupRef(ref, kOptions);
-  shape.Setup(fit);
-  shape(kPoint.data(), shapeGradient.data());
+  const double Ts = Tanimoto(kRef, kFit, kPoint);
+  const double Tc = Tanimoto(kRefCharge, kFitCharge, kPoint);
+  Vector withoutOffset;
   for (const auto& [w, c] : {std::pair(0.7, 0.0), {0.7, 0.3}, {0.0, 0.3}}) {
-    QXShapeChargeComboTanimoto f(w, c);
-    EXPECT_TRUE(f.SetupRef(ref, kOptions, refCharge, kOptions));
-    EXPECT_TRUE(f.Setup(fit, fitCharge));
-    ASSERT_EQ(f.NumVar(), 6u);
-    EXPECT_NEAR(f(kPoint.data()), -Ts - w * (Tc + c), 16 * kEpsilon);
+    QXShapeChargeComboTanimoto f(w, c), byCoefficients(w, c);
+    EXPECT_TRUE(f.SetupRef(kRef, kOptions, kRefCharge, kOptions));
+    EXPECT_TRUE(f.Setup(kFit, kFitCharge));
+    EXPECT_TRUE(
+        byCoefficients.SetupRef(Coefficients(kRef), kOptions, Coefficients(kRefCharge), kOptions));
+    EXPECT_TRUE(byCoefficients.Setup(Coefficients(kFit), Coefficients(kFitCharge)));
     Vector gradient(6);
-    EXPECT_NEAR(f(kPoint.data(), gradient.data()), -Ts - w * (Tc + c), 32 * kEpsilon);
-    EXPECT_TRUE(QXTest::GradientAgrees(
-        gradient, [&](const Vector& x) { return f(x.data()); }, kPoint, 0.00390625));
-    if (w == 0.0)
-      EXPECT_TRUE(AllNear(gradient, shapeGradient, 8 * kEpsilon));
-    else if (c == 0.0)
-      gradientWithoutOffset = gradient;
-    else
-      EXPECT_EQ(gradient, gradientWithoutOffset);
-
-    double shapeTanimoto = 9, chargeTanimoto = 9;
-    EXPECT_TRUE(f.ComputeShapeChargeTanimotos(kPoint.data(), shapeTanimoto, chargeTanimoto));
-    EXPECT_NEAR(shapeTanimoto, Ts, 8 * kEpsilon);
-    EXPECT_NEAR(chargeTanimoto, Tc, 8 * kEpsilon);
+    const double expected = -Ts - w * (Tc + c);
+    EXPECT_NEAR(f(kPoint.data()), expected, 16 * kEpsilon);
+    EXPECT_NEAR(byCoefficients(kPoint.data()), expected, 16 * kEpsilon);
+    EXPECT_NEAR(f(kPoint.data(), gradient.data()), expected, 32 * kEpsilon);
+    EXPECT_TRUE(GradientAgrees(
+        gradient, [&](const Vector& x) { return f(x.data()); }, kPoint));
+    if (c == 0.0) withoutOffset = gradient;
+    EXPECT_EQ(gradient == withoutOffset, w == 0.7) << "the offset is none of the gradient's";
+    double shape = 9, charge = 9;
+    EXPECT_TRUE(f.ComputeShapeChargeTanimotos(kPoint.data(), shape, charge));
+    EXPECT_NEAR(shape, Ts, 8 * kEpsilon);
+    EXPECT_NEAR(charge, Tc, 8 * kEpsilon);
   }
-}
-
-TEST(ShapeChargeTanimoto, OfOppositeChargesIsMinusAThird) {
-  const Gaussians shape = RandomGaussians(4, 224), charge = Charges(225);
+  // Opposite charges: -A/(3A).
   QXShapeChargeComboTanimoto f(1.0, 0.0);
-  f.SetupRef(shape, kOptions, charge, kOptions);
-  f.Setup(shape, Scaled(charge, -1.0f));
+  f.SetupRef(kRef, kOptions, kRefCharge, kOptions);
+  f.Setup(kRef, Scaled(kRefCharge, -1.0f));
   EXPECT_NEAR(f(kOrigin.data()), -1.0 + 1.0 / 3.0, 64 * kEpsilon);
   EXPECT_EQ(f.GetRefChargeSelfOverlap(), f.GetFitChargeSelfOverlap());
   EXPECT_EQ(f.GetRefShapeSelfOverlap(), f.GetFitShapeSelfOverlap());
   EXPECT_NE(f.GetRefShapeSelfOverlap(), f.GetRefChargeSelfOverlap());
-
-  // The same by coefficients.
-  QXHermite s, c;
-  s.Setup(shape, kOptions);
-  c.Setup(charge, kOptions);
-  Vector opposite = c.GetCoefficients();
-  for (double& v : opposite) v = -v;
-  QXShapeChargeComboTanimoto g(1.0, 0.0);
-  EXPECT_TRUE(g.SetupRef(s.GetCoefficients(), kOptions, c.GetCoefficients(), kOptions));
-  EXPECT_TRUE(g.Setup(s.GetCoefficients(), opposite));
-  EXPECT_NEAR(g(kOrigin.data()), -1.0 + 1.0 / 3.0, 64 * kEpsilon);
 }
 
 // A denominator of exactly zero makes the charge Tanimoto zero; in the objective only, and for the
 // charge term only.
 TEST(ShapeChargeTanimoto, GuardsTheChargeTermAlone) {
-  const Gaussians shape = RandomGaussians(4, 226), fit = RandomGaussians(5, 227);
-  const Gaussians none = Scaled(shape, 0.0f);
+  const Gaussians none = Scaled(kRef, 0.0f);
   const double w = 0.7, c = 0.3;
-  QXShapeChargeComboTanimoto f(w, c);
-  f.SetupRef(shape, kOptions, none, kOptions);
-  f.Setup(fit, none);
+  QXShapeChargeComboTanimoto f(w, c), g(w, c);
+  f.SetupRef(kRef, kOptions, none, kOptions);
+  f.Setup(kFit, none);
   QXShapeComboTanimoto shapeOnly;
-  shapeOnly.SetupRef(shape, kOptions);
-  shapeOnly.Setup(fit);
+  shapeOnly.SetupRef(kRef, kOptions);
+  shapeOnly.Setup(kFit);
   Vector gradient(6), expected(6);
-  const double value = shapeOnly(kPoint.data(), expected.data());
-  EXPECT_NEAR(f(kPoint.data()), value - w * c, 8 * kEpsilon);
-  EXPECT_NEAR(f(kPoint.data(), gradient.data()), value - w * c, 8 * kEpsilon);
+  const double value = shapeOnly(kPoint.data(), expected.data()) - w * c;
+  EXPECT_NEAR(f(kPoint.data()), value, 8 * kEpsilon);
+  EXPECT_NEAR(f(kPoint.data(), gradient.data()), value, 8 * kEpsilon);
   EXPECT_TRUE(AllNear(gradient, expected, 8 * kEpsilon));
-  double shapeTanimoto = 9, chargeTanimoto = 9;
-  f.ComputeShapeChargeTanimotos(kPoint.data(), shapeTanimoto, chargeTanimoto);
-  EXPECT_NEAR(shapeTanimoto, -value, 8 * kEpsilon);
-  EXPECT_TRUE(std::isnan(chargeTanimoto));
-
-  QXShapeChargeComboTanimoto g(w, c);
-  g.SetupRef(none, kOptions, Charges(228), kOptions);
-  g.Setup(none, Charges(229));
+  double shape = 9, charge = 9;
+  f.ComputeShapeChargeTanimotos(kPoint.data(), shape, charge);
+  EXPECT_TRUE(std::isfinite(shape));
+  EXPECT_TRUE(std::isnan(charge));
+  g.SetupRef(none, kOptions, kRefCharge, kOptions);
+  g.Setup(none, kFitCharge);
   EXPECT_TRUE(std::isnan(g(kPoint.data())));
 }
 

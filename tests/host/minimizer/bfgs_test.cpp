@@ -80,24 +80,13 @@ TYPED_TEST(BfgsProblem, NeverClimbsAndKeepsTheLimit) {
 // reflection so that no variable is an axis of it.
 auto Quadratic(unsigned int n, double least) {
   return Callable(n, [n, least](const double* x, double* gradient) {
-    const auto reflect = [n](std::vector<double> v) {
-      double sum = 0;
-      for (const double e : v) sum += e;
-      for (double& e : v) e -= 2 * sum / n;
-      return v;
-    };
-    std::vector<double> v(n);
-    for (unsigned int i = 0; i < n; ++i) v[i] = x[i] - 1;
-    v = reflect(v);
-    double value = -1;
-    for (unsigned int i = 0; i < n; ++i) {
-      const double curvature = std::pow(least, static_cast<double>(i) / (n - 1));
-      value += 0.5 * curvature * v[i] * v[i];
-      v[i] *= curvature;
-    }
-    v = reflect(v);
-    for (unsigned int i = 0; i < n; ++i) gradient[i] = v[i];
-    return value;
+    const Eigen::VectorXd axis = Eigen::VectorXd::Constant(n, 1 / std::sqrt(n));
+    const auto reflect = [&](Eigen::VectorXd v) { return (v - 2 * v.dot(axis) * axis).eval(); };
+    Eigen::VectorXd curvature(n);
+    for (unsigned int i = 0; i < n; ++i) curvature[i] = std::pow(least, i / (n - 1.0));
+    const Eigen::VectorXd v = reflect(Eigen::Map<const Eigen::VectorXd>(x, n).array() - 1);
+    Eigen::VectorXd::Map(gradient, n) = reflect(curvature.cwiseProduct(v));
+    return -1 + 0.5 * v.dot(curvature.cwiseProduct(v));
   });
 }
 
@@ -168,12 +157,12 @@ class Edge : public CountedFunc {
  public:
   enum Kind { NanValue, MinusInfinity, NanGradient, Barred };
   explicit Edge(Kind kind) : kind_(kind) {}
+  using CountedFunc::operator();
   unsigned int NumVar() const override { return 1; }
-  double operator()(const double* x) override { return 10 * x[0] - std::log(x[0]); }
   double operator()(const double* x, double* gradient) override {
     ++evaluations;
     gradient[0] = 10 - 1 / x[0];
-    if (x[0] > 0) return (*this)(x);
+    if (x[0] > 0) return 10 * x[0] - std::log(x[0]);
     if (kind_ == NanGradient) gradient[0] = kNaN;
     if (kind_ == NanValue) return kNaN;
     return kind_ == NanGradient ? -1e9 : -std::numeric_limits<double>::infinity();

@@ -1,6 +1,5 @@
 #include "host/minimizer/newton.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -21,33 +20,24 @@ using Problems =
     testing::Types<Rosenbrock, PowellBadlyScaled, BrownBadlyScaled, Beale, PowellSingular, Wood>;
 TYPED_TEST_SUITE(NewtonProblem, Problems);
 
-TYPED_TEST(NewtonProblem, FindsTheMinimumInOneArray) {
+// Step after step downhill to the minimum, with one array as start and result.
+TYPED_TEST(NewtonProblem, FindsTheMinimumAndNeverClimbs) {
   Problem<TypeParam> f;
   std::vector<double> x(TypeParam::kStart, TypeParam::kStart + f.NumVar());
+  double value = f(x.data());
   QXNewtonOpt newton;
-  newton.SetIterLimit(500);
-  const double value = newton(f, nullptr, x.data(), x.data());
-  EXPECT_EQ(value, f(x.data()));
+  newton.SetIterLimit(1);
+  for (int i = 0; i < 150; ++i) {
+    const double next = newton(f, nullptr, x.data(), x.data());
+    ASSERT_LE(next, value);
+    ASSERT_EQ(next, f(x.data()));
+    ASSERT_LE(newton.GetIterations(), 1u);
+    value = next;
+  }
+  EXPECT_NE(newton.GetStatus(), Status::IterationLimit);
   // Second derivatives reach 1e10 in Powell's badly scaled problem, and what a last step of 1e-8
   // leaves is far below that step: 1e10 (1e-11)^2 / 2.
   EXPECT_LE(value, 1e-12);
-  EXPECT_THAT(newton.GetStatus(), testing::AnyOf(Status::SmallStep, Status::SmallDecrease));
-  EXPECT_LE(newton.GetEvaluations(), 3 * newton.GetIterations() + 1);
-}
-
-TYPED_TEST(NewtonProblem, NeverClimbsAndKeepsTheLimit) {
-  Problem<TypeParam> f;
-  double last = f(TypeParam::kStart);
-  for (unsigned int limit = 0; limit < 5; ++limit) {
-    std::vector<double> result(f.NumVar(), std::nan(""));
-    QXNewtonOpt newton;
-    newton.SetIterLimit(limit);
-    const double value = newton(f, nullptr, TypeParam::kStart, result.data());
-    EXPECT_LE(value, last);
-    EXPECT_EQ(value, f(result.data()));
-    EXPECT_LE(newton.GetIterations(), limit);
-    last = value;
-  }
 }
 
 /// A separable objective of two variables that is barred, or lacks derivatives, where asked.
@@ -128,29 +118,21 @@ TEST(Newton, LeavesMaximaAndDoesNotOvershoot) {
   EXPECT_NEAR(y[1], 0, 1e-7);
 }
 
-TEST(Newton, ToleranceIsTheLastStep) {
-  Separable f(Cosine, -100);
-  QXNewtonOpt newton;
-  newton.SetTolerance(0.01);
-  double x[] = {2, 4};
-  newton(f, nullptr, x, x);
-  EXPECT_EQ(newton.GetStatus(), Status::SmallStep);
-  // Newton's method for the cosine leaves a third of the cube of the last error.
-  EXPECT_NEAR(x[0], M_PI, 1e-6);
-  EXPECT_NEAR(x[1], M_PI, 1e-6);
-}
-
-// Coordinates in single precision give values that are steps, not curves.
-TEST(Newton, EndsOnAValueOfLowPrecision) {
-  Separable f([](double x, double* v) { Cosine(x, v), v[0] = static_cast<float>(v[0]); }, -100);
-  QXNewtonOpt newton;
-  newton.SetTolerance(1e-4);
-  double x[] = {2.7, 3.6};
-  newton(f, nullptr, x, x);
-  EXPECT_NEAR(x[0], M_PI, 1e-4);
-  EXPECT_NEAR(x[1], M_PI, 1e-4);
-  EXPECT_EQ(newton.GetStatus(), Status::SmallStep);
-  EXPECT_LE(newton.GetEvaluations(), 12u);
+// A value in single precision is a staircase: it may refuse the last step but not go on for ever.
+TEST(Newton, ToleranceIsTheLastStepAlsoOnAValueOfLowPrecision) {
+  Separable smooth(Cosine, -100);
+  Separable stairs([](double x, double* v) { Cosine(x, v), v[0] = static_cast<float>(v[0]); },
+                   -100);
+  for (Separable* f : {&smooth, &stairs}) {
+    QXNewtonOpt newton;
+    newton.SetTolerance(0.01);
+    double x[] = {2.5, 3.7};
+    newton(*f, nullptr, x, x);
+    EXPECT_EQ(newton.GetStatus(), Status::SmallStep);
+    EXPECT_NEAR(x[0], M_PI, f == &smooth ? 1e-6 : 0.01);  // Newton cubes errors of the cosine
+    EXPECT_NEAR(x[1], M_PI, f == &smooth ? 1e-6 : 0.01);
+    EXPECT_LE(newton.GetEvaluations(), 12u);
+  }
 }
 
 TEST(Newton, PointsThatAreNotFiniteAreNeverResults) {

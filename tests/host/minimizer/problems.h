@@ -16,6 +16,10 @@ class CountedFunc : public virtual QXMinimizer::QXFunc1 {
  public:
   using QXMinimizer::QXFunc1::operator();
   const double* GetFComponents(const double*) override { return nullptr; }
+  double operator()(const double* x) override {
+    std::vector<double> unused(NumVar());
+    return (*this)(x, unused.data());
+  }
   unsigned int evaluations = 0;
 };
 
@@ -27,11 +31,8 @@ class Problem : public CountedFunc, public QXMinimizer::QXFunc2 {
   using Outer = Eigen::AutoDiffScalar<Eigen::Matrix<Inner, kN, 1>>;
 
  public:
+  using CountedFunc::operator();
   unsigned int NumVar() const override { return kN; }
-  double operator()(const double* x) override {
-    ++evaluations;
-    return Formula::Value(x);
-  }
   double operator()(const double* x, double* gradient) override {
     ++evaluations;
     Inner point[kN];
@@ -126,11 +127,8 @@ struct Wood {
 class ExtendedRosenbrock : public CountedFunc {
  public:
   explicit ExtendedRosenbrock(unsigned int n) : n_(n) {}
+  using CountedFunc::operator();
   unsigned int NumVar() const override { return n_; }
-  double operator()(const double* x) override {
-    std::vector<double> unused(n_);
-    return (*this)(x, unused.data());
-  }
   double operator()(const double* x, double* gradient) override {
     ++evaluations;
     Problem<Rosenbrock> pair;
@@ -153,11 +151,8 @@ template <typename F>
 class Callable : public CountedFunc {
  public:
   Callable(unsigned int n, F f) : n_(n), f_(f) {}
+  using CountedFunc::operator();
   unsigned int NumVar() const override { return n_; }
-  double operator()(const double* x) override {
-    std::vector<double> unused(n_);
-    return (*this)(x, unused.data());
-  }
   double operator()(const double* x, double* gradient) override {
     ++evaluations;
     return f_(x, gradient);

@@ -69,6 +69,7 @@ TEST(Mol, CopiesAreDeepAndComplete) {
 TEST(Mol, AMovedFromMoleculeIsEmptyAndServesAgain) {
   QXMol source = MakeMolecule();
   const std::string before = Describe(source);
+  // NOLINTBEGIN(bugprone-use-after-move, clang-analyzer-cplusplus.Move): it is what is tested
   QXMol target = std::move(source);
   EXPECT_EQ(Describe(target), before);
   EXPECT_FALSE(source);
@@ -77,6 +78,7 @@ TEST(Mol, AMovedFromMoleculeIsEmptyAndServesAgain) {
   EXPECT_FALSE(QXMol(source));
   source.NewAtom(6);
   EXPECT_TRUE(source);
+  // NOLINTEND(bugprone-use-after-move, clang-analyzer-cplusplus.Move)
 
   std::vector<std::pair<double, QXMol>> poses;
   for (const double score : {0.5, 0.2, 0.9}) poses.emplace_back(score, target);

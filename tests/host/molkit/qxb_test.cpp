@@ -164,19 +164,18 @@ TEST(QXB, AForgedFileIsHarmless) {
   for (const std::uint64_t told : {~std::uint64_t{0}, std::uint64_t{1} << 40}) {
     EXPECT_TRUE(ReadFrom(folder, signature + Wrap(good, told)).all.empty());
   }
-  const std::string hostile[] = {"\xdd\xff\xff\xff\xff",  // an array of 2^32 - 1
-                                 "\xdf\xff\xff\xff\xff",  // a map of as many
-                                 "\x81\xa8"
-                                 "elements\xc6\xff\xff\xff\xff",  // a column of 4 GiB
-                                 std::string(1 << 20, '\x91'),    // nested a million deep
-                                 std::string("\x81\xa7"
-                                             "version\x02",
-                                             10),  // from the future
-                                 std::string("\xc0")};
-  for (const std::string& payload : hostile) {
+  const std::pair<std::string, std::string> hostile[] = {
+      {"\xdd\xff\xff\xff\xff", "it is no MessagePack"},  // an array of 2^32 - 1
+      {"\xdf\xff\xff\xff\xff", "it is no MessagePack"},  // a map of as many
+      {std::string("\x81\xa8") + "elements\xc6\xff\xff\xff\xff", "it is no MessagePack"},
+      {std::string(1 << 20, '\x91'), "it is no MessagePack"},  // nested a million deep
+      {std::string("\x81\xa7") + "version\x02", "a newer version of the format wrote it"},
+      {"\xc0", "a map is something else"}};
+  for (const auto& [payload, reason] : hostile) {
     const Outcome outcome =
         ReadFrom(folder, signature + Wrap(payload, payload.size()) + Wrap(good, good.size()));
-    EXPECT_EQ(outcome.skipped.size(), 1u);
+    ASSERT_EQ(outcome.skipped.size(), 1u);
+    EXPECT_EQ(outcome.skipped[0].reason, reason);
     EXPECT_EQ(outcome.all.size(), 1u);
   }
   EXPECT_EQ(messages.all.back().first, QXCore::QXErrorLevel::Warning);

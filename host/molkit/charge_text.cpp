@@ -1,4 +1,4 @@
-#include "host/molkit/charges.h"
+#include "host/molkit/charge_text.h"
 
 #include <algorithm>
 #include <charconv>
