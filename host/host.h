@@ -12,6 +12,7 @@
 #include "host/minimizer/newton.h"
 #include "host/minimizer/status.h"
 #include "host/molkit/atom.h"
+#include "host/molkit/charges.h"
 #include "host/molkit/iterator.h"
 #include "host/molkit/mcmolbase.h"
 #include "host/molkit/mol.h"
