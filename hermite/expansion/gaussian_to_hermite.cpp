@@ -87,7 +87,7 @@ bool QXGaussianToHermite::Expand(const QXHermiteOptions& newOptions,
   }
 
   if (InWidths(order)) ScaleToLambdaDerivatives(HasSecond(order));
-  const double volume = options.GetLambdaX() * options.GetLambdaY() * options.GetLambdaZ();
+  const double volume = GetLambdaProduct(options);
   selfOverlap = SumOfNormalizedSquares(N, hermiteCoefficients.data(), norms.data()) / volume;
   if (InWidths(order)) {
     SelfOverlapLambdaDerivatives();
@@ -223,7 +223,7 @@ double QXGaussianToHermite::WeightedDot(const std::vector<double>& a,
 
 bool QXGaussianToHermite::SelfOverlapLambdaDerivatives() {
   const double lambda[3] = {options.GetLambdaX(), options.GetLambdaY(), options.GetLambdaZ()};
-  const double volume = lambda[0] * lambda[1] * lambda[2];
+  const double volume = GetLambdaProduct(options);
   for (size_t a = 0; a < 3; ++a) {
     const double T = 2.0 * WeightedDot(hermiteCoefficients, firstDerivatives[a]) / volume;
     selfOverlapLambdaDerivatives[a] = T - selfOverlap / lambda[a];
@@ -233,7 +233,7 @@ bool QXGaussianToHermite::SelfOverlapLambdaDerivatives() {
 
 bool QXGaussianToHermite::SelfOverlapLambdaSecondDerivatives() {
   const double lambda[3] = {options.GetLambdaX(), options.GetLambdaY(), options.GetLambdaZ()};
-  const double volume = lambda[0] * lambda[1] * lambda[2];
+  const double volume = GetLambdaProduct(options);
   const std::vector<double>& d = selfOverlapLambdaDerivatives;
   const auto U = [&](size_t a, size_t b, Second pair) {
     return 2.0 *

@@ -35,7 +35,8 @@ class QXHermite {
 
   /// Takes coefficients made elsewhere, under these very options. Clears -UseOptimalLambdas in the
   /// own copy of the options; leaves the centre. False when the size is not that of the basis:
-  /// then the options are already taken over, and nothing else is.
+  /// then the options are already taken over, and nothing else is, so that options and coefficients
+  /// do not fit each other until a Setup succeeds.
   bool Setup(const std::vector<double>& coefficients, const QXHermiteOptions& options);
 
   const std::vector<double>& GetCoefficients() const { return coefficients; }

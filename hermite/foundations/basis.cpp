@@ -9,10 +9,6 @@ namespace {
 constexpr double kSqrtPi = 1.7724538509055159;
 constexpr double kQuarticRootPi = 1.3313353638003897;
 
-double LambdaProduct(QXHermiteOptions const& options) {
-  return options.GetLambdaX() * options.GetLambdaY() * options.GetLambdaZ();
-}
-
 }  // namespace
 
 // The loops below count to "less than N + 1", so that N = 4294967295 wraps to an empty basis.
@@ -76,7 +72,7 @@ double QXCalcHermiteSelfOverlap(std::vector<double> const& coefficients,
                                 QXHermiteOptions const& options) {
   const unsigned int N = options.GetNPolyMax();
   const std::vector<double> norms = QXCalcHermiteNormalization(N);
-  return SumOfNormalizedSquares(N, coefficients.data(), norms.data()) / LambdaProduct(options);
+  return SumOfNormalizedSquares(N, coefficients.data(), norms.data()) / GetLambdaProduct(options);
 }
 
 double QXCalcHermiteSelfOverlap(std::vector<double> const& coefficients,
@@ -86,7 +82,7 @@ double QXCalcHermiteSelfOverlap(std::vector<double> const& coefficients,
              [&](unsigned int i, unsigned int l, unsigned int m, unsigned int n) {
                sum += coefficients[i] * coefficients[i] * ks[l] * ks[m] * ks[n];
              });
-  return sum / LambdaProduct(options);
+  return sum / GetLambdaProduct(options);
 }
 
 }  // namespace QXHermiteMath

@@ -87,4 +87,9 @@ inline void SetLambdas(QXHermiteOptions& options, double x, double y, double z) 
   options.SetLambdaZ(z);
 }
 
+/// lambda_x lambda_y lambda_z, the factor between integrals over r and over scaled coordinates.
+inline double GetLambdaProduct(QXHermiteOptions const& options) {
+  return (options.GetLambdaX() * options.GetLambdaY()) * options.GetLambdaZ();
+}
+
 }  // namespace QXHermiteMath

@@ -84,8 +84,9 @@ std::vector<double> QXHermiteCM(std::vector<QXGaussian>& gaussians, unsigned int
   options.SetUseSingleLambda(singleLambda);
   QXHermite h;
   h.Setup(gaussians, options);
+  const unsigned int degree = options.GetNPolyMax();  // the options refuse an N above 100
   const auto moment = [&](unsigned int a, unsigned int b, unsigned int c) {
-    return Hermite3DMoment(a, b, c, N, lambdaX, lambdaY, lambdaZ, h.GetCoefficients());
+    return Hermite3DMoment(a, b, c, degree, lambdaX, lambdaY, lambdaZ, h.GetCoefficients());
   };
   const double M0 = moment(0, 0, 0);
   return {moment(1, 0, 0) / M0, moment(0, 1, 0) / M0, moment(0, 0, 1) / M0};

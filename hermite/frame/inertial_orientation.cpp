@@ -120,8 +120,9 @@ int QXOrientByHermiteMomentsOfInertia(std::vector<QXGaussian>& gaussians, unsign
   QXHermite h;
   h.Setup(gaussians, options);
 
+  const unsigned int degree = options.GetNPolyMax();  // the options refuse an N above 100
   const auto moment = [&](unsigned int a, unsigned int b, unsigned int c) {
-    return Hermite3DMoment(a, b, c, N, lambdaX, lambdaY, lambdaZ, h.GetCoefficients());
+    return Hermite3DMoment(a, b, c, degree, lambdaX, lambdaY, lambdaZ, h.GetCoefficients());
   };
   const double M200 = moment(2, 0, 0), M020 = moment(0, 2, 0), M002 = moment(0, 0, 2);
   const double M110 = moment(1, 1, 0), M101 = moment(1, 0, 1), M011 = moment(0, 1, 1);

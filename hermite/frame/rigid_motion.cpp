@@ -22,10 +22,6 @@ FloatQuaternion operator*(const FloatQuaternion& a, const FloatQuaternion& b) {
       a.w * b.z + a.x * b.y - a.y * b.x + a.z * b.w, a.w * b.w - a.x * b.x - a.y * b.y - a.z * b.z};
 }
 
-std::vector<double> Transposed(std::vector<double> const& m) {
-  return {m[0], m[3], m[6], m[1], m[4], m[7], m[2], m[5], m[8]};
-}
-
 }  // namespace
 
 std::vector<double> generateRotationMatrix(double alpha, double beta, double gamma) {
@@ -40,6 +36,11 @@ std::vector<double> generateRotationMatrix(double alpha, double beta, double gam
   return {1 - ty * y - tz * z, tx * y - tz * w,     tx * z + ty * w,
           tx * y + tz * w,     1 - tx * x - tz * z, ty * z - tx * w,
           tx * z - ty * w,     ty * z + tx * w,     1 - tx * x - ty * y};
+}
+
+std::vector<double> PoseRotation(double const* p) {
+  const std::vector<double> Q = generateRotationMatrix(p[0], p[1], p[2]);
+  return {Q[0], Q[3], Q[6], Q[1], Q[4], Q[7], Q[2], Q[5], Q[8]};
 }
 
 std::vector<double> RotFromEulerXYZ(double alpha, double beta, double gamma) {
@@ -80,14 +81,14 @@ void QXAdaptHermiteVar(unsigned int count, double const* in, double* out) {
 QXMolKit::QXTrans QXGetTransformFromHermiteParams(double const* p) {
   QXMolKit::QXTrans trans;
   trans.Append(QXMolKit::QXTranslation(p + 3));
-  std::vector<double> m = Transposed(generateRotationMatrix(p[0], p[1], p[2]));
+  std::vector<double> m = PoseRotation(p);
   for (double& element : m) element = static_cast<float>(element);
   trans.Append(QXMolKit::QXRotMatrix(m.data()));
   return trans;
 }
 
 bool QXHermiteRigidTransform(QXHermite& hermite, std::vector<double> const& p) {
-  const std::vector<double> m = Transposed(generateRotationMatrix(p[0], p[1], p[2]));
+  const std::vector<double> m = PoseRotation(p.data());
   hermite.TranslateHermites(p[3], p[4], p[5]);
   hermite.RotateHermites(m);
   return true;

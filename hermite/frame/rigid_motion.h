@@ -21,6 +21,9 @@ namespace QXHermiteMath {
 /// on purpose. Poses are made with it.
 std::vector<double> generateRotationMatrix(double alpha, double beta, double gamma);
 
+/// Q^T by generateRotationMatrix, of the angles p[0 .. 2]: the matrix that turns a pose.
+std::vector<double> PoseRotation(double const* p);
+
 /// Q in double precision.
 std::vector<double> RotFromEulerXYZ(double alpha, double beta, double gamma);
 
@@ -36,7 +39,9 @@ void QXAdaptHermiteVar(unsigned int count, double const* in, double* out);
 QXMolKit::QXTrans QXGetTransformFromHermiteParams(double const* p);
 
 /// Applies the motion to an expansion: it then describes the density of the object moved to
-/// Q^T (P + t), in the frame of the expansion. p holds six doubles. Always true.
+/// Q^T (P + t), in the frame of the expansion. p holds six doubles. Always true. The rotation goes
+/// through the single-precision matrix and EulerXYZ: where rounding takes an element of it above 1
+/// (turns by a right angle to within some 1e-4, of which a few per cent) the coefficients are NaN.
 bool QXHermiteRigidTransform(QXHermite& hermite, std::vector<double> const& p);
 
 }  // namespace QXHermiteMath

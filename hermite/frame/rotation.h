@@ -33,7 +33,8 @@ class QXHermiteRotation {
   /// The same, and their derivatives by the angle. Always true.
   bool BuildRotationMatrixWithDerivative(double angle, unsigned int N);
 
-  /// out = in rotated by angles (three doubles). Builds its own blocks. index covers degree N.
+  /// out = in rotated by angles (three doubles). Builds its own blocks. index is not read: the
+  /// places are listed at construction.
   /// Always true.
   bool Rotate(double const* angles, unsigned int N, std::vector<double> const& in,
               std::vector<double>& out, QXHermiteIndex const& index);

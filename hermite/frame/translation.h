@@ -47,7 +47,7 @@ class QXHermiteTranslation {
   /// in: BasisSize(N1) coefficients, shell order, source widths. out: BasisSize(N2) values at
   /// least, shell order, another vector than in. A positive t moves the density towards positive
   /// coordinates. With leaveUnscaled the division by K_i K_j K_k is left out, and out holds
-  /// overlaps with the target products instead of coefficients. index covers both degrees.
+  /// overlaps with the target products instead of coefficients. index is not read.
   /// Always true.
   bool Translate(double const* t, QXHermiteOptions const& source, QXHermiteOptions const& target,
                  std::vector<double> const& in, std::vector<double>& out,

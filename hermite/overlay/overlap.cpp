@@ -57,9 +57,11 @@ bool QXHermiteOverlap::SetupRef(std::vector<double> const& coefficients,
   refSelfOverlap = QXCalcHermiteSelfOverlap(coefficients, options);
   rotatedRef.resize(4 * coefficients.size());
   translatedFit.resize(4 * coefficients.size());
-  index = QXHermiteIndex(N);
   rotation = QXHermiteRotation(N);
-  translation = QXHermiteTranslation(N);
+  // A fit that is held may be of a larger degree.
+  const unsigned int larger = fitCoefficients.empty() ? N : std::max(N, fitOptions.GetNPolyMax());
+  index = QXHermiteIndex(larger);
+  translation = QXHermiteTranslation(larger);
   refOptions = options;
   return true;
 }
@@ -107,10 +109,6 @@ void QXHermiteOverlap::GetShift(double const* x, double* t) const {
   for (size_t k = 0; k < 3; ++k) t[k] = fitCenter[k] + x[3 + k] - refCenter[k];
 }
 
-double QXHermiteOverlap::GetLambdaProduct() const {
-  return (refOptions.GetLambdaX() * refOptions.GetLambdaY()) * refOptions.GetLambdaZ();
-}
-
 double QXHermiteOverlap::operator()(double const* x) {
   double t[3];
   GetShift(x, t);
@@ -119,7 +117,7 @@ double QXHermiteOverlap::operator()(double const* x) {
   translation.Translate(t, fitOptions, refOptions, fitCoefficients, translatedFit, index, true);
   double sum = 0.0;
   for (size_t i = 0; i < refCoefficients.size(); ++i) sum += rotatedRef[i] * translatedFit[i];
-  return -sum / GetLambdaProduct();
+  return -sum / GetLambdaProduct(refOptions);
 }
 
 double QXHermiteOverlap::operator()(double const* x, double* gradient) {
@@ -131,7 +129,7 @@ double QXHermiteOverlap::operator()(double const* x, double* gradient) {
                                        index);
   const double sum =
       DotWithDerivatives(refCoefficients.size(), rotatedRef.data(), translatedFit.data(), gradient);
-  const double inverse = 1.0 / GetLambdaProduct();
+  const double inverse = 1.0 / GetLambdaProduct(refOptions);
   for (int k = 0; k < 3; ++k) gradient[k] *= -inverse;
   // The minus of the objective meets the minus of s = -lambda t.
   gradient[3] *= fitOptions.GetLambdaX() * inverse;

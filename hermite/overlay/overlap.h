@@ -18,7 +18,8 @@ namespace QXHermiteMath {
 ///
 /// R the reference coefficients rotated by the angles, T the fit moved by the shifts (plus the
 /// difference of the centres) and carried into the basis of the reference. No atom and no grid is
-/// touched. That is the overlap of the unmoved reference with the fit moved to Q^T (P + t).
+/// touched. That is the overlap of the unmoved reference with the fit moved to Q^T (P + t), points
+/// being relative to the centre of the reference.
 ///
 /// SetupRef once, then Setup for each fit, then any number of evaluations; nothing checks this,
 /// nor that sizes fit the options. An evaluation writes the object's scratch: one thread at a time.
@@ -63,7 +64,6 @@ class QXHermiteOverlap : public QXMinimizer::QXFunc1 {
 
  private:
   void GetShift(double const* x, double* t) const;
-  double GetLambdaProduct() const;
 
   QXHermiteOptions refOptions;
   QXHermiteOptions fitOptions;

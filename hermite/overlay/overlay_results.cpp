@@ -19,17 +19,20 @@ QXMol MoveFirstConformer(QXMol pose, QXTrans const& trans) {
 }  // namespace
 
 QXMol FindPose(QXMCMolBase const& mol, std::vector<double> const& p) {
-  const std::vector<double> Q = generateRotationMatrix(p[0], p[1], p[2]);
-  const double m[9] = {Q[0], Q[3], Q[6], Q[1], Q[4], Q[7], Q[2], Q[5], Q[8]};
+  const std::vector<double> m = PoseRotation(p.data());
   const double t[3] = {p[3], p[4], p[5]};
   QXMol pose(mol);
   QXMolKit::QXTranslate(pose, t);
-  QXMolKit::QXRotate(pose, m);
+  QXMolKit::QXRotate(pose, m.data());
   return pose;
 }
 
 double PostProcessOverlayData(std::vector<std::pair<double, QXMol>>& poses, unsigned int nPoses,
                               QXTrans const& trans, QXMCMolBase& result) {
+  if (poses.empty()) {
+    result = static_cast<QXMCMolBase const&>(QXMol(1));
+    return 0.0;
+  }
   // A score that is no number has no place in an order: such poses come first, as the worst.
   const auto ordered = std::partition(poses.begin(), poses.end(),
                                       [](const auto& pose) { return std::isnan(pose.first); });

@@ -20,9 +20,9 @@ QXMol FindPose(QXMCMolBase const& mol, std::vector<double> const& p);
 
 /// Sorts poses (score, molecule of one conformer) by rising score, in place, and fills result with
 /// the best nPoses of them as conformers, best first, each moved by trans. The best pose gives
-/// result its atoms, title and data. Returns the best score. poses must not be empty; duplicates
-/// stay; the order of equal scores is unspecified, and NaN ranks
-/// lowest. Data on the poses is not moved by trans.
+/// result its atoms, title and data. Returns the best score. Without poses result becomes empty and
+/// the score is 0. Duplicates stay; the order of equal scores is unspecified, and NaN ranks lowest.
+/// Data on the poses is not moved by trans.
 double PostProcessOverlayData(std::vector<std::pair<double, QXMol>>& poses, unsigned int nPoses,
                               QXTrans const& trans, QXMCMolBase& result);
 

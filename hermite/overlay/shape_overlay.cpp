@@ -1,5 +1,7 @@
 #include "hermite/overlay/shape_overlay.h"
 
+#include <algorithm>
+#include <cmath>
 #include <memory>
 
 #include "hermite/expansion/mol_to_gaussians.h"
@@ -37,7 +39,9 @@ QXShapeOverlay::QXShapeOverlay(double newTolerance, unsigned int newIterationLim
 std::vector<double> QXShapeOverlay::GetCoefficients(QXConfBase const& conformer) const {
   if (conformer.HasDataOfType<std::vector<double>>(coefficientTag.c_str())) {
     const auto& kept = conformer.GetData<std::vector<double>>(coefficientTag.c_str());
-    if (kept.size() == QXHermiteBasisSize(options.GetNPolyMax())) return kept;
+    const bool finite =
+        std::all_of(kept.begin(), kept.end(), [](double c) { return std::isfinite(c); });
+    if (finite && kept.size() == QXHermiteBasisSize(options.GetNPolyMax())) return kept;
   }
   QXMol mol(conformer, 1);
   QXMolKit::QXSuppressHydrogens(mol, false, false, true);

@@ -47,12 +47,11 @@ class QXShapeOverlay {
                  QXTrans const& trans);
 
   /// Overlays all conformers of fit, hydrogens taking no part in the density. A conformer with a
-  /// coefficient vector of the basis size attached under the empty tag, such as a pose of an
-  /// earlier call, is not expanded again. result: at most nPoses poses as conformers, best first,
-  /// each with the SD text "Shape Tanimoto" and its moved coefficients under the empty tag. Returns
-  /// the best Tanimoto. Always writes start, pose, start, pose ... to the file named after the
-  /// title of fit plus
-  /// ".qxb". fit must have a conformer.
+  /// finite coefficient vector of the basis size under the empty tag, such as a pose of an earlier
+  /// call, is not expanded again. result: at most nPoses poses as conformers, best first, each with
+  /// the SD text "Shape Tanimoto" and its moved coefficients under the empty tag. Returns the best
+  /// Tanimoto, 0 without a conformer. Always writes start, pose, start, pose ... to the file named
+  /// after the title of fit plus ".qxb".
   double FindBestOverlay(QXMol const& fit, unsigned int nPoses, QXMol& result);
 
   /// One minimisation. coefficients: of start on entry, of pose on return. Returns the Tanimoto.

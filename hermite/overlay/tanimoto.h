@@ -16,7 +16,8 @@ class QXShapeComboTanimoto : public QXMinimizer::QXFunc1 {
   /// The reference, by Gaussians or by coefficients, as QXHermiteOverlap::SetupRef. Always true.
   bool SetupRef(std::vector<QXGaussian> const& gaussians, QXHermiteOptions const& options);
   bool SetupRef(std::vector<double> const& coefficients, QXHermiteOptions const& options);
-  /// The fit, under the options the reference ended with. Always true.
+  /// The fit, under the options the reference ended with. Always true. Where they ask for optimal
+  /// widths, Gaussians of the fit get widths of their own, and the overlap is taken across them.
   bool Setup(std::vector<QXGaussian> const& gaussians);
   bool Setup(std::vector<double> const& coefficients);
 

@@ -85,8 +85,16 @@ TEST(GaussianToHermite, DegreesAndOrdersThatItCannotServe) {
   QXGaussianToHermite engine(5, 0, 0), small(3, 0, 0);
   ASSERT_TRUE(engine.Expand(FixedWidths(5, 1, 1, 1), gaussians, 0));
   const Vector before = engine.GetHermiteCoefficients();
+  // The size of the convolution tells which options are in force.
+  const auto sizeInForce = [&] {
+    const Vector ones(7, 1.0);
+    Vector sum(84, 0.0);
+    engine.CoefficientsConvolution(0, gaussians[0], ones, ones, ones, sum);
+    return 84 - std::count(sum.begin(), sum.end(), 0.0);
+  };
   EXPECT_FALSE(engine.Expand(FixedWidths(6, 1, 1, 1), {}, 0)) << "above the engine's";
   EXPECT_EQ(engine.GetHermiteCoefficients(), before);
+  EXPECT_EQ(sizeInForce(), 56);
 
   // A smaller degree fills its 20 coefficients and leaves the tail.
   Vector expected = before;
@@ -96,16 +104,11 @@ TEST(GaussianToHermite, DegreesAndOrdersThatItCannotServe) {
   EXPECT_EQ(engine.GetHermiteCoefficients(), expected);
   EXPECT_EQ(engine.GetSelfOverlap(), small.GetSelfOverlap());
 
-  // An unknown order is refused after coefficients are cleared and options copied: the degree of
-  // the convolution tells which are in force.
+  // An unknown order is refused after coefficients are cleared and options copied.
   EXPECT_FALSE(engine.Expand(FixedWidths(2, 1, 1, 1), gaussians, 5));
   std::fill_n(expected.begin(), 10, 0.0);
   EXPECT_EQ(engine.GetHermiteCoefficients(), expected);
-  Vector sum(56, 0.0);
-  const Vector ones(6, 1.0);
-  engine.CoefficientsConvolution(0, gaussians[0], ones, ones, ones, sum);
-  EXPECT_NE(sum[9], 0.0);
-  EXPECT_EQ(sum[10], 0.0);
+  EXPECT_EQ(sizeInForce(), 10);
 }
 
 // Orders 1 and 2 differentiate in the widths, 3 and 4 in a common shift. x: the three variables.
