@@ -8,7 +8,8 @@ namespace QXMinimizer {
 /// Quasi-Newton minimiser (BFGS with a strong-Wolfe line search) for objectives with a gradient.
 /// One evaluation a step is the rule, and up to six variables nothing is allocated.
 ///
-/// The tolerance is a relative error of the value. With s = max(1, |f|), the search ends
+/// The tolerance is a relative error of the value, so that the scale of an objective makes no
+/// difference. With s = |f|, but at least 1e-10 of |f| and of |g| at the start, the search ends
 ///   - at a gradient whose length is at most tolerance s (so at once on a stationary start), or
 ///   - when the model predicts that at most tolerance s is left to gain, and the last step gained
 ///     at most ten times that.

@@ -13,6 +13,9 @@ constexpr double kFirstStep = 0.5;
 // A step may have brought this many times the tolerance and yet be the last: near the minimum each
 // decrease is a small part of the one before, and the model predicts the next.
 constexpr double kLastDecrease = 10;
+// The smallest scale of a search, as a part of the value and the gradient at its start: what keeps
+// a search for a minimum of 0 from going on for ever.
+constexpr double kFloor = 1e-10;
 // How far a variable's own curvature may part from that along the first step.
 constexpr double kSpread = 4;
 // How far a young model may be stretched in one update.
@@ -98,8 +101,13 @@ bool QXBFGSCore::Begin(double value) {
   }
   std::copy(At(kTrialGradient), At(kTrialGradient) + n_, At(kG));
   SetDirection();
+  floor_ = kFloor * std::max(std::abs(value), std::sqrt(-slope_));
   if (Converged(0)) return false;
   return Descend();
+}
+
+double QXBFGSCore::Scale() const {
+  return std::max(std::abs(value_), floor_);
 }
 
 bool QXBFGSCore::GiveUpLine() {
@@ -132,7 +140,7 @@ bool QXBFGSCore::Advance(double value, const double* point, const double* gradie
 }
 
 bool QXBFGSCore::Converged(double decrease) {
-  const double allowed = tolerance_ * std::max(1.0, std::abs(value_));
+  const double allowed = tolerance_ * Scale();
   if (std::sqrt(Dot(n_, At(kG), At(kG))) <= allowed) {
     Finish(QXMinimizerStatus::SmallGradient);
     return true;
@@ -155,7 +163,7 @@ bool QXBFGSCore::Descend() {
   double growth = 4;
   if (!hasModel_) {
     // Curvatures of the order of the value are the first guess.
-    step = std::min(kFirstStep / std::sqrt(-slope_), 1 / std::max(1.0, std::abs(value_)));
+    step = std::min(kFirstStep / std::sqrt(-slope_), 1 / Scale());
     growth = 10;
   }
   bestValue_ = value_;

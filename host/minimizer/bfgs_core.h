@@ -71,6 +71,7 @@ class QXBFGSCore {
   bool Begin(double value);
   bool Advance(double value, const double* point, const double* gradient);
   bool Converged(double decrease);
+  double Scale() const;
   bool GiveUpLine();
   bool Descend();
   bool Propose();
@@ -87,6 +88,7 @@ class QXBFGSCore {
 
   QXLineSearch search_;
   double value_ = 0;           ///< at kX
+  double floor_ = 0;           ///< the scale of values close to 0
   double slope_ = 0;           ///< along kDirection at kX
   bool hasModel_ = false;      ///< the inverse Hessian holds at least one update
   unsigned int modelAge_ = 0;  ///< updates since the model was begun

@@ -60,6 +60,21 @@ TYPED_TEST(BfgsProblem, ComesWithinTheToleranceOfTheMinimum) {
   }
 }
 
+// By a power of two every number of the search scales without rounding: the same path to the bit.
+TYPED_TEST(BfgsProblem, DoesNotDependOnTheScaleOfTheValue) {
+  Problem<TypeParam> f;
+  Callable small(f.NumVar(), [&](const double* x, double* gradient) {
+    const double value = f(x, gradient);
+    for (unsigned int i = 0; i < f.NumVar(); ++i) gradient[i] = std::ldexp(gradient[i], -30);
+    return std::ldexp(value, -30);
+  });
+  std::vector<double> result(f.NumVar()), scaled(f.NumVar());
+  QXBFGSOpt bfgs;
+  bfgs(f, TypeParam::kStart, result.data());
+  bfgs(small, TypeParam::kStart, scaled.data());
+  EXPECT_EQ(result, scaled);
+}
+
 TYPED_TEST(BfgsProblem, NeverClimbsAndKeepsTheLimit) {
   Problem<TypeParam> f;
   double last = f(TypeParam::kStart);
