@@ -83,6 +83,7 @@ unsigned int SearchBFGS(QXHermiteOverlap& overlap, double* x) {
   QXMinimizer::QXBFGSOpt bfgs;
   bfgs.SetTolerance(1e-6);
   bfgs.SetIterLimit(200);
+  bfgs.SetLongestStep(0.5);
   bfgs(overlap, start, x);
   return bfgs.GetEvaluations();
 }

@@ -25,6 +25,10 @@ namespace {
 
 constexpr double kAtomRadius = 1.7;  // one radius for all elements, angstrom
 
+// Radians and angstroms. Longer steps leap between optima, so that the last digits of the input
+// chose among them: in 5 of 2500 pairs of drugs, against none with it. It also saves evaluations.
+constexpr double kLongestStep = 0.5;
+
 }  // namespace
 
 QXShapeOverlay::QXShapeOverlay(double newTolerance, unsigned int newIterationLimit,
@@ -87,6 +91,7 @@ double QXShapeOverlay::FindLocalMinimum(QXMol const& start, std::vector<double>&
   QXMinimizer::QXBFGSOpt minimizer;
   minimizer.SetTolerance(tolerance);
   minimizer.SetIterLimit(iterationLimit);
+  minimizer.SetLongestStep(kLongestStep);
   const double identity[6] = {};
   std::vector<double> p(6);
   overlap.Setup(coefficients, options);

@@ -10,7 +10,7 @@ namespace QXMinimizer {
 double QXBFGSOpt::operator()(QXFunc1& f, const double* start, double* result) {
   const unsigned int n = f.NumVar();
   QXBFGSCore core;
-  core.Start(n, start, iterLimit_, tolerance_);
+  core.Start(n, start, iterLimit_, tolerance_, longestStep_);
   double value = 0;
   do {
     value = f.CheckVariablesValidity(core.Point()) ? f(core.Point(), core.Gradient())

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <limits>
+
 #include "host/minimizer/func.h"
 #include "host/minimizer/status.h"
 
@@ -32,6 +34,10 @@ class QXBFGSOpt {
   /// Negative or not a number counts as 0.
   void SetTolerance(double tolerance) { tolerance_ = tolerance; }
 
+  /// The longest step, by the root of the sum of squares; infinite unless set. It keeps a search in
+  /// the valley of its start: where curvature is small, steps may else leap to a far one.
+  void SetLongestStep(double length) { longestStep_ = length; }
+
   /// Minimises f from `start` and writes the lowest point found to `result`: f.NumVar() doubles
   /// each, and they may be one array. Returns the value at `result`. Where value or gradient at the
   /// start are not finite, `result` is the start.
@@ -45,6 +51,7 @@ class QXBFGSOpt {
  private:
   unsigned int iterLimit_ = 1000;
   double tolerance_ = 1e-10;
+  double longestStep_ = std::numeric_limits<double>::infinity();
   QXMinimizerStatus status_ = QXMinimizerStatus::NotRun;
   unsigned int iterations_ = 0;
   unsigned int evaluations_ = 0;

@@ -58,10 +58,11 @@ void SetDiagonal(size_t n, const double* step, const double* change, double* h) 
 }  // namespace
 
 void QXBFGSCore::Start(unsigned int n, const double* start, unsigned int iterLimit,
-                       double tolerance) {
+                       double tolerance, double longestStep) {
   n_ = n;
   iterLimit_ = iterLimit;
   tolerance_ = tolerance > 0 ? tolerance : 0;  // a NaN counts as 0
+  longestStep_ = longestStep;
   const size_t size = n;
   heap_.assign(n > kInlineVariables ? kBlocks * size + size * (size + 1) / 2 : 0, 0.0);
   hasModel_ = false;
@@ -167,7 +168,8 @@ bool QXBFGSCore::Descend() {
     growth = 10;
   }
   bestValue_ = value_;
-  search_.Start(value_, slope_, step, growth);
+  const double length = std::sqrt(Dot(n_, At(kDirection), At(kDirection)));
+  search_.Start(value_, slope_, step, growth, longestStep_ / length);
   return Propose();
 }
 

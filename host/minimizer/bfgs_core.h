@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <limits>
 #include <vector>
 
 #include "host/minimizer/line_search.h"
@@ -25,8 +26,10 @@ class QXBFGSCore {
  public:
   static constexpr unsigned int kInlineVariables = 6;
 
-  /// Begins a search from `start`, n doubles, which are copied.
-  void Start(unsigned int n, const double* start, unsigned int iterLimit, double tolerance);
+  /// Begins a search from `start`, n doubles, which are copied. No step is longer than
+  /// `longestStep`, by the root of the sum of squares.
+  void Start(unsigned int n, const double* start, unsigned int iterLimit, double tolerance,
+             double longestStep = std::numeric_limits<double>::infinity());
 
   /// The point to evaluate now, n finite doubles.
   const double* Point() const { return At(kTrial); }
@@ -82,6 +85,7 @@ class QXBFGSCore {
   unsigned int n_ = 0;
   unsigned int iterLimit_ = 0;
   double tolerance_ = 0;
+  double longestStep_ = 0;
 
   std::array<double, kInlineWork> inline_{};
   std::vector<double> heap_;

@@ -13,13 +13,14 @@ constexpr unsigned int kTrials = 30;
 
 }  // namespace
 
-void QXLineSearch::Start(double value, double slope, double step, double growth) {
+void QXLineSearch::Start(double value, double slope, double step, double growth, double longest) {
   start_ = lo_ = {0, value, slope};
   hasHi_ = false;
   advance_ = 0;
   lowest_ = value;
-  step_ = step;
+  step_ = std::min(step, longest);
   growth_ = growth;
+  longest_ = longest;
   trials_ = 0;
 }
 
@@ -35,7 +36,7 @@ QXLineSearch::Answer QXLineSearch::Tell(double value, double slope) {
              slope > flat || (value > lowest_ && slope > 0)) {
     hi_ = trial;
     hasHi_ = true;
-  } else if (slope < -flat || value > lowest_) {
+  } else if (value > lowest_ || (slope < -flat && step_ < longest_)) {
     advance_ = trial.step - lo_.step;
     lastSlope_ = lo_.slope;
     lo_ = trial;
@@ -52,7 +53,8 @@ QXLineSearch::Answer QXLineSearch::Tell(double value, double slope) {
 double QXLineSearch::Extrapolate() const {
   const double rise = lo_.slope - lastSlope_;
   const double secant = rise > 0 ? -lo_.slope * advance_ / rise : growth_ * advance_;
-  return lo_.step + std::clamp(secant, 1.1 * advance_, growth_ * advance_);
+  const double advance = std::clamp(secant, 1.1 * advance_, growth_ * advance_);
+  return std::min(lo_.step + advance, longest_);
 }
 
 double QXLineSearch::Interpolate() const {

@@ -15,8 +15,9 @@ class QXLineSearch {
   enum class Answer { Accept, Continue, Fail };
 
   /// value and slope: phi(0) and phi'(0) < 0. step: the first trial. growth: how many times its
-  /// last advance the search may go beyond a trial that was too short.
-  void Start(double value, double slope, double step, double growth);
+  /// last advance the search may go beyond a trial that was too short. longest: the longest step,
+  /// which is accepted while the value still falls there.
+  void Start(double value, double slope, double step, double growth, double longest);
   /// The step to try next.
   double Step() const { return step_; }
   /// Takes phi and phi' at Step(); a value or slope that is not finite bars all longer steps.
@@ -42,6 +43,7 @@ class QXLineSearch {
   double lowest_ = 0;     ///< lowest value of this search
   double step_ = 0;
   double growth_ = 0;
+  double longest_ = 0;
   unsigned int trials_ = 0;
 };
 

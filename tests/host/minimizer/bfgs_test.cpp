@@ -60,6 +60,25 @@ TYPED_TEST(BfgsProblem, ComesWithinTheToleranceOfTheMinimum) {
   }
 }
 
+// From beside the top of a hill whose valleys repeat, a step without bound leaps over some.
+TEST(Bfgs, KeepsWithinItsLongestStep) {
+  constexpr double kLongest = 0.25;
+  std::vector<double> points;
+  Callable wave(1, [&](const double* x, double* gradient) {
+    points.push_back(*x);
+    *gradient = -1000 * std::sin(*x);
+    return 1000 * std::cos(*x);
+  });
+  const double start = 0.01;
+  double result = 0;
+  QXBFGSOpt bfgs;
+  bfgs.SetLongestStep(kLongest);
+  bfgs(wave, &start, &result);
+  EXPECT_NEAR(result, std::acos(-1.0), 1e-4);  // the root of the tolerance, tenfold
+  for (size_t i = 1; i < points.size(); ++i)
+    EXPECT_LE(std::abs(points[i] - points[i - 1]), kLongest * (1 + 1e-15));
+}
+
 // By a power of two every number of the search scales without rounding: the same path to the bit.
 TYPED_TEST(BfgsProblem, DoesNotDependOnTheScaleOfTheValue) {
   Problem<TypeParam> f;
