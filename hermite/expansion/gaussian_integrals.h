@@ -86,18 +86,27 @@ inline void BuildPlane(unsigned int N, const Scalar* y, const Scalar* z, Scalar*
     for (unsigned int m = 0; m <= d; ++m) *yz++ = y[m] * z[d - m];
 }
 
-/// out_lmn += prefactor x[l] yz[m, n] over the basis of degree N, in shell order. In a shell,
-/// equal l is one run of m that matches a row of the plane, so the inner loop is contiguous.
+/// out_lmn += prefactor x[l] yz[m, n] over the basis of degree N, l outermost and then as in the
+/// plane: so each l is one contiguous run, a prefix of the plane.
 template <class Scalar>
 inline void AddProduct(unsigned int N, Scalar prefactor, const Scalar* x, const Scalar* yz,
                        Scalar* out) {
-  for (unsigned int s = 0; s <= N; ++s) {
-    for (unsigned int l = 0; l <= s; ++l) {
-      const unsigned int d = s - l;
-      const Scalar* row = yz + d * (d + 1) / 2;
-      const Scalar factor = prefactor * x[l];
-      for (unsigned int m = 0; m <= d; ++m) out[m] += factor * row[m];
-      out += d + 1;
+  for (unsigned int l = 0; l <= N; ++l) {
+    const unsigned int count = (N - l + 1) * (N - l + 2) / 2;
+    const Scalar factor = prefactor * x[l];
+    for (unsigned int p = 0; p < count; ++p) out[p] += factor * yz[p];
+    out += count;
+  }
+}
+
+/// From the order of AddProduct to shell order.
+template <class Scalar>
+inline void ToShellOrder(unsigned int N, const Scalar* in, Scalar* out) {
+  for (unsigned int l = 0; l <= N; ++l) {
+    for (unsigned int d = 0; d <= N - l; ++d) {
+      const unsigned int s = l + d;
+      Scalar* row = out + s * (s + 1) * (s + 2) / 6 + l * (2 * s - l + 3) / 2;
+      for (unsigned int m = 0; m <= d; ++m) row[m] = *in++;
     }
   }
 }

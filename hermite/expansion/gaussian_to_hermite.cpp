@@ -58,6 +58,7 @@ QXGaussianToHermite::QXGaussianToHermite(unsigned int degree, unsigned int first
     weights[i] = ks[m] * ks[l] * ks[n];
   });
   plane.resize(static_cast<size_t>(degree + 1) * (degree + 2) / 2);
+  unsorted.resize(basisSize);
 }
 
 bool QXGaussianToHermite::Expand(const QXHermiteOptions& newOptions,
@@ -120,6 +121,16 @@ void QXGaussianToHermite::AddGaussians(const std::vector<QXGaussian>& gaussians)
     BuildTables<Order>(width, g.GetZ(), lambdaZ, N, fz, dfz, ddfz);
     AddGaussian<Order>(g.GetAmplitude(), std::sqrt(width + width), N);
   }
+  // All targets were summed in the order that is fast to add to.
+  const auto sort = [&](std::vector<double>& target) {
+    std::copy_n(target.begin(), QXHermiteBasisSize(N), unsorted.begin());
+    kernel::ToShellOrder(N, unsorted.data(), target.data());
+  };
+  sort(hermiteCoefficients);
+  if constexpr (HasFirst(Order))
+    std::for_each(firstDerivatives.begin(), firstDerivatives.end(), sort);
+  if constexpr (HasSecond(Order))
+    std::for_each(secondDerivatives.begin(), secondDerivatives.end(), sort);
 }
 
 // After this the tables carry the division by K, once an axis instead of once a coefficient.

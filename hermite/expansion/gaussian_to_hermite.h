@@ -131,9 +131,10 @@ class QXGaussianToHermite {
   std::vector<std::vector<double>> translationalDerivatives;
   std::vector<std::vector<double>> translationalSecondDerivatives;
   std::vector<double> inverseKs;
-  std::vector<double> norms;    // M_0 .. M_N
-  std::vector<double> weights;  // K_l K_m K_n in shell order
-  std::vector<double> plane;    // products of a y and a z table
+  std::vector<double> norms;     // M_0 .. M_N
+  std::vector<double> weights;   // K_l K_m K_n in shell order
+  std::vector<double> plane;     // products of a y and a z table
+  std::vector<double> unsorted;  // a target in the order of the sums
 };
 
 }  // namespace QXHermiteMath
