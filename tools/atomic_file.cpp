@@ -19,9 +19,26 @@ std::string SystemText(int code) {
   return std::generic_category().message(code);
 }
 
+/// Such as /dev/stdout when the output goes to a file.
+bool IsStandardStream(const std::string& path) {
+  struct stat wanted = {}, stream = {};
+  if (::stat(path.c_str(), &wanted) != 0) return false;
+  for (int descriptor = 0; descriptor <= 2; ++descriptor) {
+    if (::fstat(descriptor, &stream) == 0 && stream.st_dev == wanted.st_dev &&
+        stream.st_ino == wanted.st_ino) {
+      return true;
+    }
+  }
+  return false;
+}
+
 }  // namespace
 
 AtomicFile::AtomicFile(const std::string& path) : path_(path) {
+  if (IsStandardStream(path)) {
+    error_ = fmt::format("{}: is a standard stream: give the name of a file", path);
+    return;
+  }
   std::error_code ignored;
   if (fs::exists(path, ignored) && !fs::is_regular_file(path, ignored)) {
     error_ = fmt::format("{}: not a regular file: give the name of a file", path);
@@ -43,7 +60,7 @@ AtomicFile::AtomicFile(const std::string& path) : path_(path) {
   const bool opened = ::fchmod(descriptor, 0666 & ~mask) == 0;
   ::close(descriptor);
   if (!opened) error_ = fmt::format("{}: cannot be written: choose another place", path);
-  path_ = target.string();
+  target_ = target.string();
   temporary_ = name;
 }
 
@@ -52,7 +69,7 @@ AtomicFile::~AtomicFile() {
 }
 
 bool AtomicFile::Commit() {
-  if (std::rename(temporary_.c_str(), path_.c_str()) != 0) {
+  if (std::rename(temporary_.c_str(), target_.c_str()) != 0) {
     error_ =
         fmt::format("{}: cannot be written ({}): choose another place", path_, SystemText(errno));
     return false;

@@ -9,6 +9,7 @@ namespace QXTools {
 /// The constructor makes an empty temporary file in the folder of the final name, so that a folder
 /// that cannot be written to is noticed before any work is done. Commit renames it; a file that
 /// was not committed is removed by the destructor. A symbolic link is followed, not replaced.
+/// Refused is what a rename would destroy: a device, a pipe, a file that is a standard stream.
 class AtomicFile {
  public:
   explicit AtomicFile(const std::string& path);
@@ -24,7 +25,8 @@ class AtomicFile {
   bool Commit();
 
  private:
-  std::string path_;
+  std::string path_;    ///< as it was given
+  std::string target_;  ///< behind all links
   std::string temporary_;
   std::string error_;
 };

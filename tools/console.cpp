@@ -1,6 +1,5 @@
 #include "tools/console.h"
 
-#include <fmt/format.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -12,7 +11,7 @@ namespace QXTools {
 
 Console::Console() {
   QXCore::QXThrow.SetHandler([this](QXCore::QXErrorLevel level, const std::string& text) {
-    if (level != QXCore::QXErrorLevel::Debug) Say(text);
+    if (level != QXCore::QXErrorLevel::Debug) SayReport(text);
   });
 }
 
@@ -26,7 +25,17 @@ bool Console::IsTerminal() {
 
 void Console::Say(const std::string& text) {
   if (progress_) progress_->Clear();
-  fmt::print(stderr, "{}\n", DisplayText(text));
+  std::fputs((DisplayText(text) + '\n').c_str(), stderr);
+}
+
+void Console::SayReport(std::string text) {
+  for (const auto& [hidden, shown] : names_) {
+    if (!text.starts_with(hidden)) continue;
+    if (shown.empty()) return;
+    text.replace(0, hidden.size(), shown);
+    break;
+  }
+  Say(text);
 }
 
 void Console::UpdateProgress(size_t done) {

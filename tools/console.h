@@ -2,6 +2,8 @@
 
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "tools/progress.h"
 
@@ -16,8 +18,15 @@ class Console {
   Console(const Console&) = delete;
   Console& operator=(const Console&) = delete;
 
-  /// One line of text. Control characters, as hostile titles and names hold them, become '?'.
+  /// One line of text. What hostile titles and names hold becomes '?', see DisplayText. A stderr
+  /// that cannot be written to is no failure.
   void Say(const std::string& text);
+
+  /// Reports of the library about files whose name begins with `hidden` are told with `shown` in
+  /// its place, or not at all when that is empty.
+  void ShowAs(const std::string& hidden, const std::string& shown) {
+    names_.emplace_back(hidden, shown);
+  }
 
   /// Draws progress from now on. total: records to come, as far as known.
   void StartProgress(size_t total) { progress_ = std::make_unique<Progress>(total); }
@@ -27,7 +36,10 @@ class Console {
   static bool IsTerminal();
 
  private:
+  void SayReport(std::string text);
+
   std::unique_ptr<Progress> progress_;
+  std::vector<std::pair<std::string, std::string>> names_;
 };
 
 }  // namespace QXTools

@@ -19,8 +19,13 @@ void WatchForInterrupts() {
   action.sa_handler = RememberSignal;
   action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
   sigemptyset(&action.sa_mask);
-  constexpr int watched[] = {SIGINT, SIGTERM, SIGHUP};
-  for (const int number : watched) sigaction(number, &action, nullptr);
+  constexpr int watched[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+  for (const int number : watched) {
+    struct sigaction inherited = {};
+    sigaction(number, nullptr, &inherited);
+    if (inherited.sa_handler != SIG_IGN) sigaction(number, &action, nullptr);
+  }
+  std::signal(SIGPIPE, SIG_IGN);
 }
 
 bool Interrupted() {

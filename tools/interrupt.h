@@ -2,8 +2,11 @@
 
 namespace QXTools {
 
-/// From here on the first SIGINT, SIGTERM or SIGHUP only raises a flag, so that the work ends at
-/// the next molecule with everything tidied up; a second one ends the process at once.
+/// From here on the first SIGINT, SIGTERM, SIGHUP or SIGQUIT only raises a flag, so that the work
+/// ends at the next molecule with everything tidied up; a second one ends the process at once. A
+/// signal that was ignored before (nohup, jobs in the background) stays ignored. SIGPIPE is
+/// ignored: a reader of the table that went away (`| head`) must not keep the files from being
+/// finished.
 void WatchForInterrupts();
 
 /// True once one of the signals arrived.

@@ -8,13 +8,19 @@
 #include "tools/interrupt.h"
 #include "tools/overlay_arguments.h"
 #include "tools/overlay_command.h"
+#include "tools/text.h"
 
 namespace {
 
 using namespace QXTools;
 
+void Complain(const std::string& problem) {
+  std::fputs(fmt::format("qxhermite: {}\n", DisplayText(problem)).c_str(), stderr);
+}
+
 int Usage(const std::string& problem) {
-  fmt::print(stderr, "qxhermite: {}\nRun qxhermite overlay --help for the options.\n", problem);
+  Complain(problem);
+  std::fputs("Run qxhermite overlay --help for the options.\n", stderr);
   return kNothingDone;
 }
 
@@ -26,6 +32,9 @@ int Main(int argc, char** argv) {
   CLI::App& overlay = *app.add_subcommand(
       "overlay", "Lays molecules over a reference by shape and ranks them by Tanimoto.");
   DeclareOverlayArguments(overlay, arguments);
+  if (argc > 1 && argv[1][0] != '-' && argv[1] != overlay.get_name()) {
+    return Usage(fmt::format("'{}' is not a command: the only one is overlay", argv[1]));
+  }
   try {
     std::vector<std::string> words =
         WithLongDashes(overlay, std::vector<std::string>(argv + 1, argv + argc));
@@ -49,9 +58,9 @@ int main(int argc, char** argv) {
   try {
     status = Main(argc, argv);
   } catch (const std::bad_alloc&) {
-    fmt::print(stderr, "qxhermite: not enough memory: lower --NPolyMax\n");
+    Complain("not enough memory: lower --NPolyMax");
   } catch (const std::exception& error) {
-    fmt::print(stderr, "qxhermite: {}\n", error.what());
+    Complain(error.what());
   }
   if (Interrupted()) EndByInterrupt();
   return status;

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <system_error>
 #include <utility>
 
 namespace QXTools {
@@ -60,6 +61,8 @@ bool GroupReader::Next(MoleculeGroup& next) {
 }
 
 size_t CountRecords(const std::string& path) {
+  std::error_code ignored;
+  if (!std::filesystem::is_regular_file(path, ignored)) return 0;  // a pipe is read only once
   std::string ending = std::filesystem::path(path).extension().string();
   std::ranges::transform(ending, ending.begin(),
                          [](unsigned char c) { return static_cast<char>(std::tolower(c)); });

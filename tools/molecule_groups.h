@@ -41,7 +41,7 @@ class GroupReader {
   bool hasAhead_ = false;
 };
 
-/// How many records a file holds, by its record marks alone; 0 when the format has none.
+/// How many records a regular file holds, by its record marks alone; 0 when the format has none.
 /// An estimate for a progress bar.
 size_t CountRecords(const std::string& path);
 

@@ -12,6 +12,8 @@
 namespace QXTools {
 namespace {
 
+namespace fs = std::filesystem;
+
 constexpr const char* kExamples = R"(Examples:
   qxhermite overlay --ref ref.sdf --fit library.sdf --out hits.sdf
   qxhermite overlay --ref ref.sdf --ref-record 3 --fit a.sdf b.mol2 --out hits.sdf --csv hits.csv
@@ -71,11 +73,13 @@ void AddExpansionOptions(CLI::App& app, QXHermiteMath::QXHermiteOptions& options
     const std::string legal = parameter->GetLegalText();
     std::string brief = parameter->GetBrief();
     if (!legal.empty()) brief += fmt::format(" Legal values: {}.", legal);
+    const bool isFlag = dynamic_cast<QXCore::QXBoolParameter*>(parameter) != nullptr;
+    const std::string expected = isFlag ? "true or false" : legal.empty() ? "a number" : legal;
     app.add_option_function<std::string>(
            name,
-           [parameter, name, legal](const std::string& text) {
+           [parameter, name, expected](const std::string& text) {
              if (parameter->SetFromText(text)) return;
-             Refuse(name, text, legal.empty() ? "a legal value" : legal);
+             Refuse(name, text, expected);
            },
            brief)
         ->type_name("VALUE")
@@ -84,11 +88,20 @@ void AddExpansionOptions(CLI::App& app, QXHermiteMath::QXHermiteOptions& options
   }
 }
 
-bool SameFile(const std::string& a, const std::string& b) {
+std::string RefuseEmpty(const std::string& name) {
+  return name.empty() ? "'' is not a name" : "";
+}
+
+bool SameFile(const fs::path& a, const fs::path& b) {
   std::error_code ignored;
-  if (std::filesystem::equivalent(a, b, ignored)) return true;
-  return std::filesystem::weakly_canonical(a, ignored) ==
-         std::filesystem::weakly_canonical(b, ignored);
+  if (fs::equivalent(a, b, ignored)) return true;
+  return fs::weakly_canonical(fs::absolute(a, ignored), ignored) ==
+         fs::weakly_canonical(fs::absolute(b, ignored), ignored);
+}
+
+bool LiesIn(const std::string& file, const std::string& folder) {
+  const fs::path own = fs::path(file).parent_path();
+  return SameFile((own.empty() ? "." : own) / "", fs::path(folder) / "");
 }
 
 }  // namespace
@@ -98,18 +111,23 @@ void DeclareOverlayArguments(CLI::App& app, OverlayArguments& arguments) {
   app.footer(kExamples);
   app.add_option("--ref", arguments.reference, "Molecule file with the reference")
       ->required()
+      ->check(RefuseEmpty)
       ->type_name("FILE");
   app.add_option("--fit", arguments.fits, "Molecule files to be laid over the reference")
       ->required()
+      ->check(RefuseEmpty)
       ->type_name("FILE");
   app.add_option("--out", arguments.output,
                  "File for the best poses, in the coordinates of the reference, best first")
       ->required()
+      ->check(RefuseEmpty)
       ->type_name("FILE");
   app.add_option("--csv", arguments.csv, "File for the ranking, comma-separated")
+      ->check(RefuseEmpty)
       ->type_name("FILE");
   app.add_option("--records", arguments.recordsFolder,
                  "Folder to keep a .qxb record of every start and pose in")
+      ->check(RefuseEmpty)
       ->type_name("DIR");
   AddCount(app, "--ref-record", arguments.referenceRecord, 1,
            "Which record of the reference file to take");
@@ -153,10 +171,15 @@ std::string CheckOverlayArguments(const OverlayArguments& arguments) {
     }
   }
   for (const std::string& input : inputs) {
-    const std::string folder = std::filesystem::path(input).parent_path().string();
-    if (!arguments.recordsFolder.empty() &&
-        SameFile(folder.empty() ? "." : folder, arguments.recordsFolder)) {
+    if (!arguments.recordsFolder.empty() && LiesIn(input, arguments.recordsFolder)) {
       return fmt::format("{}: lies in the folder of --records: give another folder", input);
+    }
+  }
+  for (const std::string& output : {arguments.output, arguments.csv}) {
+    if (!arguments.recordsFolder.empty() && QXMolKit::QXGetMolFormat(output) == QXMolFormat::QXB &&
+        LiesIn(output, arguments.recordsFolder)) {
+      return fmt::format("{}: could be overwritten by one of --records: give another folder",
+                         output);
     }
   }
   if (!arguments.csv.empty() && SameFile(arguments.csv, arguments.output)) {

@@ -2,7 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <numeric>
@@ -12,6 +14,7 @@
 #include "hermite/overlay/shape_overlay.h"
 #include "tools/atomic_file.h"
 #include "tools/console.h"
+#include "tools/coverage.h"
 #include "tools/hits.h"
 #include "tools/interrupt.h"
 #include "tools/molecule_groups.h"
@@ -35,8 +38,9 @@ constexpr const char* kPlaceTag = "qxhermite place";
 class OverlayRun {
  public:
   explicit OverlayRun(const OverlayArguments& arguments)
-      : arguments_(arguments), records_(arguments.recordsFolder), out_(arguments.output) {
+      : arguments_(arguments), records_(arguments.recordsFolder, console_), out_(arguments.output) {
     if (!arguments.csv.empty()) csv_.emplace(arguments.csv);
+    if (out_.Error().empty()) console_.ShowAs(out_.TemporaryPath(), arguments.output);
   }
   ExitStatus Run();
 
@@ -62,6 +66,7 @@ class OverlayRun {
   size_t recordsSkipped_ = 0;
   size_t filesSkipped_ = 0;
   size_t recordsLost_ = 0;  ///< `.qxb` records that could not be kept
+  PoorlyHeld poorlyHeld_;
   bool sawDrawing_ = false;
 };
 
@@ -89,7 +94,7 @@ std::optional<QXMol> OverlayRun::InFrame(const QXConfBase& conformer, const std:
   }
   if (!sawDrawing_ && LooksLikeDrawing(heavy)) {
     sawDrawing_ = true;  // one warning: a whole file of drawings is one mistake
-    console_.Say(fmt::format("{}: {}", where, kDrawingWarning));
+    console_.Say(fmt::format("{}: {}", where, kFitDrawingWarning));
   }
   const unsigned int degree = arguments_.expansion.GetNPolyMax();
   const std::optional<Frame> frame = arguments_.inPlace
@@ -108,11 +113,13 @@ void OverlayRun::OverlayMolecule(const std::string& path, const MoleculeGroup& g
   const std::string title = group.mol.GetTitle();
   QXMol work;
   size_t place = 0;
+  double held = 1.0;
   const std::unique_ptr<QXMolKit::QXIterator<QXConfBase>> confs(group.mol.GetConfs());
   for (; confs && confs->IsValid(); confs->Next(), ++place) {
     std::optional<QXMol> moved =
         InFrame(*confs->Get(), fmt::format("{}:{}", path, group.records[place]));
     if (!moved) continue;
+    held = std::min(held, HeldShare(HeavyAtoms(*moved), reference_.expansion.GetOptions()));
     moved->GetActive()->DeleteData(kCoefficientTag);  // a pose of an earlier run brings it along
     moved->GetActive()->DeleteData(kPlaceTag);
     moved->GetActive()->SetData(kPlaceTag, std::vector<double>{static_cast<double>(place)});
@@ -123,6 +130,7 @@ void OverlayRun::OverlayMolecule(const std::string& path, const MoleculeGroup& g
     }
   }
   if (work.NumConfs() == 0) return;
+  poorlyHeld_.Note(title, held);
 
   const std::string workingTitle = records_.NextTitle(title);
   work.SetTitle(workingTitle);
@@ -155,10 +163,6 @@ void OverlayRun::KeepHits(const std::string& path, const MoleculeGroup& group, c
 
 void OverlayRun::OverlayFile(const std::string& path) {
   GroupReader reader(path, arguments_.group);
-  if (!reader.IsOpen()) {
-    ++filesSkipped_;
-    return;
-  }
   MoleculeGroup group;
   while (!Interrupted() && reader.Next(group)) {
     if (group.records.empty()) {
@@ -167,6 +171,11 @@ void OverlayRun::OverlayFile(const std::string& path) {
     OverlayMolecule(path, group);
     console_.UpdateProgress(recordsRead_ + reader.RecordsRead());
   }
+  if (Interrupted()) return;
+  if (reader.IsOpen() && reader.RecordsRead() == 0) {
+    console_.Say(fmt::format("{}: {}", path, kNoMoleculeWarning));
+  }
+  if (!reader.IsOpen() || reader.RecordsRead() == 0) ++filesSkipped_;
   recordsRead_ += reader.RecordsRead();
   recordsSkipped_ += reader.RecordsSkipped();
 }
@@ -198,7 +207,10 @@ void OverlayRun::ReportSkipped() {
 ExitStatus OverlayRun::Run() {
   if (!CanWrite()) return kNothingDone;
   std::optional<Reference> reference = MakeReference(arguments_, console_);
-  if (!reference) return kNothingDone;
+  if (!reference) {
+    console_.Say("the reference could not be used: nothing was written");
+    return kNothingDone;
+  }
   reference_ = std::move(*reference);
   overlay_ = std::make_unique<QXShapeOverlay>(arguments_.tolerance, arguments_.maxIterations,
                                               reference_.expansion, WayBack(reference_.frame));
@@ -221,7 +233,9 @@ ExitStatus OverlayRun::Run() {
     return kNothingDone;
   }
   if (!WriteResults()) return kNothingDone;
-  if (!arguments_.quiet) fmt::print("{}", HitsTable(hits_, arguments_.top));
+  // Who reads the table may have gone; the files are what counts.
+  if (!arguments_.quiet) std::fputs(HitsTable(hits_, arguments_.top).c_str(), stdout);
+  if (!poorlyHeld_.IsEmpty()) console_.Say(poorlyHeld_.Warning(arguments_.inPlace));
   ReportSkipped();
   return recordsSkipped_ + filesSkipped_ + recordsLost_ > 0 ? kSomeSkipped : kAllWell;
 }

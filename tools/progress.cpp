@@ -37,14 +37,15 @@ void Progress::Update(size_t done) {
   if (now - last_ < kInterval) return;
   last_ = now;
   const std::chrono::duration<double> elapsed = now - start_;
-  fmt::print(stderr, "\r{}\033[K", ProgressLine(done, total_, elapsed.count()));
+  std::fputs(fmt::format("\r{}\033[K", ProgressLine(done, total_, elapsed.count())).c_str(),
+             stderr);
   std::fflush(stderr);
   drawn_ = true;
 }
 
 void Progress::Clear() {
   if (!drawn_) return;
-  fmt::print(stderr, "\r\033[K");
+  std::fputs("\r\033[K", stderr);
   std::fflush(stderr);
   drawn_ = false;
 }

@@ -16,53 +16,77 @@ namespace fs = std::filesystem;
 
 constexpr const char* kEnding = ".qxb";
 
+/// Copies the record under the molecule's own title. False when not all of it could be copied.
+bool CopyUnderTitle(const std::string& from, const std::string& to, const std::string& title) {
+  QXMolKit::qxmolistream in(from);
+  QXMolKit::qxmolostream out(to, QXMolKit::QXMolFormat::QXB);
+  QXMolKit::QXMol mol(1);
+  bool written = static_cast<bool>(in);
+  while (written && QXMolKit::QXReadMolecule(in, mol)) {
+    mol.SetTitle(title.c_str());
+    written = QXMolKit::QXWriteMolecule(out, mol);
+  }
+  return out.close() && written && in && in.SkippedRecords().empty();
+}
+
 }  // namespace
 
-RecordsFolder::RecordsFolder(const std::string& path) : path_(path), temporary_(path.empty()) {
+RecordsFolder::RecordsFolder(const std::string& path, Console& console)
+    : path_(path), console_(console) {
   std::error_code failure;
-  if (temporary_) {
-    path_ = (fs::temp_directory_path(failure) / "qxhermite-XXXXXX").string();
-    if (failure || ::mkdtemp(path_.data()) == nullptr) {
-      error_ =
-          fmt::format("{}: no temporary folder can be made: give --records or set TMPDIR", path_);
-      path_.clear();
+  if (!path.empty()) {
+    fs::create_directories(path, failure);
+    if (!fs::is_directory(path, failure)) {
+      error_ = fmt::format("{}: not a folder, and none can be made: give another --records", path);
+      return;
     }
+  }
+  const fs::path parent = path.empty() ? fs::temp_directory_path(failure) : fs::path(path);
+  std::string work = (parent / ".qxhermite-XXXXXX").string();
+  if (failure || ::mkdtemp(work.data()) == nullptr) {
+    error_ =
+        path.empty()
+            ? fmt::format("{}: no temporary folder can be made: give --records or set TMPDIR", work)
+            : fmt::format("{}: cannot be written to: give another --records", path);
     return;
   }
-  fs::create_directories(path, failure);
-  if (!fs::is_directory(path, failure)) {
-    error_ = fmt::format("{}: not a folder, and none can be made: give another --records", path);
-  }
+  work_ = work;
+  console_.ShowAs(work_, path_);
 }
 
 RecordsFolder::~RecordsFolder() {
   std::error_code ignored;
-  if (temporary_ && !path_.empty()) fs::remove_all(path_, ignored);
+  if (!work_.empty()) fs::remove_all(work_, ignored);
 }
 
 std::string RecordsFolder::NextTitle(const std::string& title) {
-  return (fs::path(path_) / fmt::format("{:06}_{}", ++count_, FileNamePart(title))).string();
+  return (fs::path(work_) / fmt::format("{:06}_{}", ++count_, FileNamePart(title))).string();
 }
 
-bool RecordsFolder::Finish(const std::string& workingTitle, const std::string& title) const {
-  const std::string record = workingTitle + kEnding;
+bool RecordsFolder::Finish(const std::string& workingTitle, const std::string& title) {
+  const fs::path record = workingTitle + kEnding;
   std::error_code failure;
-  if (temporary_) return fs::remove(record, failure);
-
-  const std::string renamed = record + ".part";
-  {
-    QXMolKit::qxmolistream in(record);
-    QXMolKit::qxmolostream out(renamed, QXMolKit::QXMolFormat::QXB);
-    QXMolKit::QXMol mol(1);
-    bool written = true;
-    while (written && QXMolKit::QXReadMolecule(in, mol)) {
-      mol.SetTitle(title.c_str());
-      written = QXMolKit::QXWriteMolecule(out, mol);
-    }
-    if (!out.close() || !written) failure = std::make_error_code(std::errc::io_error);
+  if (path_.empty()) {
+    fs::remove(record, failure);
+    return true;
   }
-  if (!failure) fs::rename(renamed, record, failure);
-  return !failure;
+  const fs::path kept = fs::path(path_) / record.filename();
+  const fs::path titled = fs::path(work_) / "titled";
+  const fs::file_type there = fs::symlink_status(kept, failure).type();
+  bool done = false;
+  if (there != fs::file_type::not_found && there != fs::file_type::regular) {
+    console_.Say(fmt::format("{}: not a regular file: remove it", kept.string()));
+  } else if (CopyUnderTitle(record.string(), titled.string(), title)) {
+    fs::rename(titled, kept, failure);
+    done = !failure;
+    if (!done) {
+      console_.Say(fmt::format("{}: cannot be written ({}): give another --records", kept.string(),
+                               failure.message()));
+    }
+  }
+  fs::remove(titled, failure);
+  fs::remove(record, failure);
+  return done;
 }
 
 }  // namespace QXTools

@@ -2,14 +2,21 @@
 
 #include <string>
 
+#include "tools/console.h"
+
 namespace QXTools {
 
 /// Where the overlay puts its record of every start and pose, one `.qxb` file a molecule.
-/// Records that nobody asked for lie in a temporary folder that is removed with the object.
+///
+/// The overlay writes into a private folder that is removed with the object, in the folder of the
+/// records, or among the temporary ones when nobody asked for records. What is kept moves to its
+/// place when it is complete, and replaces regular files only.
 class RecordsFolder {
  public:
-  /// An empty path: a temporary folder. Otherwise the folder is made when it does not exist.
-  explicit RecordsFolder(const std::string& path);
+  /// An empty path: no record is kept. Otherwise the folder is made when it does not exist.
+  /// Failures to write records are told to the console, which must outlive the object, under the
+  /// names that the records are to have.
+  RecordsFolder(const std::string& path, Console& console);
   ~RecordsFolder();
   RecordsFolder(const RecordsFolder&) = delete;
   RecordsFolder& operator=(const RecordsFolder&) = delete;
@@ -18,16 +25,17 @@ class RecordsFolder {
   const std::string& Error() const { return error_; }
 
   /// The title that the next molecule has to bear while it is overlaid, so that its record lands in
-  /// this folder under a running number, whatever its own title holds.
+  /// the private folder under a running number, whatever its own title holds.
   std::string NextTitle(const std::string& title);
-  /// To be called after the overlay: gives the molecules in the record their own title back, or
-  /// removes a record that is not kept. False when the record cannot be rewritten.
-  bool Finish(const std::string& workingTitle, const std::string& title) const;
+  /// To be called after the overlay: gives the molecules in the record their own title back and the
+  /// record its place. False when a wanted record could not be kept, which the console was told.
+  bool Finish(const std::string& workingTitle, const std::string& title);
 
  private:
-  std::string path_;
+  std::string path_;  ///< empty when no record is kept
+  std::string work_;
   std::string error_;
-  bool temporary_;
+  Console& console_;
   unsigned int count_ = 0;
 };
 

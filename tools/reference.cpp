@@ -31,6 +31,10 @@ std::optional<QXMol> ReadRecord(const std::string& path, unsigned int wanted, Co
     if (in.RecordNumber() == wanted) return mol;
     if (in.RecordNumber() > wanted) break;
   }
+  if (in && in.RecordNumber() == 0) {
+    console.Say(fmt::format("{}: {}", path, kNoMoleculeWarning));
+    return std::nullopt;
+  }
   const auto& skipped = in.SkippedRecords();
   const bool unreadable = std::any_of(skipped.begin(), skipped.end(),
                                       [&](const auto& one) { return one.record == wanted; });

@@ -29,5 +29,10 @@ bool LooksLikeDrawing(const QXMolKit::QXMol& heavyAtoms);
 
 inline constexpr const char* kDrawingWarning =
     "all z are zero, it looks like a drawing: make 3-D coordinates, unless the molecule is flat";
+/// A pose does not lie in the plane any more, where the wedges told the stereochemistry.
+inline constexpr const char* kFitDrawingWarning =
+    "all z are zero, it looks like a drawing, whose wedge bonds mean nothing once it is turned in "
+    "space: make 3-D coordinates, unless the molecule is flat";
+inline constexpr const char* kNoMoleculeWarning = "holds no molecule: check the file";
 
 }  // namespace QXTools

@@ -1,6 +1,7 @@
 #include "tools/text.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace QXTools {
 namespace {
@@ -9,6 +10,29 @@ constexpr size_t kLongestFileNamePart = 60;
 
 bool IsContinuation(char c) {
   return (static_cast<unsigned char>(c) & 0xC0u) == 0x80u;
+}
+
+/// The bytes of the character that the text begins with; 0 when that is a control character or no
+/// UTF-8: cut short, longer than needed, a surrogate or beyond U+10FFFF.
+size_t PrintableLength(std::string_view text) {
+  const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
+  const unsigned char first = byte(0);
+  if (first < 0x80) return first >= 0x20 && first != 0x7F ? 1 : 0;
+  const size_t length = first < 0xC2   ? 0
+                        : first < 0xE0 ? 2
+                        : first < 0xF0 ? 3
+                        : first < 0xF5 ? 4
+                                       : 0;
+  if (length == 0 || length > text.size()) return 0;
+  if (!std::all_of(text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(length),
+                   IsContinuation)) {
+    return 0;
+  }
+  const unsigned char second = byte(1);
+  const bool control = first == 0xC2 && second < 0xA0;
+  const bool tooLong = (first == 0xE0 && second < 0xA0) || (first == 0xF0 && second < 0x90);
+  const bool noCharacter = (first == 0xED && second >= 0xA0) || (first == 0xF4 && second >= 0x90);
+  return control || tooLong || noCharacter ? 0 : length;
 }
 
 /// Characters, not bytes.
@@ -61,14 +85,17 @@ std::string CsvLine(const std::vector<std::string>& cells) {
 
 std::string DisplayText(std::string_view text, size_t width) {
   std::string shown;
-  size_t characters = 0;
-  const bool tooLong = Width(text) > width;
-  for (const char c : text) {
-    if (!IsContinuation(c) && ++characters > (tooLong ? width - 3 : width)) break;
-    const bool control = static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
-    shown += control ? '?' : c;
+  while (!text.empty()) {
+    const size_t length = PrintableLength(text);
+    shown += length > 0 ? std::string(text.substr(0, length)) : "?";
+    text.remove_prefix(std::max(length, size_t{1}));
   }
-  return tooLong ? shown + "..." : shown;
+  if (Width(shown) <= width) return shown;
+  size_t end = 0;
+  for (size_t characters = 0; end < shown.size(); ++end) {
+    if (!IsContinuation(shown[end]) && ++characters > width - 3) break;
+  }
+  return shown.substr(0, end) + "...";
 }
 
 std::string FileNamePart(std::string_view title) {

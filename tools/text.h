@@ -17,8 +17,8 @@ std::string FormatTable(const std::vector<std::string>& header,
 /// One line of a comma-separated file (RFC 4180), cells quoted where needed, with its line end.
 std::string CsvLine(const std::vector<std::string>& cells);
 
-/// The text with control characters as '?', and cut to at most `width` characters, the last three
-/// of them dots, where it is longer. UTF-8 sequences stay whole.
+/// The text with control characters and bytes that are not UTF-8 as '?', and cut to at most `width`
+/// characters, the last three of them dots, where it is longer. UTF-8 sequences stay whole.
 std::string DisplayText(std::string_view text, size_t width = 1000);
 
 /// A title as a part of a file name: letters, digits, '.', '-' and '_' stay, at most 60 of them;

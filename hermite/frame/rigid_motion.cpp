@@ -11,6 +11,9 @@ namespace QXHermiteMath {
 
 namespace {
 
+// The operators list their places themselves and read no index.
+const QXHermiteIndex kNoIndex;
+
 struct FloatQuaternion {
   float x, y, z, w;
 };
@@ -104,7 +107,7 @@ bool QXHermite::RotateHermites(std::vector<double> const& m) {
   const std::vector<double> angles = EulerXYZ(m);
   std::vector<double> rotated(coefficients.size(), 0.0);
   QXHermiteRotation rotation(N);
-  rotation.Rotate(angles.data(), N, coefficients, rotated, QXHermiteIndex(N));
+  rotation.Rotate(angles.data(), N, coefficients, rotated, kNoIndex);
   coefficients = std::move(rotated);
   return true;
 }
@@ -117,7 +120,7 @@ bool QXHermite::TranslateHermites(std::vector<double> const& t) {
   const unsigned int N = options.GetNPolyMax();
   std::vector<double> moved(coefficients.size(), 0.0);
   QXHermiteTranslation translation(N);
-  translation.Translate(t.data(), options, options, coefficients, moved, QXHermiteIndex(N), false);
+  translation.Translate(t.data(), options, options, coefficients, moved, kNoIndex, false);
   coefficients = std::move(moved);
   return true;
 }

@@ -42,16 +42,27 @@ class OverlayCommand : public testing::Test {
 
   std::string Path(const std::string& name) const { return (folder_ / name).string(); }
 
-  pid_t Start(const std::vector<std::string>& words) {
+  /// first: what the shell is to do before; last: where the tool's streams go.
+  pid_t Start(const std::vector<std::string>& words, const std::string& first = ":",
+              const std::string& last = ">out.txt 2>err.txt") {
     // The shell only changes the folder; `exec` leaves its process to the tool.
-    std::string line = "cd \"$0\" && export TMPDIR=\"$0/tmp\" && exec \"$@\" >out.txt 2>err.txt";
+    std::string line =
+        "cd \"$0\" && export TMPDIR=\"$0/tmp\" && " + first + " && exec \"$@\" " + last;
     std::vector<std::string> all = {"/bin/sh", "-c", line, folder_.string(), QX_TOOL, "overlay"};
     all.insert(all.end(), words.begin(), words.end());
     std::vector<char*> argv;
     for (std::string& word : all) argv.push_back(word.data());
     argv.push_back(nullptr);
     pid_t child = -1;
-    EXPECT_EQ(::posix_spawn(&child, "/bin/sh", nullptr, nullptr, argv.data(), environ), 0);
+    // Whatever the tests inherited, such as an ignored SIGINT in the background.
+    posix_spawnattr_t attributes;
+    sigset_t all_signals;
+    ::sigfillset(&all_signals);
+    ::posix_spawnattr_init(&attributes);
+    ::posix_spawnattr_setsigdefault(&attributes, &all_signals);
+    ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+    EXPECT_EQ(::posix_spawn(&child, "/bin/sh", nullptr, &attributes, argv.data(), environ), 0);
+    ::posix_spawnattr_destroy(&attributes);
     return child;
   }
 
@@ -194,6 +205,75 @@ TEST_F(OverlayCommand, RecordsHoldEveryStartAndPose) {
   EXPECT_THAT(Files("tmp"), IsEmpty());
 }
 
+TEST_F(OverlayCommand, RecordsReplaceRegularFilesOnly) {
+  fs::create_directories(folder_ / "kept/000001_directory.qxb");
+  WriteFile(Path("kept/000002_file.qxb"), "of an earlier run");
+  WriteFile(Path("aim"), "not to be touched");
+  fs::create_symlink("../aim", folder_ / "kept/000003_link.qxb");
+  std::vector<SdRecord> fits;
+  for (const char* title : {"directory", "file", "link"}) fits.push_back(reference_.Titled(title));
+  EXPECT_EQ(Overlay(fits, {"--records", "kept"}), 2);
+  EXPECT_EQ(err_,
+            "kept/000001_directory.qxb: not a regular file: remove it\n"
+            "kept/000003_link.qxb: not a regular file: remove it\n"
+            "2 .qxb records not kept\n");
+  EXPECT_EQ(ReadFile(Path("aim")), "not to be touched");
+  EXPECT_NE(ReadFile(Path("kept/000002_file.qxb")), "of an earlier run");
+  EXPECT_EQ(Hits().size(), 3u);
+  EXPECT_THAT(Files("kept"), ElementsAre("kept/000002_file.qxb", "kept/000003_link.qxb"));
+}
+
+TEST_F(OverlayCommand, FailuresToWriteAreToldAboutTheFilesThatWereAskedFor) {
+  // SIGXFSZ is ignored, so that writing beyond the limit fails as on a full disk.
+  const std::string limit = "trap '' XFSZ && ulimit -f 4";  // 4 blocks of 512 bytes
+  WriteFile(Path("ref.sdf"), reference_.Text());
+  WriteFile(Path("fit.sdf"), reference_.Text());
+  const std::vector<std::string> words = {"--ref", "ref.sdf", "--fit", "fit.sdf", "--out"};
+  const auto run = [&](std::vector<std::string> more) {
+    more.insert(more.begin(), words.begin(), words.end());
+    return Finish(Start(more, limit));
+  };
+  ASSERT_GT(fs::file_size(Path("ref.sdf")), 2048u);
+  const std::string reason = ": writing failed (File too large): make room on the disk and write ";
+  EXPECT_EQ(run({"hits.sdf"}), 1);
+  EXPECT_EQ(err_, "hits.sdf" + reason + "the file again\n");
+  EXPECT_EQ(run({"hits.sdf", "--records", "kept"}), 1);
+  EXPECT_THAT(err_, testing::StartsWith("kept/000001_celecoxib.qxb" + reason));
+  EXPECT_THAT(Files(), ElementsAre("fit.sdf", "ref.sdf"));
+
+  WriteFile(Path("ref.sdf"), Carbons("a", {{0, 0, 0}}).Text());
+  WriteFile(Path("fit.sdf"), Carbons("a", {{0, 0, 0}}).Text());
+  // The records that nobody asked for do not fit, and nobody hears of it.
+  EXPECT_EQ(run({"hits.sdf", "--npolymax", "20"}), 0);
+  EXPECT_THAT(err_, IsEmpty());
+  EXPECT_EQ(run({"again.sdf", "--npolymax", "20", "--records", "kept"}), 2);
+  EXPECT_THAT(err_, testing::EndsWith("1 .qxb record not kept\n"));
+  EXPECT_THAT(Files(), ElementsAre("again.sdf", "fit.sdf", "hits.sdf", "ref.sdf"));
+}
+
+TEST_F(OverlayCommand, MoleculesThatTheExpansionMissesAreReported) {
+  // At degree 0 the basis is the one Gaussian of the reference, width w. Two of them at a distance
+  // d about it overlap with it by exp(-w d^2 / 8) each, so that of their self overlap 2 + 2 exp(-w
+  // d^2 / 2) it holds the share 1 / cosh(w d^2 / 4), with w = 2.34422871067 / 1.7^2: 0.744 for d =
+  // 2, 0.314 for d = 3, 0.0126 for d = 5.
+  reference_ = Carbons("atom", {{0, 0, 0}});
+  const auto pair = [](const std::string& title, double d) {
+    return Carbons(title, {{0, 0, 0}, {d, 0, 0}});
+  };
+  const std::vector<std::string> coarse = {"--npolymax", "0"};
+  EXPECT_EQ(Overlay({pair("two", 2)}, coarse), 0);
+  EXPECT_THAT(err_, IsEmpty());
+  EXPECT_EQ(Overlay({pair("two", 2), pair("three", 3)}, coarse), 0);
+  EXPECT_EQ(err_,
+            "the expansion holds only 31 % of three: its score is too high: raise --NPolyMax\n");
+  EXPECT_EQ(Overlay({pair("three", 3), pair("five", 5)}, coarse), 0);
+  EXPECT_EQ(err_,
+            "the expansion holds only 1 % of five and less than half of 1 more molecule: their "
+            "scores are too high: raise --NPolyMax\n");
+  EXPECT_EQ(Overlay({pair("three", 3), pair("five", 5)}, {"--npolymax", "20"}), 0);
+  EXPECT_THAT(err_, IsEmpty());
+}
+
 TEST_F(OverlayCommand, PosesOfAnEarlierRunAreOverlaidAfresh) {
   const std::vector<SdRecord> drugs = Drugs({"naproxen"});
   ASSERT_EQ(Overlay(drugs, {"--records", "kept"}), 0) << err_;
@@ -262,7 +342,9 @@ TEST_F(OverlayCommand, BrokenRecordsAndFilesAreSkippedAndCounted) {
                                       Carbons("drawing", {{0, 0, 0}, {1.5, 0, 0}, {0, 1.5, 0}}),
                                       reference_.Titled("last")};
   WriteFile(Path("other.sdf"), reference_.Titled("other").Text());
-  ASSERT_EQ(Overlay(fits, {"--fit", "missing.sdf", "other.sdf"}), 2);
+  WriteFile(Path("empty.sdf"), "");
+  WriteFile(Path("blank.sdf"), " \n\n");
+  ASSERT_EQ(Overlay(fits, {"--fit", "missing.sdf", "empty.sdf", "blank.sdf", "other.sdf"}), 2);
   std::vector<std::string> titles;
   for (const SdRecord& hit : Hits()) titles.push_back(hit.Title());
   EXPECT_THAT(titles, testing::UnorderedElementsAre("first", "drawing", "last", "other"));
@@ -277,11 +359,15 @@ TEST_F(OverlayCommand, BrokenRecordsAndFilesAreSkippedAndCounted) {
       err_,
       HasSubstr("fit.sdf:4: no heavy atoms: give a molecule with other atoms than hydrogen\n"));
   EXPECT_THAT(err_, HasSubstr("fit.sdf:5: no coordinates: give a structure in three dimensions\n"));
-  EXPECT_THAT(err_, HasSubstr("fit.sdf:6: all z are zero, it looks like a drawing: make 3-D "
+  EXPECT_THAT(err_, HasSubstr("fit.sdf:6: all z are zero, it looks like a drawing, whose wedge "
+                              "bonds mean nothing once it is turned in space: make 3-D "
                               "coordinates, unless the molecule is flat\n"));
+  for (const char* name : {"empty", "blank"}) {
+    EXPECT_THAT(err_, HasSubstr(std::string(name) + ".sdf: holds no molecule: check the file\n"));
+  }
   EXPECT_THAT(err_, HasSubstr("missing.sdf: cannot be opened for reading (No such file or "
                               "directory): check the name and the permissions\n"));
-  EXPECT_THAT(err_, testing::EndsWith("4 records skipped\n1 file skipped\n"));
+  EXPECT_THAT(err_, testing::EndsWith("4 records skipped\n3 files skipped\n"));
 
   ASSERT_EQ(Overlay({hydrogens}), 1);
   EXPECT_EQ(err_,
@@ -303,8 +389,11 @@ TEST_F(OverlayCommand, EveryReferenceEndsInAResultOrAClearMessage) {
   for (int i = 0; i < 6; ++i) plane.push_back({1.4 * std::cos(i), 1.4 * std::sin(i), 2.0});
   for (int i = 0; i < 500; ++i)
     cloud.push_back({uniform(random), uniform(random), uniform(random)});
+  const std::string unusable = "the reference could not be used: nothing was written\n";
   const Case cases[] = {
-      {{}, 1, "ref.sdf:1: no heavy atoms: give a molecule with other atoms than hydrogen\n"},
+      {{},
+       1,
+       "ref.sdf:1: no heavy atoms: give a molecule with other atoms than hydrogen\n" + unusable},
       {{{5, 6, 7}}, 0, ""},
       {line, 0, ""},
       {plane, 0, ""},
@@ -312,7 +401,7 @@ TEST_F(OverlayCommand, EveryReferenceEndsInAResultOrAClearMessage) {
        0,
        "ref.sdf:1: all z are zero, it looks like a drawing: make 3-D coordinates, unless the "
        "molecule is flat\n"},
-      {cloud, 0, ""},
+      {cloud, 0, "the expansion holds only [0-9]+ % of atom .*: raise --NPolyMax\n"},
   };
   for (const Case& one : cases) {
     reference_ = Carbons("reference", one.places);
@@ -320,7 +409,7 @@ TEST_F(OverlayCommand, EveryReferenceEndsInAResultOrAClearMessage) {
     std::vector<SdRecord> fits = {Carbons("atom", {{1, 1, 1}})};
     if (!one.places.empty()) fits.push_back(reference_.Moved(RandomMotion(random)));
     EXPECT_EQ(Overlay(fits), one.status) << one.places.size() << " atoms: " << err_;
-    EXPECT_EQ(err_, one.message);
+    EXPECT_THAT(err_, testing::MatchesRegex(one.message));
     if (one.status == 0) {
       EXPECT_GT(Score(Hits().at(0)), 0.999) << one.places.size() << " atoms";
     }
@@ -329,7 +418,11 @@ TEST_F(OverlayCommand, EveryReferenceEndsInAResultOrAClearMessage) {
   EXPECT_EQ(Overlay({Carbons("atom", {{1, 1, 1}})}), 1);
   EXPECT_EQ(err_,
             "ref.sdf:1: \"reference\" cannot be read, Cannot process coordinates on line 5: "
-            "skipped, correct or remove the record\n");
+            "skipped, correct or remove the record\n" +
+                unusable);
+  WriteFile(Path("ref.sdf"), "\n");
+  EXPECT_EQ(Run({"--ref", "ref.sdf", "--fit", "fit.sdf", "--out", "hits.sdf"}), 1);
+  EXPECT_EQ(err_, "ref.sdf: holds no molecule: check the file\n" + unusable);
   EXPECT_THAT(Files(), testing::Not(testing::Contains(HasSubstr(".part"))));
 }
 
@@ -344,7 +437,9 @@ TEST_F(OverlayCommand, ReferenceRecordCanBeChosen) {
   ASSERT_EQ(run("2"), 0) << err_;
   EXPECT_LT(LargestDistance(Hits().at(0), drugs[1]), 0.02);
   EXPECT_EQ(run("9"), 1);
-  EXPECT_EQ(err_, "refs.sdf:9: no such record, the file holds 5: choose another --ref-record\n");
+  EXPECT_EQ(err_,
+            "refs.sdf:9: no such record, the file holds 5: choose another --ref-record\n"
+            "the reference could not be used: nothing was written\n");
 }
 
 TEST_F(OverlayCommand, ExpansionOptionsReachTheExpansion) {
@@ -364,9 +459,15 @@ TEST_F(OverlayCommand, WrongUsageIsExplained) {
   const std::string help = "\nRun qxhermite overlay --help for the options.\n";
   const std::pair<std::vector<std::string>, std::string> cases[] = {
       {{"--npolymax", "101"}, "--NPolyMax: '101' is not 0 to 100"},
-      {{"-LambdaY", "wide"}, "--LambdaY: 'wide' is not a legal value"},
+      {{"-LambdaY", "wide"}, "--LambdaY: 'wide' is not a number"},
       {{"-LambdaZ", "-1"}, "--LambdaZ: '-1' is not a positive number"},
       {{"--UseSingleLambda", "maybe"}, "--UseSingleLambda: 'maybe' is not true or false"},
+      {{"--UseCenterOfMass", "maybe"}, "--UseCenterOfMass: 'maybe' is not true or false"},
+      {{"--csv", ""}, "--csv: '' is not a name"},
+      {{"--records", ""}, "--records: '' is not a name"},
+      {{"--fit", ""}, "--fit: '' is not a name"},
+      {{"--records", "kept", "--csv", "./kept/hits.qxb"},
+       "./kept/hits.qxb: could be overwritten by one of --records: give another folder"},
       {{"--tolerance", "0"}, "--tolerance: '0' is not a positive number"},
       {{"--tolerance", "nan"}, "--tolerance: 'nan' is not a positive number"},
       {{"--poses", "0"}, "--poses: '0' is not a whole number of at least 1"},
@@ -375,7 +476,7 @@ TEST_F(OverlayCommand, WrongUsageIsExplained) {
        "--in-place and --UseCenterOfMass true exclude each other: leave one out"},
       {{"--csv", "./ref.sdf"}, "./ref.sdf: is both read and written: give another name"},
       {{"--records", "."}, "fit.sdf: lies in the folder of --records: give another folder"},
-      {{"--csv", "hits.sdf"}, "hits.sdf: is written twice: give --csv another name"},
+      {{"--csv", "./hits.sdf"}, "./hits.sdf: is written twice: give --csv another name"},
       {{"--nonsense"}, "The following argument was not expected: --nonsense"},
   };
   for (const auto& [words, message] : cases) {
@@ -391,10 +492,39 @@ TEST_F(OverlayCommand, WrongUsageIsExplained) {
   EXPECT_EQ(err_,
             "absent/hits.sdf: cannot be written (No such file or directory): choose another "
             "place\n");
+  const std::vector<std::string> toStream = {"--ref", "ref.sdf", "--fit", "fit.sdf",
+                                             "--out", "x.sdf",   "--csv", "/dev/stdout"};
+  EXPECT_EQ(Run(toStream), 1);
+  EXPECT_EQ(err_, "/dev/stdout: is a standard stream: give the name of a file\n");
+  EXPECT_EQ(Finish(Start(toStream, ":", ">/dev/null 2>err.txt")), 1);
+  EXPECT_EQ(Finish(Start({}, "set -- \"$1\" frobnicate")), 1);
+  EXPECT_EQ(err_, "qxhermite: 'frobnicate' is not a command: the only one is overlay" + help);
   EXPECT_EQ(Run({"--help"}), 0);
   EXPECT_THAT(out_, testing::AllOf(HasSubstr("Examples:"), HasSubstr("Resolution Parameter."),
                                    HasSubstr("--UseOptimalLambdas")));
   EXPECT_THAT(Files(), ElementsAre("fit.sdf", "ref.sdf"));
+}
+
+TEST_F(OverlayCommand, ClosedStreamsDoNotKeepFilesFromBeingFinished) {
+  std::vector<SdRecord> fits = {Carbons("nothing", {})};  // for a message on stderr
+  // The table is longer than any buffer of the stream.
+  for (int i = 0; i < 100; ++i) {
+    fits.push_back(Carbons(std::string(40, 'x') + std::to_string(i), {{0, 0, 0}}));
+  }
+  reference_ = Carbons("atom", {{0, 0, 0}});
+  WriteFile(Path("ref.sdf"), reference_.Text());
+  WriteFile(Path("fit.sdf"), Text(fits));
+  const std::vector<std::string> words = {"--ref", "ref.sdf",  "--fit",      "fit.sdf",
+                                          "--out", "hits.sdf", "--npolymax", "0"};
+  // Nobody reads from the pipe; or there are no streams at all.
+  for (const char* streams : {">&4 2>&4 4>&-", ">&- 2>&- 4>&-"}) {
+    EXPECT_EQ(Finish(Start(words, "mkfifo pipe && exec 3<>pipe 4>pipe && exec 3>&-", streams)), 2)
+        << streams;
+    EXPECT_EQ(Hits().size(), 100u) << streams;
+    fs::remove(Path("pipe"));
+    EXPECT_THAT(Files(), ElementsAre("fit.sdf", "hits.sdf", "ref.sdf"));
+    fs::remove(Path("hits.sdf"));
+  }
 }
 
 TEST_F(OverlayCommand, InterruptedRunLeavesNothingBehind) {
@@ -403,17 +533,23 @@ TEST_F(OverlayCommand, InterruptedRunLeavesNothingBehind) {
   WriteFile(Path("ref.sdf"), reference_.Text());
   WriteFile(Path("fit.sdf"), Text(fits));
   WriteFile(Path("hits.sdf"), "of an earlier run\n");
-  const pid_t child = Start({"--ref", "ref.sdf", "--fit", "fit.sdf", "--out", "hits.sdf"});
-  // A folder for records shows that it has begun; 2000 overlays take far longer than the wait.
-  for (int i = 0; i < 3000 && fs::is_empty(folder_ / "tmp"); ++i) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  const std::vector<std::string> words = {"--ref",   "ref.sdf", "--fit",
+                                          "fit.sdf", "--out",   "hits.sdf"};
+  for (const int number : {SIGINT, SIGQUIT}) {
+    const pid_t child = Start(words, "trap '' HUP && ulimit -c 0");
+    // A folder for records shows that it has begun; 2000 overlays take far longer than the wait.
+    for (int i = 0; i < 3000 && fs::is_empty(folder_ / "tmp"); ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    ::kill(child, SIGHUP);  // ignored as it was found
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    ::kill(child, number);
+    EXPECT_EQ(Finish(child), -number);
+    EXPECT_EQ(err_, "interrupted: nothing was written\n");
+    EXPECT_THAT(Files(), ElementsAre("fit.sdf", "hits.sdf", "ref.sdf"));
+    EXPECT_EQ(ReadFile(Path("hits.sdf")), "of an earlier run\n");
   }
-  std::this_thread::sleep_for(std::chrono::milliseconds(100));
-  ::kill(child, SIGINT);
-  EXPECT_EQ(Finish(child), -SIGINT);
-  EXPECT_EQ(err_, "interrupted: nothing was written\n");
-  EXPECT_THAT(Files(), ElementsAre("fit.sdf", "hits.sdf", "ref.sdf"));
-  EXPECT_EQ(ReadFile(Path("hits.sdf")), "of an earlier run\n");
 }
 
 }  // namespace

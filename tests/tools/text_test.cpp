@@ -22,6 +22,10 @@ TEST(Text, CsvQuotesWhatWouldBreakALine) {
 
 TEST(Text, DisplayedTextIsHarmlessAndShort) {
   EXPECT_EQ(DisplayText("a\x1b[31m\tb\x7f"), "a?[31m?b?");
+  // Bytes of Latin-1, a sequence cut short, one longer than needed, a surrogate, a C1 control.
+  EXPECT_EQ(DisplayText("\xe9t\xe9 \xe2\x82"), "?t? ??");
+  EXPECT_EQ(DisplayText("\xc0\xaf \xed\xa0\x80 \xc2\x9b"), "?? ??? ??");
+  EXPECT_EQ(DisplayText("Ω 漢 \xf0\x9f\x98\x80"), "Ω 漢 \xf0\x9f\x98\x80");
   EXPECT_EQ(DisplayText("éééééé", 5), "éé...");
   EXPECT_EQ(DisplayText("ééééé", 5), "ééééé");
 }

@@ -1,0 +1,71 @@
+#include "tools/coverage.h"
+
+#include <fmt/format.h>
+
+#include <cmath>
+#include <numbers>
+#include <vector>
+
+#include "hermite/expansion/hermite.h"
+#include "hermite/expansion/mol_to_gaussians.h"
+#include "tools/inertial_frame.h"
+#include "tools/text.h"
+
+namespace QXTools {
+namespace {
+
+using QXCore::QXGaussian;
+
+constexpr double kEnough = 0.5;
+constexpr size_t kTitleWidth = 40;
+
+/// Integral of the square of a sum of Gaussians, by the product rule:
+/// integral of g_a g_b = A_a A_b (pi / s)^(3/2) exp(-(w_a w_b / s) d^2),  s = w_a + w_b.
+double SelfOverlap(const std::vector<QXGaussian>& gaussians) {
+  double sum = 0.0;
+  for (size_t i = 0; i < gaussians.size(); ++i) {
+    for (size_t k = 0; k <= i; ++k) {
+      const QXGaussian &a = gaussians[i], &b = gaussians[k];
+      const double x = a.GetX() - b.GetX(), y = a.GetY() - b.GetY(), z = a.GetZ() - b.GetZ();
+      const double wa = a.GetWidth(), wb = b.GetWidth(), s = wa + wb;
+      const double pair = a.GetAmplitude() * b.GetAmplitude() *
+                          std::pow(std::numbers::pi / s, 1.5) *
+                          std::exp(-wa * wb / s * (x * x + y * y + z * z));
+      sum += k < i ? 2 * pair : pair;
+    }
+  }
+  return sum;
+}
+
+}  // namespace
+
+double HeldShare(const QXMolKit::QXMol& heavyAtoms,
+                 const QXHermiteMath::QXHermiteOptions& options) {
+  const std::vector<QXGaussian> gaussians =
+      QXHermiteMath::QXMolToGaussians(heavyAtoms, kAtomRadius);
+  QXHermiteMath::QXHermite expansion;
+  expansion.Setup(gaussians, options);
+  return expansion.GetSelfOverlap() / SelfOverlap(gaussians);
+}
+
+void PoorlyHeld::Note(const std::string& title, double share) {
+  if (!(share < kEnough)) return;
+  if (count_++ > 0 && share >= smallest_) return;
+  smallest_ = share;
+  title_ = title;
+}
+
+std::string PoorlyHeld::Warning(bool inPlace) const {
+  const std::string title = title_.empty() ? "a molecule without title" : title_;
+  std::string text =
+      fmt::format("the expansion holds only {} % of {}", static_cast<int>(100 * smallest_),
+                  DisplayText(title, kTitleWidth));
+  if (count_ > 1) {
+    text +=
+        fmt::format(" and less than half of {} more molecule{}", count_ - 1, count_ > 2 ? "s" : "");
+  }
+  text += count_ > 1 ? ": their scores are too high" : ": its score is too high";
+  return text + ": raise --NPolyMax" + (inPlace ? " or leave out --in-place" : "");
+}
+
+}  // namespace QXTools

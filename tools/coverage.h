@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "hermite/foundations/options.h"
+#include "host/molkit/mol.h"
+
+namespace QXTools {
+
+/// How much of its shape density the expansion of a molecule holds: the self overlap of the
+/// expansion over that of the density, 0 to 1. Atoms about the origin, in the frame of the overlay.
+double HeldShare(const QXMolKit::QXMol& heavyAtoms, const QXHermiteMath::QXHermiteOptions& options);
+
+/// Molecules of which the expansion holds less than half. What is missing hardly takes part in the
+/// overlap with the reference but would count in the self overlap, so their scores are too high.
+class PoorlyHeld {
+ public:
+  void Note(const std::string& title, double share);
+  bool IsEmpty() const { return count_ == 0; }
+  /// One line about all of them, with the title of the worst. Not to be asked for when empty.
+  std::string Warning(bool inPlace) const;
+
+ private:
+  size_t count_ = 0;
+  double smallest_ = 1.0;
+  std::string title_;
+};
+
+}  // namespace QXTools
