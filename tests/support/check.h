@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstddef>
 #include <vector>
 
 namespace QXTest {
@@ -15,12 +14,11 @@ inline testing::AssertionResult AllWithin(const std::vector<double>& actual,
                                           const std::vector<double>& bounds) {
   if (actual.size() != expected.size() || bounds.size() != expected.size())
     return testing::AssertionFailure() << actual.size() << " values for " << expected.size();
-  for (size_t i = 0; i < actual.size(); ++i) {
+  for (size_t i = 0; i < actual.size(); ++i)
     if (!(std::fabs(actual[i] - expected[i]) <= bounds[i]))
       return testing::AssertionFailure()
              << "element " << i << " is " << actual[i] << ", expected " << expected[i] << " +- "
              << bounds[i] << ", off by " << actual[i] - expected[i];
-  }
   return testing::AssertionSuccess();
 }
 

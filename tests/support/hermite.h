@@ -2,20 +2,14 @@
 
 // What the tests of the library share.
 
-#include <gtest/gtest.h>
-
 #include <Eigen/Geometry>
 #include <algorithm>
-#include <cmath>
-#include <limits>
 #include <memory>
 
 #include "hermite/hermite.h"
 #include "hermite/internal.h"
 #include "support/density.h"
 #include "support/messages.h"
-#include "support/numerics.h"
-#include "support/running.h"
 
 namespace QXTest {
 
@@ -41,6 +35,47 @@ inline QXHermiteMath::QXHermite Expanded(const Gaussians& gaussians,
 /// The value of an expansion at a point relative to its centre.
 inline double Value(const QXHermiteMath::QXHermite& h, const Vector3d& r) {
   return Evaluate(h.GetCoefficients(), h.GetOptions(), r[0], r[1], r[2]);
+}
+
+inline Vector Widths(const QXHermiteMath::QXHermite& h) {
+  const QXHermiteOptions& o = h.GetOptions();
+  return {o.GetLambdaX(), o.GetLambdaY(), o.GetLambdaZ()};
+}
+
+/// The four blocks of a vector of values and their three derivatives.
+inline std::vector<Vector> Blocks(const Vector& all) {
+  std::vector<Vector> blocks;
+  const auto size = static_cast<long>(all.size() / 4);
+  for (auto at = all.begin(); at != all.end(); at += size) blocks.emplace_back(at, at + size);
+  return blocks;
+}
+
+/// Both forms of an objective give one value, to `rounding`, and its gradient is that of the value.
+inline testing::AssertionResult GradientAgrees(QXMinimizer::QXFunc1& f, const Vector& x,
+                                               double rounding) {
+  Vector gradient(x.size());
+  auto same = AllNear({f(x.data(), gradient.data())}, {f(x.data())}, rounding);
+  if (!same) return same << ", the value";
+  std::vector<Vector> columns;
+  for (double g : gradient) columns.push_back({g});
+  return DerivativesAgree(
+      columns, [&](const Vector& at) { return Vector{f(at.data())}; }, x);
+}
+
+/// The same for the gradients of two forms, to `rounding`, and the Hessian, for three variables.
+inline testing::AssertionResult HessianAgrees(QXMinimizer::QXFunc2& f, const Vector& x,
+                                              double rounding) {
+  const auto gradientAt = [&](const Vector& at) {
+    Vector gradient(3);
+    f(at.data(), gradient.data());
+    return gradient;
+  };
+  Vector gradient(3), h(6);  // xx, yx, yy, zx, zy, zz
+  if (!f(x.data(), h.data(), gradient.data())) return testing::AssertionFailure();
+  auto same = AllNear(gradient, gradientAt(x), rounding);
+  if (!same) return same << ", the gradient";
+  const Vector columns[] = {{h[0], h[1], h[3]}, {h[1], h[2], h[4]}, {h[3], h[4], h[5]}};
+  return DerivativesAgree(columns, gradientAt, x);
 }
 
 }  // namespace QXTest

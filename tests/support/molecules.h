@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -44,32 +45,28 @@ inline std::vector<double> Coords(const QXMolKit::QXMolBase& mol) {
 }
 
 /// The conformers of a molecule, in order.
-inline std::vector<QXMolKit::QXConfBase*> Conformers(const QXMol& mol) {
+inline std::vector<QXMolKit::QXConfBase*> Conformers(const QXMolKit::QXMCMolBase& mol) {
   std::vector<QXMolKit::QXConfBase*> all;
   const std::unique_ptr<QXMolKit::QXIterator<QXMolKit::QXConfBase>> confs(mol.GetConfs());
   for (; confs && confs->IsValid(); confs->Next()) all.push_back(confs->Get());
   return all;
 }
 
-/// An empty folder as current directory while it lives.
+/// An empty folder that goes with the test.
 class TemporaryFolder {
  public:
-  explicit TemporaryFolder(const std::string& name)
-      : before_(std::filesystem::current_path()),
-        path_(std::filesystem::temp_directory_path() / ("qxhermite_test_" + name)) {
-    std::filesystem::remove_all(path_);
-    std::filesystem::create_directories(path_);
-    std::filesystem::current_path(path_);
+  TemporaryFolder() {
+    std::string name = (std::filesystem::temp_directory_path() / "qxtestXXXXXX").string();
+    if (!mkdtemp(name.data())) throw std::runtime_error("no temporary folder");
+    path_ = name;
   }
-  ~TemporaryFolder() {
-    std::filesystem::current_path(before_);
-    std::filesystem::remove_all(path_);
-  }
+  ~TemporaryFolder() { std::filesystem::remove_all(path_); }
   TemporaryFolder(const TemporaryFolder&) = delete;
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  std::string operator/(const std::string& name) const { return (path_ / name).string(); }
 
  private:
-  std::filesystem::path before_, path_;
+  std::filesystem::path path_;
 };
 
 }  // namespace QXTest

@@ -1,82 +1,24 @@
 #include "hermite/expansion/gaussian_to_hermite.h"
 
-#include <functional>
-#include <numeric>
-
 #include "support/hermite.h"
 
 namespace QXHermiteMath {
 namespace {
 
-// With t = lambda x, F_k(u, s) is the integral of h_k(t) exp(-(u t + s)^2/2) dt.
-TEST(GaussianIntegrals, TablesAreTheIntegralsAndTheirDerivatives) {
-  constexpr unsigned int N = 12;
-  constexpr double width = 0.8;
-  using L = long double;
-  const std::function<L(L, L)> factors[] = {[](L, L) { return 1; }, [](L t, L v) { return -t * v; },
-                                            [](L t, L v) { return t * t * (v * v - 1); },
-                                            [](L, L v) { return -v; },
-                                            [](L, L v) { return v * v - 1; }};
-  QXGaussianToHermite engine(N, 1, 1);
-  for (double lambda : {0.6, 1.264911064067352, 2.0}) {
-    for (double center : {0.0, -1.75, 3.0}) {
-      std::vector<std::vector<Running>> r(5, std::vector<Running>(N + 5));
-      kernel::BuildF(Running(width), Running(center), N + 4, Running(lambda), r[0].data());
-      const Running u = sqrt(Running(width) + Running(width)) / Running(lambda);
-      kernel::BuildFDerivative(N, u, r[0].data(), r[1].data());
-      kernel::BuildFSecondDerivative(N, u, r[0].data(), r[2].data());
-      kernel::BuildFSecondArgDerivative(N, u, r[0].data(), r[3].data());
-      kernel::BuildFSecondArgSecondDerivative(N, u, r[0].data(), r[4].data());
-      std::vector<Vector> F(5, Vector(N + 5));
-      EXPECT_TRUE(engine.BuildF(width, center, N + 4, lambda, F[0]));
-      EXPECT_TRUE(engine.BuildFDerivative(N, u.value, F[0], F[1]));
-      EXPECT_TRUE(engine.BuildFSecondDerivative(N, u.value, F[0], F[2]));
-      EXPECT_TRUE(engine.BuildFSecondArgDerivative(N, u.value, F[0], F[3]));
-      EXPECT_TRUE(engine.BuildFSecondArgSecondDerivative(N, u.value, F[0], F[4]));
-
-      const L a = std::sqrt(2 * L{width});
-      for (unsigned int k = 0; k <= N; ++k) {
-        const double scale = std::exp2(0.5 * k) * std::sqrt(std::tgamma(k + 1.0));
-        for (size_t table = 0; table < 5; ++table) {
-          const auto integrand = [&](L t) {
-            const L v = a / lambda * t - a * center;
-            return HermiteFunction(k, t) * std::exp(-v * v / 2) * factors[table](t, v);
-          };
-          // The quadrature sums magnitudes of up to 100 times the scale in long double.
-          const double bound = r[table][k].error + 1e-17 * scale;
-          EXPECT_NEAR(F[table][k], static_cast<double>(Integrate(integrand, -24, 24, 0.0625L)),
-                      bound)
-              << "table " << table << ", k = " << k << ", lambda " << lambda << ", at " << center;
-          EXPECT_LT(bound, 1e-10 * scale) << "a bound that proves nothing";
-        }
-      }
-    }
-  }
-}
-
 TEST(GaussianToHermite, CoefficientsAreProjectionsOfTheDensity) {
   const Gaussians gaussians = RandomGaussians(4, 3, true);
-  for (unsigned int N : {0u, 1u, 5u}) {
-    const QXHermiteOptions options = FixedWidths(N, 0.7, 0.9, 1.2);
+  for (unsigned int N : {0u, 1u, 9u}) {
+    const QXHermiteOptions options = FixedWidths(N, 0.7, 0.9, 2.0);
     QXGaussianToHermite engine(N, 0, 0);
     ASSERT_TRUE(engine.Expand(options, gaussians, 0));
-    const auto density = [&](double x, double y, double z) { return Evaluate(gaussians, x, y, z); };
-    EXPECT_TRUE(AllNear(engine.GetHermiteCoefficients(), Project(density, options, 9.0, 0.28125),
-                        2 * kProjectionError));
-    EXPECT_EQ(engine.GetSelfOverlap(),
-              QXCalcHermiteSelfOverlap(engine.GetHermiteCoefficients(), options));
-
-    // The public tables and convolution give the same; the convolution adds to what is there.
-    Vector f[3] = {Vector(N + 5), Vector(N + 5), Vector(N + 5)};
-    Vector sum(engine.GetHermiteCoefficients().size(), 1.0);
-    for (const QXGaussian& g : gaussians) {
-      engine.BuildF(g.GetWidth(), g.GetX(), N, 0.7, f[0]);
-      engine.BuildF(g.GetWidth(), g.GetY(), N, 0.9, f[1]);
-      engine.BuildF(g.GetWidth(), g.GetZ(), N, 1.2, f[2]);
-      engine.CoefficientsConvolution(0, g, f[0], f[1], f[2], sum);
-    }
-    for (double& v : sum) v -= 1.0;
-    EXPECT_TRUE(AllNear(sum, engine.GetHermiteCoefficients(), 64 * kEpsilon));
+    const Vector c = engine.GetHermiteCoefficients(), test = RandomCoefficients(N, 4);
+    EXPECT_EQ(engine.GetSelfOverlap(), QXCalcHermiteSelfOverlap(c, options));
+    // A projection has the overlap of what is projected with any function of the basis.
+    const auto product = [&](double x, double y, double z) {
+      return Evaluate(gaussians, x, y, z) * Evaluate(test, options, x, y, z);
+    };
+    const double norms = std::sqrt(Overlap(c, c, options) * Overlap(test, test, options));
+    EXPECT_NEAR(Overlap(c, test, options), Integrate3D(product, 8.0, 0.25), 128 * kEpsilon * norms);
   }
 }
 
@@ -84,7 +26,7 @@ TEST(GaussianToHermite, DegreesAndOrdersThatItCannotServe) {
   const Gaussians gaussians = RandomGaussians(3, 4);
   QXGaussianToHermite engine(5, 0, 0), small(3, 0, 0);
   ASSERT_TRUE(engine.Expand(FixedWidths(5, 1, 1, 1), gaussians, 0));
-  const Vector before = engine.GetHermiteCoefficients();
+  Vector expected = engine.GetHermiteCoefficients();
   // The size of the convolution tells which options are in force.
   const auto sizeInForce = [&] {
     const Vector ones(7, 1.0);
@@ -93,16 +35,14 @@ TEST(GaussianToHermite, DegreesAndOrdersThatItCannotServe) {
     return 84 - std::count(sum.begin(), sum.end(), 0.0);
   };
   EXPECT_FALSE(engine.Expand(FixedWidths(6, 1, 1, 1), {}, 0)) << "above the engine's";
-  EXPECT_EQ(engine.GetHermiteCoefficients(), before);
+  EXPECT_EQ(engine.GetHermiteCoefficients(), expected);
   EXPECT_EQ(sizeInForce(), 56);
 
   // A smaller degree fills its 20 coefficients and leaves the tail.
-  Vector expected = before;
+  EXPECT_TRUE(engine.Expand(FixedWidths(3, 2, 1, 1), gaussians, 0));
   small.Expand(FixedWidths(3, 2, 1, 1), gaussians, 0);
   std::copy_n(small.GetHermiteCoefficients().begin(), 20, expected.begin());
-  EXPECT_TRUE(engine.Expand(FixedWidths(3, 2, 1, 1), gaussians, 0));
   EXPECT_EQ(engine.GetHermiteCoefficients(), expected);
-  EXPECT_EQ(engine.GetSelfOverlap(), small.GetSelfOverlap());
 
   // An unknown order is refused after coefficients are cleared and options copied.
   EXPECT_FALSE(engine.Expand(FixedWidths(2, 1, 1, 1), gaussians, 5));
@@ -112,67 +52,81 @@ TEST(GaussianToHermite, DegreesAndOrdersThatItCannotServe) {
 }
 
 // Orders 1 and 2 differentiate in the widths, 3 and 4 in a common shift. x: the three variables.
-QXGaussianToHermite ExpandAt(const Vector& x, unsigned int order) {
+struct At {
+  At(const Vector& x, unsigned int order) {
+    float t[3] = {static_cast<float>(x[0]), static_cast<float>(x[1]), static_cast<float>(x[2])};
+    if (order > 2) QXTranslateGaussians(gaussians, t);
+    if (order < 3) SetLambdas(options, x[0], x[1], x[2]);
+    EXPECT_TRUE(engine.Expand(options, gaussians, order));
+  }
   Gaussians gaussians = RandomGaussians(3, 6, true);
-  float t[3] = {static_cast<float>(x[0]), static_cast<float>(x[1]), static_cast<float>(x[2])};
-  if (order > 2) QXTranslateGaussians(gaussians, t);
-  QXGaussianToHermite engine(4, 1, 1);
-  EXPECT_TRUE(
-      engine.Expand(order > 2 ? FixedWidths(4, 0.8, 1.0, 1.2) : FixedWidths(4, x[0], x[1], x[2]),
-                    gaussians, order));
-  return engine;
-}
+  QXHermiteOptions options = FixedWidths(4, 0.8, 1.0, 1.2);
+  QXGaussianToHermite engine{4, 1, 1};
+};
+// Steps from here are exact when added to centres in float.
+const Vector kWidths = {0.8, 1.0, 1.2}, kShift = {0.25, -0.5, 0.125};
 
 TEST(GaussianToHermite, DerivativesAgreeWithDifferences) {
-  for (unsigned int first : {1u, 3u}) {
-    // Steps are exact when added to centres in float.
-    const Vector x = first == 1 ? Vector{0.8, 1.0, 1.2} : Vector{0.25, -0.5, 0.125};
-    const QXGaussianToHermite engine = ExpandAt(x, first + 1);
-    EXPECT_EQ(ExpandAt(x, first).GetFirstDerivatives(), engine.GetFirstDerivatives());
-    for (size_t i = 0; i < 35; ++i) {
-      const auto at = [&](const auto& vectors) {
-        Vector values;
-        for (const Vector& v : vectors) values.push_back(v[i]);
-        return values;
-      };
-      EXPECT_TRUE(GradientAgrees(
-          at(engine.GetFirstDerivatives()),
-          [&](const Vector& y) { return ExpandAt(y, first).GetHermiteCoefficients()[i]; }, x));
-      const Vector d = at(engine.GetSecondDerivatives());  // xx, yy, zz, xy, xz, yz
-      EXPECT_TRUE(HessianAgrees(
-          {d[0], d[3], d[1], d[4], d[5], d[2]},
-          [&](const Vector& y) { return at(ExpandAt(y, first).GetFirstDerivatives()); }, x));
-    }
-    if (first == 3) continue;
-    EXPECT_EQ(ExpandAt(x, 1).GetSelfOverlapLambdaDerivatives(),
-              engine.GetSelfOverlapLambdaDerivatives());
-    EXPECT_TRUE(GradientAgrees(
-        engine.GetSelfOverlapLambdaDerivatives(),
-        [](const Vector& y) { return ExpandAt(y, 1).GetSelfOverlap(); }, x));
-    EXPECT_TRUE(HessianAgrees(
-        engine.GetSelfOverlapLambdaSecondDerivatives(),
-        [](const Vector& y) { return ExpandAt(y, 1).GetSelfOverlapLambdaDerivatives(); }, x));
+  for (const auto& [order, x] : {std::pair(1u, kWidths), {3u, kShift}}) {
+    const auto first = [order = order](const Vector& at) { return At(at, order).engine; };
+    const QXGaussianToHermite engine = At(x, order + 1).engine;
+    const auto& d = engine.GetSecondDerivatives();  // xx, yy, zz, xy, xz, yz
+    const std::array<Vector, 3> rows[] = {
+        {d[0], d[3], d[4]}, {d[3], d[1], d[5]}, {d[4], d[5], d[2]}};
+    EXPECT_EQ(first(x).GetFirstDerivatives(), engine.GetFirstDerivatives());
+    EXPECT_TRUE(DerivativesAgree(
+        engine.GetFirstDerivatives(),
+        [&](const Vector& at) { return first(at).GetHermiteCoefficients(); }, x));
+    for (size_t a = 0; a < 3; ++a)
+      EXPECT_TRUE(DerivativesAgree(
+          rows[a], [&](const Vector& at) { return first(at).GetFirstDerivatives()[a]; }, x));
   }
 }
 
+// Through the public tables, c = CoefficientsConvolution, which adds to what is there.
+TEST(GaussianToHermite, TablesGiveCoefficientsAndTheirDerivativesByX) {
+  for (const auto& [order, x] : {std::pair(2u, kWidths), {4u, kShift}}) {
+    At at(x, order);
+    const double lambda = at.options.GetLambdaX(), chain = order == 2 ? lambda * lambda : 1.0;
+    Vector fx(9), fy(9), fz(9), d(5), dd(5), c(35, 1.0), dc(35), ddc(35);
+    for (const QXGaussian& g : at.gaussians) {
+      const double u = std::sqrt(2.0 * g.GetWidth()) / lambda;
+      at.engine.BuildF(g.GetWidth(), g.GetX(), 8, lambda, fx);
+      at.engine.BuildF(g.GetWidth(), g.GetY(), 8, at.options.GetLambdaY(), fy);
+      at.engine.BuildF(g.GetWidth(), g.GetZ(), 8, at.options.GetLambdaZ(), fz);
+      if (order == 2) {
+        at.engine.BuildFDerivative(4, u, fx, d);
+        at.engine.BuildFSecondDerivative(4, u, fx, dd);
+      } else {
+        at.engine.BuildFSecondArgDerivative(4, u, fx, d);
+        at.engine.BuildFSecondArgSecondDerivative(4, u, fx, dd);
+      }
+      at.engine.CoefficientsConvolution(0, g, fx, fy, fz, c);
+      at.engine.CoefficientsConvolution(1, g, d, fy, fz, dc);
+      at.engine.CoefficientsConvolution(2, g, dd, fy, fz, ddc);
+    }
+    for (size_t i = 0; i < 35; ++i) {
+      c[i] -= 1.0;
+      dc[i] /= chain;  // du = -sqrt(2 w)/lambda^2 dlambda
+      ddc[i] = ddc[i] / (chain * chain) - (order == 2 ? 2.0 * dc[i] / lambda : 0.0);
+    }
+    // Numbers of order 1 to some 20 roundings.
+    EXPECT_TRUE(AllNear(c, at.engine.GetHermiteCoefficients(), 64 * kEpsilon));
+    EXPECT_TRUE(AllNear(dc, at.engine.GetFirstDerivatives()[0], 64 * kEpsilon));
+    EXPECT_TRUE(AllNear(ddc, at.engine.GetSecondDerivatives()[0], 64 * kEpsilon));
+  }
+}
+
+// The order of the pairs is pinned by the Hessian of QXHermiteCOMFunc.
 TEST(GaussianToHermite, ListsOfShiftDerivativesGrowAndTheFirstAnswer) {
   const Vector q = RandomCoefficients(4, 7);
-  const auto dot = [&](const Vector& v) {
-    return std::inner_product(q.begin(), q.end(), v.begin(), 0.0);
-  };
-  QXGaussianToHermite engine = ExpandAt({0.25, -0.5, 0.125}, 4);
-  const auto first = engine.GetFirstDerivatives();
-  const auto second = engine.GetSecondDerivatives();
-  EXPECT_EQ(engine.GetTranslationalDerivatives().size(), 3u);
+  QXGaussianToHermite engine = At(kShift, 4).engine;
+  const Vector first = engine.GetTranslationalDerivativeConvolution(q);
+  const Vector second = engine.GetTranslationalSecondDerivativeConvolution(q);
   ASSERT_TRUE(engine.Expand(FixedWidths(4, 0.8, 1.0, 1.2), RandomGaussians(5, 8), 4));
   EXPECT_EQ(engine.GetTranslationalDerivatives().size(), 6u);
-  EXPECT_TRUE(AllNear(engine.GetTranslationalDerivativeConvolution(q),
-                      {dot(first[0]), dot(first[1]), dot(first[2])}, 1e-15));
-  // xx, xy, yy, xz, yz, zz, while the vectors are stored as xx, yy, zz, xy, xz, yz.
-  EXPECT_TRUE(AllNear(engine.GetTranslationalSecondDerivativeConvolution(q),
-                      {dot(second[0]), dot(second[3]), dot(second[1]), dot(second[4]),
-                       dot(second[5]), dot(second[2])},
-                      1e-15));
+  EXPECT_EQ(engine.GetTranslationalDerivativeConvolution(q), first);
+  EXPECT_EQ(engine.GetTranslationalSecondDerivativeConvolution(q), second);
 }
 
 }  // namespace

@@ -1,24 +1,15 @@
 #include "hermite/expansion/hermite.h"
 
+#include "host/minimizer/bfgs.h"
+#include "host/minimizer/newton.h"
 #include "support/hermite.h"
 
 namespace QXHermiteMath {
 namespace {
 
-Vector Widths(const QXHermite& h) {
-  const QXHermiteOptions& o = h.GetOptions();
-  return {o.GetLambdaX(), o.GetLambdaY(), o.GetLambdaZ()};
-}
-
-QXHermiteOptions Searching(bool single, double start) {
-  QXHermiteOptions options;
-  options.SetUseSingleLambda(single);
-  SetLambdas(options, start, start, start);
-  return options;
-}
-
 TEST(Hermite, ExpandsAtGivenWidthsAboutTheOriginOrTheMeanOfTheCenters) {
-  const Gaussians gaussians = RandomGaussians(4, 100);
+  Gaussians gaussians = RandomGaussians(4, 100);
+  gaussians[0].SetZ(-9.0f);
   Gaussians centered = gaussians;
   const Vector mean = QXCenterGaussians(centered);
   QXHermiteOptions options = FixedWidths(5, 3, 1, 2);
@@ -39,6 +30,8 @@ TEST(Hermite, ExpandsAtGivenWidthsAboutTheOriginOrTheMeanOfTheCenters) {
   }
   options.SetUseSingleLambda(true);
   EXPECT_EQ(Widths(Expanded(gaussians, options)), (Vector{1, 1, 1})) << "the smallest";
+  EXPECT_EQ(Expanded({}, options).GetCoefficients(), Vector(56, 0.0));
+  EXPECT_EQ(Expanded({}, options).GetExtent(), std::numeric_limits<double>::min());
 }
 
 // The mean of x and y is a product with 1/n, that of z a division, to the bit.
@@ -55,81 +48,78 @@ TEST(CenterGaussians, MeansOfTheSameNumbersDifferInTheLastBit) {
   EXPECT_EQ(QXCenterGaussians(gaussians = {}), Vector(3, 0.0));
 }
 
-TEST(Hermite, WidthSearchesMaximiseTheSelfOverlap) {
-  const Gaussians gaussians = RandomGaussians(6, 101);
-  const auto selfOverlap = [&](const Vector& w) {
-    return Expanded(gaussians, FixedWidths(5, w[0], w[1], w[2])).GetSelfOverlap();
-  };
-  const QXHermite one = Expanded(gaussians, Searching(true, 1.0));
-  const QXHermite three = Expanded(gaussians, Searching(false, 1.0));
-  const Vector w = Widths(one);
-  EXPECT_EQ(w, Vector(3, w[0]));
-  for (double factor : {0.4, 0.7, 0.95, 1.05, 1.4, 2.5}) {
-    EXPECT_GT(one.GetSelfOverlap(), selfOverlap(Vector(3, w[0] * factor)));
-    for (size_t a = 0; a < 3; ++a) {
-      Vector changed = Widths(three);
-      changed[a] *= factor;
-      EXPECT_GT(three.GetSelfOverlap(), selfOverlap(changed));
+// One width is searched by BFGS from the mean of the option widths; three by Newton (0.01, at most
+// 10 steps) from the estimate at degree 0, whatever the option widths are.
+TEST(Hermite, WidthSearchesMinimiseMinusTheSelfOverlap) {
+  for (double scale : {1.0, 0.01}) {  // ends by tolerance, ends by limit
+    const Gaussians gaussians = RandomGaussians(6, 102, false, scale);
+    QXHermiteOptions options;
+    SetLambdas(options, 1.0, 1.5, 0.2);
+    Vector u = {std::log((1.5 + 1.0 + 0.2) * 0.3333333333333333)}, best(1);
+    QXHermiteSelfOverlap one(options, gaussians);
+    QXMinimizer::QXBFGSOpt()(one, u.data(), best.data());
+    const QXHermite single = Expanded(gaussians, options);
+    EXPECT_EQ(Widths(single), Vector(3, std::exp(best[0])));
+
+    options.SetUseSingleLambda(false);
+    const QXHermite three = Expanded(gaussians, options);
+    options.SetNPolyMax(0);
+    u = QXApproxHermiteBestLambda(gaussians, options);
+    options.SetNPolyMax(5);
+    for (double& x : u) x = std::log(x);
+    QXHermiteSelfOverlap f(options, gaussians);
+    QXMinimizer::QXNewtonOpt newton;
+    newton.SetTolerance(0.01);
+    newton.SetIterLimit(10);
+    newton(f, nullptr, u.data(), u.data());
+    EXPECT_EQ(Widths(three), (Vector{std::exp(u[0]), std::exp(u[1]), std::exp(u[2])}));
+
+    // The expansion is that at the widths kept, and the flag of the search stays.
+    for (const QXHermite* h : {&single, &three}) {
+      const Vector w = Widths(*h);
+      EXPECT_EQ(h->GetCoefficients(),
+                Expanded(gaussians, FixedWidths(5, w[0], w[1], w[2])).GetCoefficients());
+      EXPECT_TRUE(h->GetOptions().GetUseOptimalLambdas());
     }
   }
-  EXPECT_GT(three.GetSelfOverlap(), one.GetSelfOverlap());
-  // The expansion is that at the widths kept, and the flag of the search stays.
-  for (const QXHermite* h : {&one, &three}) {
-    EXPECT_EQ(h->GetSelfOverlap(), selfOverlap(Widths(*h)));
-    EXPECT_TRUE(h->GetOptions().GetUseOptimalLambdas());
-  }
-}
-
-// Three widths start from the estimate at degree 0, whatever the option widths are; one width
-// starts from the mean of the option widths and never from the estimate. Without Gaussians the
-// objective is flat, and the start stays.
-TEST(Hermite, WhereWidthSearchesStart) {
-  const Gaussians gaussians = RandomGaussians(6, 102);
-  EXPECT_EQ(Widths(Expanded(gaussians, Searching(false, 1.0))),
-            Widths(Expanded(gaussians, Searching(false, 1e6))));
-  QXHermiteOptions options = Searching(false, 1.0);
-  SetLambdas(options, 2, 3, 7);
-  EXPECT_TRUE(AllNear(Widths(Expanded({}, options)), {1, 1, 1}, 4 * kEpsilon)) << "2 / 2";
-  options.SetUseSingleLambda(true);
-  const QXHermite h = Expanded({}, options);
-  EXPECT_TRUE(AllNear(Widths(h), {4, 4, 4}, 16 * kEpsilon));
-  EXPECT_EQ(h.GetCoefficients(), Vector(56, 0.0));
-  EXPECT_EQ(h.GetExtent(), std::numeric_limits<double>::min());
 }
 
 TEST(Hermite, TakesCoefficientsOfTheRightSizeOnly) {
   QXHermite h;
   EXPECT_EQ(h.NumCoefficients(), 56u);
-  const Vector c = RandomCoefficients(3, 104);
   QXHermiteOptions options = FixedWidths(3, 0.8, 0.9, 1.0);
+  options.SetUseCenterOfMass(true);
+  h.Setup(RandomGaussians(4, 103), options);
+  const Vector c = RandomCoefficients(3, 104), center = h.GetCenter();
   options.SetUseOptimalLambdas(true);
   ASSERT_TRUE(h.Setup(c, options));
   EXPECT_FALSE(h.GetOptions().GetUseOptimalLambdas());
-  // A wrong size is refused, but the options are taken over.
-  EXPECT_FALSE(h.Setup(Vector(19), FixedWidths(3, 2.0, 2.0, 2.0)));
+  // A wrong size is refused, but the options are taken over, as they are.
+  SetLambdas(options, 2.0, 2.0, 2.0);
+  EXPECT_FALSE(h.Setup(Vector(19), options));
   EXPECT_EQ(Widths(h), (Vector{2, 2, 2}));
+  EXPECT_TRUE(h.GetOptions().GetUseOptimalLambdas());
   EXPECT_EQ(h.GetCoefficients(), c);
   EXPECT_EQ(h.GetCoefficient(7), c[7]);
-  EXPECT_EQ(h.GetSelfOverlap(), QXCalcHermiteSelfOverlap(c, options));
+  EXPECT_EQ(h.GetSelfOverlap(), QXCalcHermiteSelfOverlap(c, FixedWidths(3, 0.8, 0.9, 1.0)));
+  EXPECT_EQ(h.GetCenter(), center);
+  EXPECT_NE(center, Vector(3, 0.0));
 }
 
 // Projections on growing bases: the self overlap rises to that of the density.
 TEST(Hermite, SelfOverlapRisesToThatOfTheDensity) {
   const Gaussians gaussians = RandomGaussians(8, 105);
-  const double exact = PairwiseSelfOverlap(gaussians);
-  for (bool search : {false, true}) {
-    double previous = 0;
-    for (unsigned int N : {0u, 2u, 5u, 10u, 20u, 40u}) {
-      QXHermiteOptions options = FixedWidths(N, 1.0, 1.0, 1.0);
-      options.SetUseSingleLambda(search);
-      options.SetUseOptimalLambdas(search);
-      const double S = Expanded(gaussians, options).GetSelfOverlap();
-      EXPECT_GT(S, previous) << N;
-      EXPECT_LE(S, exact * (1 + 1e-13)) << N;
-      previous = S;
-    }
-    EXPECT_NEAR(previous / exact, 1.0, 1e-6);
+  const double exact = Integrate3D(
+      [&](double x, double y, double z) { return std::pow(Evaluate(gaussians, x, y, z), 2); }, 8.5,
+      0.25);
+  double previous = 0;
+  for (unsigned int N : {0u, 2u, 5u, 10u, 20u, 40u}) {
+    const double S = Expanded(gaussians, FixedWidths(N, 1.0, 1.0, 1.0)).GetSelfOverlap();
+    EXPECT_GT(S, previous) << N;
+    EXPECT_LE(S, exact * (1 + 1e-13)) << N;
+    previous = S;
   }
+  EXPECT_NEAR(previous / exact, 1.0, 1e-6);
 }
 
 }  // namespace

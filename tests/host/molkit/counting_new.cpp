@@ -4,11 +4,9 @@
 #include <cstdlib>
 #include <new>
 
-size_t QXTest::numAllocations = 0;
 size_t QXTest::largestAllocation = 0;
 
 void* operator new(size_t size) {
-  ++QXTest::numAllocations;
   QXTest::largestAllocation = std::max(QXTest::largestAllocation, size);
   if (void* block = std::malloc(size ? size : 1)) return block;
   throw std::bad_alloc();

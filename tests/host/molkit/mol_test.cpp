@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <random>
 
-#include "counting_new.h"
 #include "molkit_testing.h"
 
 namespace QXMolKit {
@@ -28,7 +27,7 @@ TEST(Mol, StartsEmptyAndGrowsAtomByAtom) {
   EXPECT_EQ(mol.GetDimension(), 0u);
   mol.SetCoords(coords.data());
   EXPECT_EQ(mol.GetDimension(), 3u);
-  EXPECT_EQ(CoordsOf(mol), coords);
+  EXPECT_EQ(Coords(mol), coords);
 
   const std::unique_ptr<QXIterator<QXAtom>> atoms(mol.GetAtoms());
   Vector visited;
@@ -56,7 +55,7 @@ TEST(Mol, CopiesAreDeepAndComplete) {
   for (QXMCMolBase* copy :
        {&static_cast<QXMCMolBase&>(byCopy), &static_cast<QXMCMolBase&>(byAssignment), &base}) {
     EXPECT_EQ(Describe(*copy), before);
-    for (const QXConfBase* conf : Confs(*copy)) EXPECT_EQ(&conf->GetMolecule(), copy);
+    for (const QXConfBase* conf : Conformers(*copy)) EXPECT_EQ(&conf->GetMolecule(), copy);
     copy->GetAtom(0)->SetPartialCharge(1);
     copy->GetActive()->Coords()[0] = 99;
     copy->SetData("grid", Vector{});
@@ -76,22 +75,16 @@ TEST(Mol, AMovedFromMoleculeIsEmptyAndServesAgain) {
   EXPECT_EQ(source.NumAtoms(), 0u);
   EXPECT_EQ(source.GetActive(), nullptr);
   EXPECT_FALSE(QXMol(source));
+  EXPECT_LT(std::pair(0.5, source), std::pair(0.5, target)) << "false before true, in sorting";
   source.NewAtom(6);
   EXPECT_TRUE(source);
   // NOLINTEND(bugprone-use-after-move, clang-analyzer-cplusplus.Move)
-
-  std::vector<std::pair<double, QXMol>> poses;
-  for (const double score : {0.5, 0.2, 0.9}) poses.emplace_back(score, target);
-  std::sort(poses.begin(), poses.end());
-  EXPECT_EQ(poses.back().first, 0.9);
-  const QXMol taken = std::move(poses[0].second);
-  EXPECT_LT(std::pair(0.5, poses[0].second), std::pair(0.5, target)) << "false before true";
 }
 
 TEST(Mol, AssigningAViewReplacesEverything) {
   QXMol mol = MakeMolecule();
   QXMolBase& view = mol;
-  view = *Confs(mol)[1];  // a part of the molecule itself
+  view = *Conformers(mol)[1];  // a part of the molecule itself
   EXPECT_EQ(mol.NumConfs(), 1u);
   EXPECT_EQ(mol.NumAtoms(), 9u);
   EXPECT_EQ(QXGetSDData(mol, "Score"), "second");
@@ -103,18 +96,18 @@ TEST(Mol, AssigningAViewReplacesEverything) {
 
 TEST(Conformer, DataAndTextFollowItsCopies) {
   const QXMol mol = MakeMolecule();
-  const QXConfBase& second = *Confs(mol)[1];
+  const QXConfBase& second = *Conformers(mol)[1];
   const QXMol single(second, 1);
   EXPECT_EQ(single.NumConfs(), 1u);
   EXPECT_STREQ(single.GetTitle(), "ethanol");
   EXPECT_TRUE(single.HasData("grid"));
-  EXPECT_EQ(CoordsOf(single)[1], -0.125);
+  EXPECT_EQ(Coords(single)[1], -0.125);
 
   QXMol collected = single;
   collected.NewConf(mol.GetActive());
   QXMol assigned;
   static_cast<QXMCMolBase&>(assigned) = collected;
-  const auto confs = Confs(assigned);
+  const auto confs = Conformers(assigned);
   ASSERT_EQ(confs.size(), 2u);
   EXPECT_EQ(confs[0]->GetData<Vector>(""), Vector({6}));
   EXPECT_EQ(confs[1]->GetData<Vector>(""), Vector({3, 4, 5}));
@@ -133,19 +126,6 @@ TEST(Conformer, DataAndTextFollowItsCopies) {
   EXPECT_EQ(confs[0]->GetData<Vector>(""), Vector({3, 4, 5}));
 }
 
-TEST(Conformer, CopyCostsAHandfulOfAllocations) {
-  QXMol mol;
-  for (int i = 0; i < 100; ++i) mol.NewAtom(6)->SetName("C100");
-  for (unsigned int i = 1; i < 100; ++i) mol.NewBond(i - 1, i, QXBondOrder::Single);
-  for (int i = 0; i < 8; ++i) {
-    QXSetSDData(*mol.GetActive(), "tag" + std::to_string(i), std::string(100, 'x'));
-  }
-  const size_t before = QXTest::numAllocations;
-  const QXMol copy(*mol.GetActive(), 1);
-  EXPECT_LE(QXTest::numAllocations - before, 10u);
-  EXPECT_EQ(copy.NumAtoms(), 100u);
-}
-
 TEST(SuppressHydrogens, LeavesTheHeavyAtomsOfAllConformers) {
   QXMol mol = MakeMolecule();
   QXAtomMarks deuterium;
@@ -154,16 +134,14 @@ TEST(SuppressHydrogens, LeavesTheHeavyAtomsOfAllConformers) {
   QXSuppressHydrogens(mol, false, false, true);
   mol.CompactAtoms();
   ASSERT_EQ(mol.NumAtoms(), 3u);
-  std::vector<unsigned int> elements;
-  for (unsigned int i = 0; i < 3; ++i) {
+  for (const auto& [i, element] : {std::pair(0u, 6u), {1u, 8u}, {2u, 6u}}) {
     EXPECT_EQ(mol.GetAtom(i)->GetIdx(), i);
-    elements.push_back(mol.GetAtom(i)->GetAtomicNum());
+    EXPECT_EQ(mol.GetAtom(i)->GetAtomicNum(), element);
   }
-  EXPECT_THAT(elements, ElementsAre(6, 8, 6));
   EXPECT_EQ(mol.GetAtom(1)->GetPartialCharge(), -0.4);
   // Atoms 1, 3 and 4 of the coordinates i/8.
-  EXPECT_THAT(CoordsOf(mol), ElementsAre(0.375, 0.5, 0.625, 1.125, 1.25, 1.375, 1.5, 1.625, 1.75));
-  EXPECT_THAT(CoordsOf(*Confs(mol)[1]),
+  EXPECT_THAT(Coords(mol), ElementsAre(0.375, 0.5, 0.625, 1.125, 1.25, 1.375, 1.5, 1.625, 1.75));
+  EXPECT_THAT(Coords(*Conformers(mol)[1]),
               ElementsAre(-0.375, -0.5, -0.625, -1.125, -1.25, -1.375, -1.5, -1.625, -1.75));
   ASSERT_EQ(mol.NumBonds(), 2u);
   EXPECT_EQ(*mol.GetBond(0), (QXBond{0, 1, QXBondOrder::Single, QXBondStereo::None}));
@@ -181,18 +159,14 @@ TEST(SDText, BehavesAsAListOfPairs) {
   std::vector<std::pair<std::string, std::string>> model;
   for (int step = 0; step < 3000; ++step) {
     const std::string tag(1, static_cast<char>('a' + random() % 12));
-    const auto place = std::ranges::find(model, tag, [](const auto& item) { return item.first; });
+    const auto place = std::ranges::find(model, tag, &std::pair<std::string, std::string>::first);
+    const std::string value(random() % 5, static_cast<char>('A' + random() % 26));
     if (random() % 3 == 0) {
       EXPECT_EQ(text.Delete(tag), place != model.end());
       if (place != model.end()) model.erase(place);
     } else {
-      const std::string value(random() % 5, static_cast<char>('A' + random() % 26));
       text.Set(tag, value);
-      if (place != model.end()) {
-        place->second = value;
-      } else {
-        model.emplace_back(tag, value);
-      }
+      (place != model.end() ? *place : model.emplace_back(tag, "")).second = value;
     }
     ASSERT_EQ(text.Size(), model.size());
     for (size_t i = 0; i < model.size(); ++i) {
@@ -204,8 +178,8 @@ TEST(SDText, BehavesAsAListOfPairs) {
 
 TEST(SDText, OfMoleculeAndConformersShowsThrough) {
   QXMol mol = MakeMolecule();
-  QXConfBase& first = *Confs(mol)[0];
-  QXConfBase& second = *Confs(mol)[1];
+  QXConfBase& first = *Conformers(mol)[0];
+  QXConfBase& second = *Conformers(mol)[1];
   QXSetSDData(second, "Own", "2");
   EXPECT_FALSE(QXHasSDData(mol, "Own")) << "the active conformer has none";
   QXSetSDData(mol, "Set", "a");

@@ -1,36 +1,19 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <filesystem>
-#include <fstream>
-#include <memory>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "host/molkit/molstream.h"
+#include "support/check.h"
 #include "support/messages.h"
+#include "support/molecules.h"
 
 namespace QXMolKit {
 
-/// A folder that goes with the test.
-class TempFolder {
- public:
-  TempFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "molkitXXXXXX").string();
-    if (!mkdtemp(name.data())) throw std::runtime_error("no temporary folder");
-    path_ = name;
-  }
-  ~TempFolder() { std::filesystem::remove_all(path_); }
-  TempFolder(const TempFolder&) = delete;
-  TempFolder& operator=(const TempFolder&) = delete;
-  std::string operator/(const std::string& name) const { return (path_ / name).string(); }
-
- private:
-  std::filesystem::path path_;
-};
+using QXTest::Conformers;
+using QXTest::Coords;
+using QXTest::TemporaryFolder;
 
 inline std::string TestFile(const std::string& name) {
   return std::string(QX_TEST_DATA) + "/molkit/" + name;
@@ -61,19 +44,6 @@ inline void WriteAll(const std::string& name, const std::vector<QXMol>& all) {
   EXPECT_TRUE(out.close()) << name;
 }
 
-inline std::vector<QXConfBase*> Confs(const QXMCMolBase& mol) {
-  std::vector<QXConfBase*> all;
-  const std::unique_ptr<QXIterator<QXConfBase>> confs(mol.GetConfs());
-  for (; confs && confs->IsValid(); confs->Next()) all.push_back(confs->Get());
-  return all;
-}
-
-inline std::vector<double> CoordsOf(const QXMolBase& mol) {
-  std::vector<double> coords(3 * mol.NumAtoms());
-  mol.GetCoords(coords.data());
-  return coords;
-}
-
 /// Everything a molecule holds, as one text to compare.
 inline std::string Describe(const QXMCMolBase& mol) {
   std::ostringstream out;
@@ -100,7 +70,7 @@ inline std::string Describe(const QXMCMolBase& mol) {
     out << b.begin << "-" << b.end << " " << static_cast<int>(b.order) << " "
         << static_cast<int>(b.stereo) << "\n";
   }
-  for (const QXConfBase* conf : Confs(mol)) {
+  for (const QXConfBase* conf : Conformers(mol)) {
     out << "conformer";
     for (const float value : conf->Coords()) out << " " << value;
     out << "\n";

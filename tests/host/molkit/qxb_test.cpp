@@ -57,7 +57,7 @@ QXMol MakeFullMolecule() {
 /// The bytes of a file of three molecules: ethanol with all, one without atoms, benzene's carbons.
 const std::string& FileBytes() {
   static const std::string bytes = [] {
-    const TempFolder folder;
+    const TemporaryFolder folder;
     QXMol ring;
     ring.SetTitle("ring");
     for (int i = 0; i < 6; ++i) ring.NewAtom(6);
@@ -74,7 +74,7 @@ struct Outcome {
   bool isGood = false;
 };
 
-Outcome ReadFrom(const TempFolder& folder, const std::string& bytes) {
+Outcome ReadFrom(const TemporaryFolder& folder, const std::string& bytes) {
   WriteBytes(folder / "damaged.qxb", bytes);
   qxmolistream in(folder / "damaged.qxb");
   Outcome outcome;
@@ -85,7 +85,7 @@ Outcome ReadFrom(const TempFolder& folder, const std::string& bytes) {
 }
 
 TEST(QXB, KeepsEverything) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   const Outcome outcome = ReadFrom(folder, FileBytes());
   ASSERT_EQ(outcome.all.size(), 3u);
   QXMol expected = MakeFullMolecule();
@@ -102,7 +102,7 @@ TEST(QXB, KeepsEverything) {
 }
 
 TEST(QXB, TellsForeignAndEmptyFiles) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   const QXTest::Messages messages;
   for (const std::string& bytes : {std::string(), std::string("QXB"),
                                    ReadBytes(TestFile("drugs.sdf")), FileBytes().substr(1)}) {
@@ -119,7 +119,7 @@ TEST(QXB, TellsForeignAndEmptyFiles) {
 }
 
 TEST(QXB, ATruncatedFileGivesItsWholeRecords) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   const QXTest::Messages messages;
   const std::string& bytes = FileBytes();
   std::vector<size_t> ends = {kSignatureSize};
@@ -138,7 +138,7 @@ TEST(QXB, ATruncatedFileGivesItsWholeRecords) {
 }
 
 TEST(QXB, DamageCostsTheDamagedRecordOnly) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   const QXTest::Messages messages;
   std::mt19937 random(5);
   for (int round = 0; round < 500; ++round) {
@@ -153,7 +153,7 @@ TEST(QXB, DamageCostsTheDamagedRecordOnly) {
 
 // Payloads with a checksum in order and contents that lie.
 TEST(QXB, AForgedFileIsHarmless) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   const QXTest::Messages messages;
   const std::string signature = FileBytes().substr(0, kSignatureSize);
   std::uint64_t length = 0;
@@ -161,9 +161,8 @@ TEST(QXB, AForgedFileIsHarmless) {
   const std::string good = FileBytes().substr(kSignatureSize + kHeaderSize, length);
 
   QXTest::largestAllocation = 0;
-  for (const std::uint64_t told : {~std::uint64_t{0}, std::uint64_t{1} << 40}) {
+  for (const std::uint64_t told : {~std::uint64_t{0}, std::uint64_t{1} << 40})
     EXPECT_TRUE(ReadFrom(folder, signature + Wrap(good, told)).all.empty());
-  }
   const std::pair<std::string, std::string> hostile[] = {
       {"\xdd\xff\xff\xff\xff", "it is no MessagePack"},  // an array of 2^32 - 1
       {"\xdf\xff\xff\xff\xff", "it is no MessagePack"},  // a map of as many
@@ -184,12 +183,11 @@ TEST(QXB, AForgedFileIsHarmless) {
   size_t numRead = 0;
   for (int round = 0; round < 3000; ++round) {
     std::string payload = good;
-    for (auto k = 1 + random() % 3; k > 0; --k) {
+    for (auto k = 1 + random() % 3; k > 0; --k)
       payload[random() % payload.size()] = static_cast<char>(random() % 256);
-    }
     for (const QXMol& mol : ReadFrom(folder, signature + Wrap(payload, payload.size())).all) {
       ++numRead;
-      for (const double value : CoordsOf(mol)) ASSERT_TRUE(std::isfinite(value));
+      for (const double value : Coords(mol)) ASSERT_TRUE(std::isfinite(value));
       Describe(mol);
     }
   }
