@@ -140,9 +140,10 @@ TEST(SuppressHydrogens, LeavesTheHeavyAtomsOfAllConformers) {
   }
   EXPECT_EQ(mol.GetAtom(1)->GetPartialCharge(), -0.4);
   // Atoms 1, 3 and 4 of the coordinates i/8.
-  EXPECT_THAT(Coords(mol), ElementsAre(0.375, 0.5, 0.625, 1.125, 1.25, 1.375, 1.5, 1.625, 1.75));
-  EXPECT_THAT(Coords(*Conformers(mol)[1]),
-              ElementsAre(-0.375, -0.5, -0.625, -1.125, -1.25, -1.375, -1.5, -1.625, -1.75));
+  Vector heavy = {0.375, 0.5, 0.625, 1.125, 1.25, 1.375, 1.5, 1.625, 1.75};
+  EXPECT_EQ(Coords(mol), heavy);
+  for (double& x : heavy) x = -x;
+  EXPECT_EQ(Coords(*Conformers(mol)[1]), heavy);
   ASSERT_EQ(mol.NumBonds(), 2u);
   EXPECT_EQ(*mol.GetBond(0), (QXBond{0, 1, QXBondOrder::Single, QXBondStereo::None}));
   EXPECT_EQ(*mol.GetBond(1), (QXBond{0, 2, QXBondOrder::Single, QXBondStereo::None}));
