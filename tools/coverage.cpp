@@ -6,9 +6,6 @@
 #include <numbers>
 #include <vector>
 
-#include "hermite/expansion/hermite.h"
-#include "hermite/expansion/mol_to_gaussians.h"
-#include "tools/inertial_frame.h"
 #include "tools/text.h"
 
 namespace QXTools {
@@ -39,12 +36,8 @@ double SelfOverlap(const std::vector<QXGaussian>& gaussians) {
 
 }  // namespace
 
-double HeldShare(const QXMolKit::QXMol& heavyAtoms,
-                 const QXHermiteMath::QXHermiteOptions& options) {
-  const std::vector<QXGaussian> gaussians =
-      QXHermiteMath::QXMolToGaussians(heavyAtoms, kAtomRadius);
-  QXHermiteMath::QXHermite expansion;
-  expansion.Setup(gaussians, options);
+double HeldShare(const QXHermiteMath::QXHermite& expansion,
+                 const std::vector<QXGaussian>& gaussians) {
   return expansion.GetSelfOverlap() / SelfOverlap(gaussians);
 }
 

@@ -2,15 +2,16 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
-#include "hermite/foundations/options.h"
-#include "host/molkit/mol.h"
+#include "hermite/expansion/hermite.h"
 
 namespace QXTools {
 
-/// How much of its shape density the expansion of a molecule holds: the self overlap of the
-/// expansion over that of the density, 0 to 1. Atoms about the origin, in the frame of the overlay.
-double HeldShare(const QXMolKit::QXMol& heavyAtoms, const QXHermiteMath::QXHermiteOptions& options);
+/// How much of a density its expansion holds: the self overlap of the expansion over that of the
+/// Gaussians it was made from, 0 to 1.
+double HeldShare(const QXHermiteMath::QXHermite& expansion,
+                 const std::vector<QXCore::QXGaussian>& gaussians);
 
 /// Molecules of which the expansion holds less than half. What is missing hardly takes part in the
 /// overlap with the reference but would count in the self overlap, so their scores are too high.

@@ -11,6 +11,7 @@
 #include <optional>
 #include <utility>
 
+#include "hermite/expansion/mol_to_gaussians.h"
 #include "hermite/overlay/shape_overlay.h"
 #include "tools/atomic_file.h"
 #include "tools/console.h"
@@ -48,7 +49,7 @@ class OverlayRun {
   bool CanWrite();
   void OverlayFile(const std::string& path);
   void OverlayMolecule(const std::string& path, const MoleculeGroup& group);
-  std::optional<QXMol> InFrame(const QXConfBase& conformer, const std::string& where);
+  std::optional<QXMol> InFrame(const QXConfBase& conformer, const std::string& where, double& held);
   void KeepHits(const std::string& path, const MoleculeGroup& group, const QXMol& poses);
   bool WriteResults();
   void ReportSkipped();
@@ -85,9 +86,11 @@ bool OverlayRun::CanWrite() {
   return true;
 }
 
-/// A copy of one conformer in the frame of overlays, or nothing when it is skipped.
-std::optional<QXMol> OverlayRun::InFrame(const QXConfBase& conformer, const std::string& where) {
-  const QXMol heavy = HeavyAtoms(conformer);
+/// A copy of one conformer in the frame of overlays with its coefficients attached, or nothing when
+/// it is skipped. Lowers `held` to the share of its density that the coefficients hold.
+std::optional<QXMol> OverlayRun::InFrame(const QXConfBase& conformer, const std::string& where,
+                                         double& held) {
+  QXMol heavy = HeavyAtoms(conformer);
   if (const std::string reason = WhyUnfit(heavy); !reason.empty()) {
     Skip(where, reason);
     return std::nullopt;
@@ -106,6 +109,14 @@ std::optional<QXMol> OverlayRun::InFrame(const QXConfBase& conformer, const std:
   }
   QXMol moved(conformer, 1);
   MoveInto(*frame, moved);
+  MoveInto(*frame, heavy);
+  const auto gaussians = QXHermiteMath::QXMolToGaussians(heavy, kAtomRadius);
+  QXHermiteMath::QXHermite expansion;
+  expansion.Setup(gaussians, reference_.expansion.GetOptions());
+  held = std::min(held, HeldShare(expansion, gaussians));
+  // A pose of an earlier run brings coefficients of its own along, perhaps of another type.
+  moved.GetActive()->DeleteData(kCoefficientTag);
+  moved.GetActive()->SetData(kCoefficientTag, expansion.GetCoefficients());
   return moved;
 }
 
@@ -117,10 +128,8 @@ void OverlayRun::OverlayMolecule(const std::string& path, const MoleculeGroup& g
   const std::unique_ptr<QXMolKit::QXIterator<QXConfBase>> confs(group.mol.GetConfs());
   for (; confs && confs->IsValid(); confs->Next(), ++place) {
     std::optional<QXMol> moved =
-        InFrame(*confs->Get(), fmt::format("{}:{}", path, group.records[place]));
+        InFrame(*confs->Get(), fmt::format("{}:{}", path, group.records[place]), held);
     if (!moved) continue;
-    held = std::min(held, HeldShare(HeavyAtoms(*moved), reference_.expansion.GetOptions()));
-    moved->GetActive()->DeleteData(kCoefficientTag);  // a pose of an earlier run brings it along
     moved->GetActive()->DeleteData(kPlaceTag);
     moved->GetActive()->SetData(kPlaceTag, std::vector<double>{static_cast<double>(place)});
     if (work.NumConfs() == 0) {
