@@ -7,6 +7,7 @@
 #include "hermite/expansion/hermite.h"
 #include "hermite/expansion/mol_to_gaussians.h"
 #include "hermite/frame/inertial_orientation.h"
+#include "hermite/overlay/shape_overlay.h"
 
 namespace QXTools {
 namespace {
@@ -71,7 +72,7 @@ std::optional<Frame> FindInertialFrame(const QXMolKit::QXMol& heavyAtoms, unsign
   frame.centre = CentreOf(heavyAtoms);
   QXMolKit::QXMol centred(heavyAtoms);
   MoveInto(frame, centred);
-  auto gaussians = QXHermiteMath::QXMolToGaussians(centred, kAtomRadius);
+  auto gaussians = QXHermiteMath::QXMolToGaussians(centred, QXHermiteMath::kOverlayAtomRadius);
 
   std::vector<double> center, rotation, eigenvalues;
   std::vector<std::vector<double>> tensor;

@@ -9,9 +9,6 @@
 
 namespace QXTools {
 
-/// The radius of all atoms in the shape density, as QXShapeOverlay has it.
-inline constexpr double kAtomRadius = 1.7;
-
 /// A rigid change of coordinates, p to rotation (p - centre). rotation: row-major, orthonormal,
 /// determinant +1.
 struct Frame {

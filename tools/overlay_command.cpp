@@ -110,7 +110,7 @@ std::optional<QXMol> OverlayRun::InFrame(const QXConfBase& conformer, const std:
   QXMol moved(conformer, 1);
   MoveInto(*frame, moved);
   MoveInto(*frame, heavy);
-  const auto gaussians = QXHermiteMath::QXMolToGaussians(heavy, kAtomRadius);
+  const auto gaussians = QXHermiteMath::QXMolToGaussians(heavy, QXHermiteMath::kOverlayAtomRadius);
   QXHermiteMath::QXHermite expansion;
   expansion.Setup(gaussians, reference_.expansion.GetOptions());
   held = std::min(held, HeldShare(expansion, gaussians));

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "hermite/expansion/mol_to_gaussians.h"
+#include "hermite/overlay/shape_overlay.h"
 #include "host/molkit/molstream.h"
 
 namespace QXTools {
@@ -47,7 +48,8 @@ std::optional<QXMol> ReadRecord(const std::string& path, unsigned int wanted, Co
 
 QXHermite Expand(const QXMol& heavyAtoms, const QXHermiteOptions& options) {
   QXHermite expansion;
-  expansion.Setup(QXHermiteMath::QXMolToGaussians(heavyAtoms, kAtomRadius), options);
+  expansion.Setup(QXHermiteMath::QXMolToGaussians(heavyAtoms, QXHermiteMath::kOverlayAtomRadius),
+                  options);
   return expansion;
 }
 

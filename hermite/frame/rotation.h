@@ -34,8 +34,7 @@ class QXHermiteRotation {
   bool BuildRotationMatrixWithDerivative(double angle, unsigned int N);
 
   /// out = in rotated by angles (three doubles). Builds its own blocks. index is not read: the
-  /// places are listed at construction.
-  /// Always true.
+  /// places are listed at construction. Always true.
   bool Rotate(double const* angles, unsigned int N, std::vector<double> const& in,
               std::vector<double>& out, QXHermiteIndex const& index);
 

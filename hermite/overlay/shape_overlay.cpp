@@ -23,8 +23,6 @@ const double rot_Z[9] = {-1, 0, 0, 0, -1, 0, 0, 0, 1};
 
 namespace {
 
-constexpr double kAtomRadius = 1.7;  // one radius for all elements, angstrom
-
 // Radians and angstroms. Longer steps leap between optima, so that the last digits of the input
 // chose among them: in 5 of 2500 pairs of drugs, against none with it. It also saves evaluations.
 constexpr double kLongestStep = 0.5;
@@ -51,7 +49,7 @@ std::vector<double> QXShapeOverlay::GetCoefficients(QXConfBase const& conformer)
   QXMolKit::QXSuppressHydrogens(mol, false, false, true);
   mol.CompactAtoms();
   QXHermite h;
-  h.Setup(QXMolToGaussians(mol, kAtomRadius), options);
+  h.Setup(QXMolToGaussians(mol, kOverlayAtomRadius), options);
   return h.GetCoefficients();
 }
 

@@ -14,6 +14,9 @@ namespace QXHermiteMath {
 using QXMolKit::QXMol;
 using QXMolKit::QXTrans;
 
+/// The radius, in angstrom, that overlays give every atom of a shape density.
+inline constexpr double kOverlayAtomRadius = 1.7;
+
 /// Half turns about x, y and z, row-major: the further starts of an overlay. Entry k belongs to
 /// entry k of ComputeInertialHermiteVectors.
 extern const double rot_X[9];
