@@ -9,7 +9,6 @@
 #include <thread>
 #include <vector>
 
-#include "host/core/gaussian.h"
 #include "host/core/throw.h"
 
 namespace {
@@ -88,22 +87,6 @@ TEST(Base, CopiesAreDeepAndSelfAssignmentKeeps) {
   EXPECT_EQ(copy.GetData<Vector>("grid"), Vector{1});
   assigned = QXBase();
   EXPECT_FALSE(assigned.HasData("grid"));
-}
-
-TEST(Gaussian, HoldsItsValuesAndMovesThroughAVector) {
-  float center[] = {1, 2, 3};
-  std::vector<QXGaussian> gaussians(2, QXGaussian(4, 5, center, 0));
-  center[0] = 9;
-  gaussians[1].SetX(6);
-  gaussians[1].SetY(7);
-  gaussians[1].SetZ(8);
-  gaussians[0].SetData("note", 1);
-  const auto values = [](const QXGaussian& g) {
-    return std::vector<float>{g.GetAmplitude(), g.GetWidth(), g.GetX(), g.GetY(), g.GetZ()};
-  };
-  EXPECT_EQ(values(gaussians[0]), (std::vector<float>{4, 5, 1, 2, 3}));
-  EXPECT_EQ(values(gaussians[1]), (std::vector<float>{4, 5, 6, 7, 8}));
-  EXPECT_TRUE(QXGaussian(gaussians[0]).HasData("note"));
 }
 
 }  // namespace

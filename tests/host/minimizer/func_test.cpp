@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,14 +26,6 @@ TEST(Func, FloatFormReportsAndTheRunGoesOn) {
   EXPECT_EQ(reports[0].first, QXCore::QXErrorLevel::Error);
   EXPECT_EQ(reports[0].second,
             "This is a GPU-specific method and should only be called from the derived class.");
-}
-
-TEST(Func, PointsAreRedundantWhenNoVariableDiffersByMore) {
-  QXTest::Problem<QXTest::Rosenbrock> f;
-  const double a[] = {1, 2}, b[] = {1.25, 1.75}, c[] = {1, std::nan("")};
-  EXPECT_TRUE(f.IsRedundant(a, b, 0.25));
-  EXPECT_FALSE(f.IsRedundant(a, b, 0.24));
-  EXPECT_FALSE(f.IsRedundant(a, c, 1e9));
 }
 
 }  // namespace
