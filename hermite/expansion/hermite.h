@@ -4,10 +4,14 @@
 
 #include "hermite/foundations/options.h"
 #include "host/core/gaussian.h"
+#include "host/grid/scalar_grid.h"
+#include "host/molkit/trans.h"
 
 namespace QXHermiteMath {
 
 using QXCore::QXGaussian;
+using QXCore::QXScalarGrid;
+using QXMolKit::QXTrans;
 
 /// A single-centre expansion: coefficients in shell order, the options that give them meaning
 /// (degree and the widths in force), the origin about which they were made, the self overlap.
@@ -39,6 +43,20 @@ class QXHermite {
   /// do not fit each other until a Setup succeeds.
   bool Setup(const std::vector<double>& coefficients, const QXHermiteOptions& options);
 
+  /// Projects the values of a grid onto the basis, by the quadrature over its elements
+  ///
+  ///   c_lmn = spacing^3 lambda_x lambda_y lambda_z sum over elements of f d_l d_m d_n
+  ///
+  /// with the analysis functions d_k of QXCalcDoubleNormalizedHermite. With -UseOptimalLambdas the
+  /// widths are first estimated by QXApproxHermiteBestLambda, then -UseSingleLambda sets all three
+  /// to the smallest. With -UseCenterOfMass the expansion is made about the mean position of the
+  /// positive values, weighted by them, which GetCenter then tells; otherwise about the origin. The
+  /// extent becomes that of the longest axis and one element more. Always true.
+  ///
+  /// The coefficients are added to what the object holds, after it is resized to the basis: a
+  /// second call at the same degree doubles them. Use a fresh object for each grid.
+  bool Setup(const QXScalarGrid& grid, const QXHermiteOptions& options);
+
   const std::vector<double>& GetCoefficients() const { return coefficients; }
   /// Coefficient i, no bounds check.
   double GetCoefficient(unsigned long i) const { return coefficients[i]; }
@@ -65,6 +83,14 @@ class QXHermite {
   bool TranslateHermites(double tx, double ty, double tz);
   /// The same, by a vector of three.
   bool TranslateHermites(std::vector<double> const& t);
+
+  /// The density on a grid: see CreateGrid in grid_evaluation.h. The width defaults to the extent
+  /// of the object. The centre of the expansion is not consulted: the origin of the expansion lies
+  /// at the origin of coordinates, unless `transform` moves it.
+  bool CreateGrid(QXScalarGrid& grid, double spacing) const;
+  bool CreateGrid(QXScalarGrid& grid, double spacing, double width) const;
+  bool CreateGrid(QXScalarGrid& grid, double spacing, QXTrans transform) const;
+  bool CreateGrid(QXScalarGrid& grid, double spacing, double width, QXTrans transform) const;
 
   /// The coefficient vectors after half turns about x, y and z, see inertial_orientation.h.
   /// Always true.

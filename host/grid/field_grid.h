@@ -1,0 +1,44 @@
+#pragma once
+
+#include <array>
+
+#include "host/grid/scalar_grid.h"
+#include "host/molkit/molbase.h"
+
+// Overlaps of grids, by handle.
+
+namespace QXFieldKit {
+
+/// A grid on its way to a handle.
+class QXFieldGrid {
+ public:
+  explicit QXFieldGrid(const QXCore::QXScalarGrid& grid) : grid_(grid) {}
+  const QXCore::QXScalarGrid& GetGrid() const { return grid_; }
+
+ private:
+  QXCore::QXScalarGrid grid_;
+};
+
+/// Takes over a grid that was made with new, and returns its handle, counted from 1. All handles
+/// live to the end of the program. Safe to call from many threads.
+///
+///     int handle = QXAcquireGridHandle(*new QXFieldGrid(grid));
+int QXAcquireGridHandle(QXFieldGrid& grid);
+
+/// The self overlap of A, that of B, and the overlap of A and B, each the sum over elements of the
+/// product of values times the volume of an element. Where the geometries differ, B is read at the
+/// elements of A by trilinear interpolation, 0 outside it, for the third. The last two arguments
+/// are not used. An unknown handle is an error report and gives three zeros.
+std::array<float, 3> QXGridOverlap(int handleA, int handleB, int unused, float alsoUnused);
+
+/// Fills a grid of given geometry with the density of the atoms of `mol`: a Gaussian
+/// 2.7 exp(-w d^2), w = 2.34422871067/r^2, for every atom, r the Bondi radius of its element
+/// (QXBondiRadius). All values are overwritten.
+void QXMakeMolecularGaussianGrid(QXCore::QXScalarGrid& grid, const QXMolKit::QXMolBase& mol);
+
+/// The van der Waals radius of an element in angstrom, by A. Bondi, J. Phys. Chem. 68 (1964) 441,
+/// with the main group completed by M. Mantina et al., J. Phys. Chem. A 113 (2009) 5806; 1.7 for
+/// other elements.
+double QXBondiRadius(unsigned int atomicNumber);
+
+}  // namespace QXFieldKit
