@@ -125,7 +125,9 @@ bool QXGrid<T>::IsDataType(const void* type) const {
 
 template <typename T>
 void QXGrid<T>::Realloc() {
-  storage_ = std::vector<T>(this->GetSize());
+  storage_ = std::vector<T>();  // so that both arrays never stand side by side
+  Point();
+  storage_.resize(this->GetSize());
   Point();
 }
 

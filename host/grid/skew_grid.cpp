@@ -92,16 +92,21 @@ unsigned int CellsToCover(double length, double spacing) {
 
 }  // namespace
 
-QXSkewGrid::QXSkewGrid(const QXScalarGrid& grid) : grid_(grid) {
-  const double spacing = grid.GetSpacing();
-  for (size_t axis = 0; axis < 3; ++axis) steps_[axis][axis] = spacing;
+std::array<double, 3> QXGridOrigin(const QXGridBase& grid) {
   unsigned int dim[3];
   float mid[3];
   grid.GetDim(dim[0], dim[1], dim[2]);
   grid.GetMid(mid[0], mid[1], mid[2]);
+  std::array<double, 3> origin;
   for (size_t axis = 0; axis < 3; ++axis) {
-    origin_[axis] = mid[axis] - (static_cast<double>(dim[axis]) - 1.0) * 0.5 * spacing;
+    const double half = (static_cast<double>(dim[axis]) - 1.0) * 0.5;
+    origin[axis] = mid[axis] - half * static_cast<double>(grid.GetSpacing());
   }
+  return origin;
+}
+
+QXSkewGrid::QXSkewGrid(const QXScalarGrid& grid) : grid_(grid), origin_(QXGridOrigin(grid)) {
+  for (size_t axis = 0; axis < 3; ++axis) steps_[axis][axis] = grid.GetSpacing();
 }
 
 QXSkewGrid::QXSkewGrid(const QXScalarGrid& grid, const Vector& origin,

@@ -6,6 +6,9 @@
 
 namespace QXCore {
 
+/// Where element (0, 0, 0) stands, in double precision.
+std::array<double, 3> QXGridOrigin(const QXGridBase& grid);
+
 /// A grid with axes of its own, which can be turned and moved without resampling: element (i, j, k)
 /// stands at origin + i a + j b + k c. The values are copied.
 ///

@@ -27,18 +27,6 @@
 #include "host/molkit/record_splitter.h"
 #include "host/molkit/sd_record.h"
 
-#if defined(__SANITIZE_ADDRESS__)
-// RDKit's parser of SD structures forgets what it has built when it throws.
-extern "C" const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions() {
-  return "leak:libRDKitFileParsers\n";
-}
-extern "C" const char* __lsan_default_options();
-extern "C" const char* __lsan_default_options() {
-  return "print_suppressions=0";
-}
-#endif
-
 namespace QXMolKit {
 namespace {
 

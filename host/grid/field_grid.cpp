@@ -1,0 +1,163 @@
+#include "host/grid/field_grid.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "host/core/throw.h"
+
+namespace QXFieldKit {
+
+using QXCore::QXElementCoord;
+using QXCore::QXScalarGrid;
+using QXCore::QXThrow;
+
+namespace {
+
+/// The grids that have handles. They are never changed, so that reading needs no lock.
+class Registry {
+ public:
+  int Add(QXFieldGrid& grid) {
+    const std::lock_guard lock(mutex_);
+    grids_.emplace_back(&grid);
+    return static_cast<int>(grids_.size());
+  }
+
+  const QXScalarGrid* Find(int handle) {
+    const std::lock_guard lock(mutex_);
+    if (handle < 1 || static_cast<size_t>(handle) > grids_.size()) return nullptr;
+    return &grids_[static_cast<size_t>(handle) - 1]->GetGrid();
+  }
+
+ private:
+  std::mutex mutex_;
+  std::vector<std::unique_ptr<QXFieldGrid>> grids_;
+};
+
+Registry& Grids() {
+  static Registry registry;
+  return registry;
+}
+
+bool SameGeometry(const QXScalarGrid& a, const QXScalarGrid& b) {
+  return a.GetXDim() == b.GetXDim() && a.GetYDim() == b.GetYDim() && a.GetZDim() == b.GetZDim() &&
+         a.GetSpacing() == b.GetSpacing() && a.GetXMid() == b.GetXMid() &&
+         a.GetYMid() == b.GetYMid() && a.GetZMid() == b.GetZMid();
+}
+
+/// Calls visit(value, x, y, z) for every element.
+template <typename Visit>
+void ForElements(const QXScalarGrid& grid, Visit&& visit) {
+  const float spacing = grid.GetSpacing();
+  unsigned int dim[3];
+  float mid[3];
+  grid.GetDim(dim[0], dim[1], dim[2]);
+  grid.GetMid(mid[0], mid[1], mid[2]);
+  const float* value = grid.GetValues();
+  for (unsigned int k = 0; k < dim[2]; ++k) {
+    const float z = QXElementCoord(k, dim[2], spacing, mid[2]);
+    for (unsigned int j = 0; j < dim[1]; ++j) {
+      const float y = QXElementCoord(j, dim[1], spacing, mid[1]);
+      for (unsigned int i = 0; i < dim[0]; ++i) {
+        visit(*value++, QXElementCoord(i, dim[0], spacing, mid[0]), y, z);
+      }
+    }
+  }
+}
+
+float Overlap(const QXScalarGrid& a, const QXScalarGrid& b) {
+  double sum = 0;
+  if (SameGeometry(a, b)) {
+    for (size_t i = 0; i < a.GetSize(); ++i) {
+      sum += static_cast<double>(a.GetValues()[i]) * b.GetValues()[i];
+    }
+  } else {
+    ForElements(a, [&](float value, float x, float y, float z) {
+      sum += static_cast<double>(value) * QXCore::QXLinearInterpolate<float>(b, x, y, z, 0.0f);
+    });
+  }
+  return static_cast<float>(sum * std::pow(static_cast<double>(a.GetSpacing()), 3));
+}
+
+/// The part of exp(-w (x - center)^2) along one axis that is not negligible.
+struct AxisFactors {
+  unsigned int begin = 0;
+  std::vector<double> values;
+};
+
+AxisFactors Factors(unsigned int dim, float spacing, float mid, double center, double w) {
+  // exp(-40) = 4e-18. A product of three is no smaller than a float can be, nor ever as large as
+  // the rounding of a sum that matters.
+  constexpr double kNegligible = 40.0;
+  AxisFactors factors;
+  for (unsigned int i = 0; i < dim; ++i) {
+    const double d = QXElementCoord(i, dim, spacing, mid) - center;
+    if (!(w * d * d < kNegligible)) continue;
+    if (factors.values.empty()) factors.begin = i;
+    factors.values.push_back(std::exp(-w * d * d));
+  }
+  return factors;
+}
+
+}  // namespace
+
+int QXAcquireGridHandle(QXFieldGrid& grid) {
+  return Grids().Add(grid);
+}
+
+std::array<float, 3> QXGridOverlap(int handleA, int handleB, int, float) {
+  const QXScalarGrid* a = Grids().Find(handleA);
+  const QXScalarGrid* b = Grids().Find(handleB);
+  if (!a || !b) {
+    QXThrow.Error("There is no grid of handle %d: acquire one first.", a ? handleB : handleA);
+    return {0.0f, 0.0f, 0.0f};
+  }
+  return {Overlap(*a, *a), Overlap(*b, *b), Overlap(*a, *b)};
+}
+
+void QXMakeMolecularGaussianGrid(QXScalarGrid& grid, const QXMolKit::QXMolBase& mol) {
+  constexpr double kAmplitude = 2.7, kWidth = 2.34422871067;  // the width for a radius of 1
+  unsigned int dim[3];
+  float mid[3];
+  grid.GetDim(dim[0], dim[1], dim[2]);
+  grid.GetMid(mid[0], mid[1], mid[2]);
+  std::fill_n(grid.GetValues(), grid.GetSize(), 0.0f);
+  for (unsigned int atom = 0; atom < mol.NumAtoms(); ++atom) {
+    double center[3];
+    mol.GetCoords(mol.GetAtom(atom), center);
+    const double radius = QXBondiRadius(mol.GetAtom(atom)->GetAtomicNum());
+    // The Gaussian is a product of one factor an axis.
+    AxisFactors f[3];
+    for (size_t axis = 0; axis < 3; ++axis) {
+      f[axis] = Factors(dim[axis], grid.GetSpacing(), mid[axis], center[axis],
+                        kWidth / (radius * radius));
+    }
+    for (size_t k = 0; k < f[2].values.size(); ++k) {
+      for (size_t j = 0; j < f[1].values.size(); ++j) {
+        const double scale = kAmplitude * f[2].values[k] * f[1].values[j];
+        const size_t row = f[1].begin + j + size_t{dim[1]} * (f[2].begin + k);
+        float* value = grid.GetValues() + f[0].begin + dim[0] * row;
+        for (const double factor : f[0].values) *value++ += static_cast<float>(scale * factor);
+      }
+    }
+  }
+}
+
+double QXBondiRadius(unsigned int atomicNumber) {
+  constexpr double kOther = 1.7;
+  static constexpr std::pair<unsigned int, double> kRadii[] = {
+      {1, 1.20},  {2, 1.40},  {3, 1.82},  {4, 1.53},  {5, 1.92},  {6, 1.70},  {7, 1.55},
+      {8, 1.52},  {9, 1.47},  {10, 1.54}, {11, 2.27}, {12, 1.73}, {13, 1.84}, {14, 2.10},
+      {15, 1.80}, {16, 1.80}, {17, 1.75}, {18, 1.88}, {19, 2.75}, {20, 2.31}, {31, 1.87},
+      {32, 2.11}, {33, 1.85}, {34, 1.90}, {35, 1.85}, {36, 2.02}, {37, 3.03}, {38, 2.49},
+      {49, 1.93}, {50, 2.17}, {51, 2.06}, {52, 2.06}, {53, 1.98}, {54, 2.16}, {55, 3.43},
+      {56, 2.68}, {81, 1.96}, {82, 2.02}, {83, 2.07}, {84, 1.97}, {85, 2.02}, {86, 2.20},
+      {87, 3.48}, {88, 2.83}};
+  const auto found =
+      std::ranges::find(kRadii, atomicNumber, [](const auto& entry) { return entry.first; });
+  return found == std::end(kRadii) ? kOther : found->second;
+}
+
+}  // namespace QXFieldKit
