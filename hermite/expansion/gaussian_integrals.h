@@ -111,4 +111,16 @@ inline void ToShellOrder(unsigned int N, const Scalar* in, Scalar* out) {
   }
 }
 
+/// The way back.
+template <class Scalar>
+inline void FromShellOrder(unsigned int N, const Scalar* in, Scalar* out) {
+  for (unsigned int l = 0; l <= N; ++l) {
+    for (unsigned int d = 0; d <= N - l; ++d) {
+      const unsigned int s = l + d;
+      const Scalar* row = in + s * (s + 1) * (s + 2) / 6 + l * (2 * s - l + 3) / 2;
+      for (unsigned int m = 0; m <= d; ++m) *out++ = row[m];
+    }
+  }
+}
+
 }  // namespace QXHermiteMath::kernel

@@ -3,8 +3,11 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "hermite/expansion/gaussian_to_hermite.h"
+#include "hermite/expansion/grid_evaluation.h"
+#include "hermite/expansion/grid_projection.h"
 #include "hermite/foundations/basis.h"
 #include "hermite/frame/best_lambda.h"
 #include "hermite/frame/inertial_orientation.h"
@@ -96,6 +99,49 @@ bool QXHermite::Setup(const std::vector<double>& newCoefficients,
   coefficients = newCoefficients;
   selfOverlap = QXCalcHermiteSelfOverlap(coefficients, options);
   return true;
+}
+
+bool QXHermite::Setup(const QXScalarGrid& grid, const QXHermiteOptions& newOptions) {
+  options = newOptions;
+  const unsigned int largest = std::max({grid.GetXDim(), grid.GetYDim(), grid.GetZDim()});
+  extent = (largest + 1.0) * static_cast<double>(grid.GetSpacing());
+  center = {0.0, 0.0, 0.0};
+  if (options.GetUseCenterOfMass()) center = ValueWeightedCenter(grid);
+
+  if (options.GetUseOptimalLambdas()) {
+    const std::vector<double> best = QXApproxHermiteBestLambda(grid, options, center);
+    SetLambdas(options, best[0], best[1], best[2]);
+  }
+  if (options.GetUseSingleLambda()) UseSmallestLambda(options);
+
+  // Not cleared, on purpose: a second projection adds to the first.
+  coefficients.resize(QXHermiteBasisSize(options.GetNPolyMax()));
+  const double lambdas[3] = {options.GetLambdaX(), options.GetLambdaY(), options.GetLambdaZ()};
+  ProjectGrid(grid, options.GetNPolyMax(), lambdas, center.data(), coefficients.data(),
+              QXCore::QXGetSimdLevel());
+  selfOverlap = QXCalcHermiteSelfOverlap(coefficients, options);
+  return true;
+}
+
+bool QXHermite::CreateGrid(QXScalarGrid& grid, double spacing) const {
+  return CreateGrid(grid, spacing, extent);
+}
+
+bool QXHermite::CreateGrid(QXScalarGrid& grid, double spacing, double width) const {
+  return QXHermiteMath::CreateGrid(options.GetNPolyMax(), coefficients, width, grid, spacing,
+                                   options.GetLambdaX(), options.GetLambdaY(),
+                                   options.GetLambdaZ());
+}
+
+bool QXHermite::CreateGrid(QXScalarGrid& grid, double spacing, QXTrans transform) const {
+  return CreateGrid(grid, spacing, extent, std::move(transform));
+}
+
+bool QXHermite::CreateGrid(QXScalarGrid& grid, double spacing, double width,
+                           QXTrans transform) const {
+  return QXHermiteMath::CreateGrid(options.GetNPolyMax(), coefficients, width, grid, spacing,
+                                   options.GetLambdaX(), options.GetLambdaY(), options.GetLambdaZ(),
+                                   transform);
 }
 
 unsigned long QXHermite::NumCoefficients() const {

@@ -11,16 +11,35 @@ double tgamma_i(unsigned int n) {
   return product;
 }
 
-double QXHermiteFunc(unsigned int n, double x) {
+namespace {
+
+/// exp(-x^2/2) n! sum_k (-1)^k (2x)^(n-2k) / ((n-2k)! k!), with the powers from powerOf(n - 2k).
+template <class Power>
+double ExplicitSum(unsigned int n, double exponential, Power&& powerOf) {
   double sum = 0.0;
   for (unsigned int k = 0; k <= n / 2; ++k) {
     const unsigned int power = n - 2 * k;
-    double term = std::pow(-1.0, k);
+    double term = k % 2 == 0 ? 1.0 : -1.0;
     // Leaving the power out at 0 keeps x = 0 from asking for 0 to the 0.
-    if (power != 0) term *= std::pow(x + x, power);
+    if (power != 0) term *= powerOf(power);
     sum += term / (tgamma_i(power + 1) * tgamma_i(k + 1));
   }
-  return std::exp(x * x * -0.5) * sum * tgamma_i(n + 1);
+  return exponential * sum * tgamma_i(n + 1);
+}
+
+}  // namespace
+
+double QXHermiteFunc(unsigned int n, double x) {
+  return ExplicitSum(n, std::exp(x * x * -0.5),
+                     [x](unsigned int power) { return std::pow(x + x, power); });
+}
+
+void HermiteFuncs(unsigned int n, double x, double* out) {
+  const double exponential = std::exp(x * x * -0.5);
+  for (unsigned int k = 1; k <= n; ++k) out[k] = std::pow(x + x, k);
+  // From above, so that the powers below each degree are still there.
+  for (unsigned int k = n + 1; k-- > 0;)
+    out[k] = ExplicitSum(k, exponential, [out](unsigned int power) { return out[power]; });
 }
 
 bool QXCalcNormalizedHermite(unsigned int n, double x, double* out) {

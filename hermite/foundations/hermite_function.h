@@ -8,6 +8,10 @@ namespace QXHermiteMath {
 /// Slow, and inaccurate at high degree, on purpose: this form defines values on grids.
 double QXHermiteFunc(unsigned int n, double x);
 
+/// h_0(x) .. h_n(x), the same bits as QXHermiteFunc: the exponential and the powers of x, which are
+/// worked out once, are what takes the time. out: n + 1 doubles.
+void HermiteFuncs(unsigned int n, double x, double* out);
+
 /// The gamma function at an integer, (n - 1)!; 1 for n below 3.
 double tgamma_i(unsigned int n);
 

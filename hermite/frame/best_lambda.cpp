@@ -73,6 +73,16 @@ const double* QXHermiteSelfOverlap::GetFComponents(double const*) {
   return nullptr;
 }
 
+namespace {
+
+std::vector<double> LambdasOfExtents(QXHermiteOptions const& options, const double* extent,
+                                     double margin) {
+  const double w = 2.0 * std::pow(options.GetNPolyMax() + 1.0, 0.16666666666666666);
+  return {w / (extent[0] + margin), w / (extent[1] + margin), w / (extent[2] + margin)};
+}
+
+}  // namespace
+
 std::vector<double> QXApproxHermiteBestLambda(std::vector<QXGaussian> const& gaussians,
                                               QXHermiteOptions const& options) {
   double extent[3] = {1.0, 1.0, 1.0};
@@ -80,8 +90,44 @@ std::vector<double> QXApproxHermiteBestLambda(std::vector<QXGaussian> const& gau
     const double position[3] = {g.GetX(), g.GetY(), g.GetZ()};
     for (int a = 0; a < 3; ++a) extent[a] = std::max(extent[a], std::fabs(position[a]));
   }
-  const double w = 2.0 * std::pow(options.GetNPolyMax() + 1.0, 0.16666666666666666);
-  return {w / (extent[0] + 1.0), w / (extent[1] + 1.0), w / (extent[2] + 1.0)};
+  return LambdasOfExtents(options, extent, 1.0);
+}
+
+std::vector<double> QXApproxHermiteBestLambda(QXScalarGrid const& grid,
+                                              QXHermiteOptions const& options,
+                                              std::vector<double> const& center) {
+  const float* values = grid.GetValues();
+  float running = 0.0f;
+  for (unsigned int i = 0; i < grid.GetSize(); ++i) {
+    if (running < std::fabs(values[i])) running = values[i];
+  }
+  const float threshold = 0.25f * running;
+
+  unsigned int dim[3];
+  float mid[3];
+  grid.GetDim(dim[0], dim[1], dim[2]);
+  grid.GetMid(mid[0], mid[1], mid[2]);
+  // The distances from the centre along each axis, tabulated.
+  std::vector<double> distance[3];
+  for (size_t a = 0; a < 3; ++a) {
+    for (unsigned int i = 0; i < dim[a]; ++i) {
+      const double c = QXCore::QXElementCoord(i, dim[a], grid.GetSpacing(), mid[a]);
+      distance[a].push_back(std::fabs(c - center[a]));
+    }
+  }
+  double extent[3] = {1.0, 1.0, 1.0};
+  const float* value = values;
+  for (unsigned int k = 0; k < dim[2]; ++k) {
+    for (unsigned int j = 0; j < dim[1]; ++j) {
+      for (unsigned int i = 0; i < dim[0]; ++i) {
+        if (!(std::fabs(*value++) > threshold)) continue;
+        extent[0] = std::max(extent[0], distance[0][i]);
+        extent[1] = std::max(extent[1], distance[1][j]);
+        extent[2] = std::max(extent[2], distance[2][k]);
+      }
+    }
+  }
+  return LambdasOfExtents(options, extent, 0.5);
 }
 
 }  // namespace QXHermiteMath

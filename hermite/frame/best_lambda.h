@@ -5,6 +5,7 @@
 #include "hermite/expansion/gaussian_to_hermite.h"
 #include "hermite/foundations/options.h"
 #include "host/core/gaussian.h"
+#include "host/grid/scalar_grid.h"
 #include "host/minimizer/func.h"
 
 // The best widths of an expansion are those that maximise the self overlap of what the truncated
@@ -13,6 +14,7 @@
 namespace QXHermiteMath {
 
 using QXCore::QXGaussian;
+using QXCore::QXScalarGrid;
 
 /// The objective of the width search, f(u) = -S(lambda(u)): S the self overlap of the expansion,
 /// u the logarithms of the widths, which so stay positive. One variable when -UseSingleLambda is
@@ -50,5 +52,14 @@ class QXHermiteSelfOverlap : public QXMinimizer::QXFunc2 {
 /// widths play no part.
 std::vector<double> QXApproxHermiteBestLambda(std::vector<QXGaussian> const& gaussians,
                                               QXHermiteOptions const& options);
+
+/// The widths estimated from a grid: lambda_a = 2 (N + 1)^(1/6) / e_a, where e_a is the largest of
+/// 1 and all |coordinate a - center a|, plus 0.5, over the elements whose |value| exceeds a quarter
+/// of a running value. That becomes each value in turn which is larger in size, with its sign, so
+/// that the next element replaces a negative one: only without negative values is it the maximum.
+/// center: three doubles.
+std::vector<double> QXApproxHermiteBestLambda(QXScalarGrid const& grid,
+                                              QXHermiteOptions const& options,
+                                              std::vector<double> const& center);
 
 }  // namespace QXHermiteMath

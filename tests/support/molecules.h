@@ -38,6 +38,14 @@ inline QXMol Drug(const std::string& title) {
   throw std::runtime_error("no molecule " + title);
 }
 
+/// Carbons at these places.
+inline QXMol Carbons(const std::vector<double>& coords) {
+  QXMol mol;
+  for (size_t i = 0; i < coords.size(); i += 3) mol.NewAtom(6);
+  mol.SetCoords(coords.data());
+  return mol;
+}
+
 inline std::vector<double> Coords(const QXMolKit::QXMolBase& mol) {
   std::vector<double> coords(3 * static_cast<size_t>(mol.NumAtoms()));
   mol.GetCoords(coords.data());

@@ -24,6 +24,14 @@ TEST(HermiteFunction, IsTheExplicitSumAndLosesDigitsWithIt) {
   const double exact = static_cast<double>(HermiteFunction(30, 4.0L));
   EXPECT_GT(std::fabs(QXHermiteFunc(30, 4.0) / exact - 1.0), 1000 * kEpsilon);
 
+  for (double x : kArguments) {
+    Vector all(32, -7.0), each;
+    HermiteFuncs(30, x, all.data());
+    for (unsigned int n = 0; n <= 30; ++n) each.push_back(QXHermiteFunc(n, x));
+    each.push_back(-7.0);
+    EXPECT_EQ(all, each);
+  }
+
   double factorial = 1.0;  // exact up to 18!
   for (unsigned int n = 1; n <= 19; factorial *= n++) EXPECT_EQ(tgamma_i(n), factorial);
   EXPECT_EQ(tgamma_i(0), 1.0);

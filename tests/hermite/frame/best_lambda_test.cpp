@@ -1,5 +1,6 @@
 #include "hermite/frame/best_lambda.h"
 
+#include "support/grids.h"
 #include "support/hermite.h"
 
 namespace QXHermiteMath {
@@ -18,6 +19,34 @@ TEST(ApproxBestLambda, FollowsFromTheExtentsOnEachAxis) {
     EXPECT_TRUE(AllNear(QXApproxHermiteBestLambda({at(0.5f, -3, 1), at(-0.75f, 2, 7)}, options),
                         {w / 2, w / 4, w / 8}, 4 * kEpsilon));
   }
+}
+
+TEST(ApproxBestLambda, OfAGridFollowsFromTheElementsAboveAQuarter) {
+  QXHermiteOptions options;
+  options.SetNPolyMax(63);  // w = 4
+  const auto extents = [&](QXScalarGrid grid, const std::vector<float>& values) {
+    std::copy(values.begin(), values.end(), grid.GetValues());
+    Vector e;
+    for (double lambda : QXApproxHermiteBestLambda(grid, options, {10.0, 0.0, -0.5}))
+      e.push_back(4.0 / lambda);
+    return e;
+  };
+  const QXScalarGrid row = ZeroGrid(5, 1, 1, 2.0f, 10.0f, 0.0f, 2.5f);  // x - 10: -4, -2, 0, 2, 4
+  const struct {
+    QXScalarGrid grid;
+    std::vector<float> values;
+    Vector expected;
+  } cases[] = {
+      {row, {0, 0, 0, 0, 0}, {1.5, 1.5, 1.5}},
+      {ZeroGrid(3, 0, 3, 2.0f), {}, {1.5, 1.5, 1.5}},
+      {row, {0.25f, 0.5f, 0, 1, 0.25f}, {2.5, 1.5, 3.5}},
+      // A negative element is replaced by the next, so that a quarter of 1, not of 8, counts ...
+      {row, {0.5f, 4, -8, 1, 0}, {4.5, 1.5, 3.5}},
+      // ... and when it comes last, every element is above its quarter.
+      {row, {0, 4, 0, 0, -8}, {4.5, 1.5, 3.5}},
+  };
+  for (const auto& c : cases)
+    EXPECT_TRUE(AllNear(extents(c.grid, c.values), c.expected, 32 * kEpsilon));
 }
 
 TEST(SelfOverlapFunction, IsMinusTheSelfOverlapWithExactDerivativesInLogWidths) {
