@@ -3,6 +3,7 @@
 // Every exported class and function of the library.
 
 #include "hermite/expansion/gaussian_to_hermite.h"
+#include "hermite/expansion/grid_evaluation.h"
 #include "hermite/expansion/hermite.h"
 #include "hermite/expansion/mol_to_gaussians.h"
 #include "hermite/foundations/basis.h"
@@ -14,6 +15,10 @@
 #include "hermite/frame/rigid_motion.h"
 #include "hermite/frame/rotation.h"
 #include "hermite/frame/translation.h"
+#include "hermite/gridatoms/grid_to_atoms.h"
+#include "hermite/gridatoms/multistart_grid_to_atoms.h"
+#include "hermite/overlay/cos_angle.h"
+#include "hermite/overlay/hermite_shape_overlay.h"
 #include "hermite/overlay/overlap.h"
 #include "hermite/overlay/overlay_results.h"
 #include "hermite/overlay/shape_overlay.h"

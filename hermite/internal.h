@@ -4,6 +4,8 @@
 // tests. They may change between versions.
 
 #include "hermite/expansion/gaussian_integrals.h"
+#include "hermite/expansion/grid_evaluation.h"
+#include "hermite/expansion/grid_projection.h"
 #include "hermite/expansion/mol_to_gaussians.h"
 #include "hermite/foundations/basis.h"
 #include "hermite/foundations/hermite_function.h"
@@ -13,5 +15,7 @@
 #include "hermite/frame/rigid_motion.h"
 #include "hermite/frame/rotation_kernel.h"
 #include "hermite/frame/translation_kernel.h"
+#include "hermite/gridatoms/thinning.h"
+#include "hermite/overlay/cos_angle.h"
 #include "hermite/overlay/overlay_results.h"
 #include "hermite/overlay/shape_overlay.h"

@@ -62,8 +62,6 @@ class QXShapeOverlay {
   double FindLocalMinimum(QXMol const& start, std::vector<double>& coefficients, QXMol& pose);
 
  private:
-  std::vector<double> GetCoefficients(QXMolKit::QXConfBase const& conformer) const;
-
   double tolerance;
   unsigned int iterationLimit;
   QXHermiteOptions options;

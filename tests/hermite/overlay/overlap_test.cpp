@@ -107,7 +107,9 @@ TEST(Objectives, WarnThatTheyHaveNoComponents) {
   QXHermiteOverlap c;
   QXShapeComboTanimoto d;
   QXShapeChargeComboTanimoto e(1.0, 0.0);
-  for (QXMinimizer::QXFunc1* f : std::initializer_list<QXMinimizer::QXFunc1*>{&a, &b, &c, &d, &e}) {
+  QXHermiteCosAngleFunc g{QXHermiteOptions()};
+  for (QXMinimizer::QXFunc1* f :
+       std::initializer_list<QXMinimizer::QXFunc1*>{&a, &b, &c, &d, &e, &g}) {
     const Messages messages;
     EXPECT_EQ(f->GetFComponents(kOrigin.data()), nullptr);
     EXPECT_EQ(messages.all,

@@ -1,0 +1,164 @@
+#include "hermite/overlay/hermite_shape_overlay.h"
+
+#include <memory>
+#include <utility>
+
+#include "hermite/frame/rigid_motion.h"
+#include "hermite/overlay/overlay_results.h"
+#include "hermite/overlay/overlay_search.h"
+#include "hermite/overlay/tanimoto.h"
+#include "host/grid/skew_grid.h"
+
+namespace QXHermiteMath {
+
+using ConfIterator = std::unique_ptr<QXMolKit::QXIterator<QXMolKit::QXConfBase>>;
+
+namespace {
+
+constexpr const char* kGridTag = "hermite grid";
+
+void Move(QXCore::QXSkewGrid& grid, QXTrans const& motion) {
+  double rotation[9], translation[3];
+  motion.Extract<double, double>(rotation, translation, true);
+  QXCore::QXRotate(grid, rotation);
+  QXCore::QXTranslate(grid, translation);
+}
+
+}  // namespace
+
+QXTrans QXBestStart::GetTransform() const {
+  QXTrans motion;
+  if (start > 0) motion.Append(QXMolKit::QXRotMatrix(GetStartRotation(start)));
+  motion.Append(QXMolKit::QXTranslation(&variables[3]));
+  motion.Append(QXMolKit::QXRotMatrix(PoseRotation(variables.data()).data()));
+  return motion;
+}
+
+QXHermiteShapeOverlay::QXHermiteShapeOverlay(double newTolerance, unsigned int newIterationLimit,
+                                             double newLambda, unsigned int nPolyMax,
+                                             bool newMakeGrid, double newGridSpacing,
+                                             double newGridSize)
+    : tolerance(newTolerance),
+      iterationLimit(newIterationLimit),
+      gridSpacing(newGridSpacing),
+      gridSize(newGridSize),
+      makeGrid(newMakeGrid) {
+  options.SetUseOptimalLambdas(false);
+  options.SetUseSingleLambda(true);
+  SetLambdas(options, newLambda, newLambda, newLambda);
+  options.SetNPolyMax(nPolyMax);
+}
+
+bool QXHermiteShapeOverlay::SetupRef(QXMolBase const& mol, QXTrans const& newTrans) {
+  trans = newTrans;
+  const QXHermite h = ExpandHeavyAtoms(mol, options);
+  options = h.GetOptions();
+  return overlap.SetupRef(h.GetCoefficients(), options);
+}
+
+bool QXHermiteShapeOverlay::SetupRef(QXScalarGrid const& grid, QXTrans const& newTrans) {
+  trans = newTrans;
+  QXHermite h;
+  if (!h.Setup(grid, options)) return false;
+  options = h.GetOptions();
+  if (makeGrid) refGrid = MakeGrid(h);
+  return overlap.SetupRef(h.GetCoefficients(), options);
+}
+
+bool QXHermiteShapeOverlay::SetupRef(std::vector<double> const& coefficients,
+                                     QXTrans const& newTrans) {
+  trans = newTrans;
+  return overlap.SetupRef(coefficients, options);
+}
+
+double QXHermiteShapeOverlay::FindBestOverlay(QXMCMolBase const& fit, unsigned int nPoses,
+                                              QXMCMolBase& result, bool optimize,
+                                              bool singleStart) {
+  std::vector<std::pair<double, QXMol>> poses;
+  const ConfIterator confs(fit.GetConfs());
+  for (; confs && confs->IsValid(); confs->Next()) {
+    const QXMolKit::QXConfBase& conformer = *confs->Get();
+    std::vector<std::vector<double>> starts = GetStartCoefficients(
+        GetConformerCoefficients(conformer, coefficientTag.c_str(), options), options, singleStart);
+    for (size_t k = 0; k < starts.size(); ++k) {
+      QXMol pose(1);
+      std::vector<double> variables;
+      const double tanimoto =
+          FindLocalMinimum(GetStart(conformer, k), starts[k], pose, variables, optimize);
+      poses.emplace_back(tanimoto, std::move(pose));
+    }
+  }
+  return PostProcessOverlayData(poses, nPoses, trans, result);
+}
+
+double QXHermiteShapeOverlay::FindBestOverlay(QXScalarGrid const& fit, QXScalarGrid& refGridOut,
+                                              QXScalarGrid& fitGridOut, QXScalarGrid& movedGridOut,
+                                              bool optimize, bool singleStart) {
+  QXHermite h;
+  if (!h.Setup(fit, options)) return 0.0;
+  const QXBestStart best = FindBestStart(h.GetCoefficients(), optimize, singleStart);
+  if (!makeGrid) return best.tanimoto;
+
+  // Without a score above 0 there are no moved coefficients, and h keeps those of the fit.
+  h.Setup(best.coefficients, options);
+  fitGrid = MakeGrid(h);
+  QXCore::QXSkewGrid moved(fit);
+  Move(moved, best.GetTransform());
+  Move(moved, trans);
+  QXCore::QXMakeRegularGrid(movedGrid, moved, fit.GetSpacing());
+  // Last, for an output may be the fit.
+  refGridOut = refGrid;
+  fitGridOut = fitGrid;
+  movedGridOut = movedGrid;
+  return best.tanimoto;
+}
+
+QXBestStart QXHermiteShapeOverlay::FindBestStart(std::vector<double> const& coefficients,
+                                                 bool optimize, bool singleStart) {
+  QXBestStart best;
+  std::vector<std::vector<double>> starts =
+      GetStartCoefficients(coefficients, options, singleStart);
+  for (size_t k = 0; k < starts.size(); ++k) {
+    std::vector<double> variables;
+    const double tanimoto = Score(starts[k], optimize, variables);
+    if (tanimoto > best.tanimoto)
+      best = {tanimoto, static_cast<unsigned int>(k), std::move(starts[k]), std::move(variables)};
+  }
+  if (best.tanimoto > 0.0)
+    best.coefficients = MoveExpansion(best.coefficients, options, best.variables).GetCoefficients();
+  return best;
+}
+
+double QXHermiteShapeOverlay::FindLocalMinimum(QXMCMolBase const& start,
+                                               std::vector<double>& coefficients, QXMCMolBase& pose,
+                                               std::vector<double>& variables, bool optimize) {
+  const double tanimoto = Score(coefficients, optimize, variables);
+  const QXHermite moved = MoveExpansion(coefficients, options, variables);
+  coefficients = moved.GetCoefficients();
+  pose = FindPose(start, variables);
+  const ConfIterator confs(pose.GetConfs());
+  for (; confs && confs->IsValid(); confs->Next()) {
+    QXMolKit::QXConfBase& conformer = *confs->Get();
+    QXMolKit::QXSetSDData(conformer, "Shape Tanimoto", std::to_string(tanimoto));
+    conformer.SetData(coefficientTag.c_str(), coefficients);
+    // A grid that came along with the start would not fit the pose.
+    conformer.DeleteData(kGridTag);
+    if (makeGrid) conformer.SetData(kGridTag, MakeGrid(moved));
+  }
+  return tanimoto;
+}
+
+double QXHermiteShapeOverlay::Score(std::vector<double> const& coefficients, bool optimize,
+                                    std::vector<double>& variables) {
+  overlap.Setup(coefficients, options);
+  variables = optimize ? FindOptimum(overlap, tolerance, iterationLimit) : std::vector<double>(6);
+  return TanimotoFromValue(overlap(variables.data()), overlap);
+}
+
+QXScalarGrid QXHermiteShapeOverlay::MakeGrid(QXHermite const& h) const {
+  QXScalarGrid grid;
+  h.CreateGrid(grid, gridSpacing, gridSize, trans);
+  return grid;
+}
+
+}  // namespace QXHermiteMath

@@ -1,0 +1,82 @@
+#include "hermite/overlay/overlay_search.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "hermite/expansion/mol_to_gaussians.h"
+#include "hermite/frame/inertial_orientation.h"
+#include "hermite/frame/rigid_motion.h"
+#include "hermite/overlay/shape_overlay.h"
+#include "host/minimizer/bfgs.h"
+
+namespace QXHermiteMath {
+
+namespace {
+
+// Radians and angstroms. Longer steps leap between optima, so that the last digits of the input
+// chose among them: in 5 of 2500 pairs of drugs, against none with it. It also saves evaluations.
+constexpr double kLongestStep = 0.5;
+
+}  // namespace
+
+QXHermite ExpandHeavyAtoms(QXMolKit::QXMolBase const& mol, QXHermiteOptions const& options) {
+  QXMol heavy(mol, 1);
+  QXMolKit::QXSuppressHydrogens(heavy, false, false, true);
+  heavy.CompactAtoms();
+  QXHermite h;
+  h.Setup(QXMolToGaussians(heavy, kOverlayAtomRadius), options);
+  return h;
+}
+
+std::vector<double> GetConformerCoefficients(QXMolKit::QXConfBase const& conformer, const char* tag,
+                                             QXHermiteOptions const& options) {
+  if (conformer.HasDataOfType<std::vector<double>>(tag)) {
+    const auto& kept = conformer.GetData<std::vector<double>>(tag);
+    const bool finite =
+        std::all_of(kept.begin(), kept.end(), [](double c) { return std::isfinite(c); });
+    if (finite && kept.size() == QXHermiteBasisSize(options.GetNPolyMax())) return kept;
+  }
+  return ExpandHeavyAtoms(conformer, options).GetCoefficients();
+}
+
+std::vector<std::vector<double>> GetStartCoefficients(std::vector<double> const& coefficients,
+                                                      QXHermiteOptions const& options,
+                                                      bool singleStart) {
+  std::vector<std::vector<double>> starts;
+  if (!singleStart) ComputeInertialHermiteVectors(coefficients, options, starts);
+  starts.insert(starts.begin(), coefficients);
+  return starts;
+}
+
+const double* GetStartRotation(size_t k) {
+  const double* const rotations[] = {nullptr, rot_X, rot_Y, rot_Z};
+  return rotations[k];
+}
+
+QXMol GetStart(QXMolKit::QXConfBase const& conformer, size_t k) {
+  QXMol start(conformer, 1);
+  if (k > 0) QXMolKit::QXRotate(start, GetStartRotation(k));
+  return start;
+}
+
+std::vector<double> FindOptimum(QXHermiteOverlap& overlap, double tolerance,
+                                unsigned int iterationLimit) {
+  QXMinimizer::QXBFGSOpt minimizer;
+  minimizer.SetTolerance(tolerance);
+  minimizer.SetIterLimit(iterationLimit);
+  minimizer.SetLongestStep(kLongestStep);
+  const double identity[6] = {};
+  std::vector<double> p(6);
+  minimizer(overlap, identity, p.data());
+  return p;
+}
+
+QXHermite MoveExpansion(std::vector<double> const& coefficients, QXHermiteOptions const& options,
+                        std::vector<double> const& p) {
+  QXHermite h;
+  h.Setup(coefficients, options);
+  QXHermiteRigidTransform(h, p);
+  return h;
+}
+
+}  // namespace QXHermiteMath
