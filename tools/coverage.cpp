@@ -16,9 +16,11 @@ using QXCore::QXGaussian;
 constexpr double kEnough = 0.5;
 constexpr size_t kTitleWidth = 40;
 
-/// Integral of the square of a sum of Gaussians, by the product rule:
-/// integral of g_a g_b = A_a A_b (pi / s)^(3/2) exp(-(w_a w_b / s) d^2),  s = w_a + w_b.
-double SelfOverlap(const std::vector<QXGaussian>& gaussians) {
+}  // namespace
+
+// By the product rule: integral of g_a g_b = A_a A_b (pi / s)^(3/2) exp(-(w_a w_b / s) d^2),
+// s = w_a + w_b.
+double ExactSelfOverlap(const std::vector<QXGaussian>& gaussians) {
   double sum = 0.0;
   for (size_t i = 0; i < gaussians.size(); ++i) {
     for (size_t k = 0; k <= i; ++k) {
@@ -34,11 +36,9 @@ double SelfOverlap(const std::vector<QXGaussian>& gaussians) {
   return sum;
 }
 
-}  // namespace
-
 double HeldShare(const QXHermiteMath::QXHermite& expansion,
                  const std::vector<QXGaussian>& gaussians) {
-  return expansion.GetSelfOverlap() / SelfOverlap(gaussians);
+  return expansion.GetSelfOverlap() / ExactSelfOverlap(gaussians);
 }
 
 void PoorlyHeld::Note(const std::string& title, double share) {

@@ -8,6 +8,9 @@
 
 namespace QXTools {
 
+/// The integral of the square of a sum of Gaussians, in closed form.
+double ExactSelfOverlap(const std::vector<QXCore::QXGaussian>& gaussians);
+
 /// How much of a density its expansion holds: the self overlap of the expansion over that of the
 /// Gaussians it was made from, 0 to 1.
 double HeldShare(const QXHermiteMath::QXHermite& expansion,

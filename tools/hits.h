@@ -4,16 +4,18 @@
 #include <vector>
 
 #include "host/molkit/mol.h"
+#include "host/molkit/trans.h"
 
 namespace QXTools {
 
-/// One pose that an overlay run keeps.
+/// One pose, or one moved grid, that an overlay run keeps.
 struct Hit {
   double score;
   std::string file;
-  unsigned int record;     ///< in that file, from 1
-  unsigned int conformer;  ///< within its molecule, from 1
-  QXMolKit::QXMol pose;    ///< in the coordinates of the reference
+  unsigned int record;         ///< in that file, from 1
+  unsigned int conformer;      ///< within its molecule, from 1
+  QXMolKit::QXMol pose;        ///< in the coordinates of the reference; of a grid, only the title
+  QXMolKit::QXTrans motion{};  ///< of a grid: from its place in the file onto the reference
 };
 
 /// Best first; equal scores stay in the order of reading.
@@ -22,6 +24,10 @@ void SortHits(std::vector<Hit>& hits);
 /// Writes all poses, in order, to `path`, in the format that the name `formatOf` calls for.
 /// False when the file cannot be written, which the stream reports.
 bool WritePoses(const std::vector<Hit>& hits, const std::string& path, const std::string& formatOf);
+
+/// Reads the grid of a hit again and writes it, moved and resampled at its own spacing, to `path`,
+/// in the format that the name `formatOf` calls for. False, with a report, when that fails.
+bool WriteMovedGrid(const Hit& hit, const std::string& path, const std::string& formatOf);
 
 /// Writes the columns rank, title, file, record, conformer, tanimoto.
 bool WriteCsv(const std::vector<Hit>& hits, const std::string& path);

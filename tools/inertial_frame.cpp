@@ -100,6 +100,14 @@ void MoveInto(const Frame& frame, QXMolKit::QXMolBase& conformer) {
   conformer.SetCoords(coordinates.data());
 }
 
+QXMolKit::QXTrans WayIn(const Frame& frame) {
+  const double shift[] = {-frame.centre[0], -frame.centre[1], -frame.centre[2]};
+  QXMolKit::QXTrans in;
+  in.Append(QXMolKit::QXTranslation(shift));
+  in.Append(QXMolKit::QXRotMatrix(frame.rotation.data()));
+  return in;
+}
+
 QXMolKit::QXTrans WayBack(const Frame& frame) {
   const auto& r = frame.rotation;
   const double transposed[] = {r[0], r[3], r[6], r[1], r[4], r[7], r[2], r[5], r[8]};

@@ -35,7 +35,8 @@ std::optional<Frame> FindInertialFrame(const QXMolKit::QXMol& heavyAtoms, unsign
 /// Takes the conformer into the frame, all atoms.
 void MoveInto(const Frame& frame, QXMolKit::QXMolBase& conformer);
 
-/// The way back, out of the frame.
+/// The same as a transform, and the way back, out of the frame.
+QXMolKit::QXTrans WayIn(const Frame& frame);
 QXMolKit::QXTrans WayBack(const Frame& frame);
 
 }  // namespace QXTools

@@ -19,6 +19,7 @@ struct OverlayArguments {
   std::string recordsFolder;  ///< empty: the records are not kept
   std::string csv;            ///< empty: no such file
   QXHermiteMath::QXHermiteOptions expansion;
+  double gridShare = 0.5;  ///< see CutPeaks
   double tolerance = 1e-8;
   unsigned int maxIterations = 200;
   unsigned int poses = 1;
@@ -35,9 +36,5 @@ void DeclareOverlayArguments(CLI::App& app, OverlayArguments& arguments);
 
 /// What is wrong with a combination of arguments, or an empty text.
 std::string CheckOverlayArguments(const OverlayArguments& arguments);
-
-/// The command line with a second dash put before every long option of `app` that has only one
-/// (-LambdaX 1.2), in any case of its letters.
-std::vector<std::string> WithLongDashes(const CLI::App& app, std::vector<std::string> words);
 
 }  // namespace QXTools

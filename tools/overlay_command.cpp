@@ -1,4 +1,5 @@
-#include "tools/overlay_command.h"
+// `qxhermite overlay`: lays every molecule of the fit files over the reference and writes the best
+// poses, in the coordinates of the reference and in order of falling score.
 
 #include <fmt/format.h>
 
@@ -6,40 +7,67 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <numeric>
 #include <optional>
 #include <utility>
 
 #include "hermite/expansion/mol_to_gaussians.h"
+#include "hermite/overlay/hermite_shape_overlay.h"
 #include "hermite/overlay/shape_overlay.h"
 #include "tools/atomic_file.h"
+#include "tools/command.h"
 #include "tools/console.h"
 #include "tools/coverage.h"
+#include "tools/grid_density.h"
 #include "tools/hits.h"
 #include "tools/interrupt.h"
 #include "tools/molecule_groups.h"
+#include "tools/overlay_arguments.h"
+#include "tools/record.h"
 #include "tools/records_folder.h"
 #include "tools/reference.h"
 
 namespace QXTools {
 namespace {
 
+using QXHermiteMath::QXHermite;
 using QXHermiteMath::QXShapeOverlay;
 using QXMolKit::QXConfBase;
 using QXMolKit::QXMol;
 
+/// A pose does not lie in the plane any more, where the wedges told the stereochemistry.
+constexpr const char* kFitDrawingWarning =
+    "all z are zero, it looks like a drawing, whose wedge bonds mean nothing once it is turned in "
+    "space: make 3-D coordinates, unless the molecule is flat";
 constexpr const char* kScoreTag = "Shape Tanimoto";
 /// Under the empty tag QXShapeOverlay finds the coefficients of a conformer ready-made.
 constexpr const char* kCoefficientTag = "";
 /// On a conformer: its place in its molecule, by which a pose tells where it came from.
 constexpr const char* kPlaceTag = "qxhermite place";
 
+void Append(const QXMolKit::QXTrans& more, QXMolKit::QXTrans& all) {
+  const std::unique_ptr<QXMolKit::QXIterator<QXMolKit::QXTransBase>> parts(more.GetTransforms());
+  for (; parts && parts->IsValid(); parts->Next()) all.Append(*parts->Get());
+}
+
+/// moved.ccp4 of rank 2: moved-2.ccp4.
+std::string RankedName(const std::string& name, size_t rank) {
+  const std::filesystem::path path(name);
+  return (path.parent_path() /
+          fmt::format("{}-{}{}", path.stem().string(), rank, path.extension().string()))
+      .string();
+}
+
 /// One run of the command, from the reference to the ranking.
 class OverlayRun {
  public:
   explicit OverlayRun(const OverlayArguments& arguments)
-      : arguments_(arguments), records_(arguments.recordsFolder, console_), out_(arguments.output) {
+      : arguments_(arguments),
+        records_(arguments.recordsFolder, console_),
+        out_(arguments.output),
+        fitsAreGrids_(IsGridFile(arguments.fits.front())) {
     if (!arguments.csv.empty()) csv_.emplace(arguments.csv);
     if (out_.Error().empty()) console_.ShowAs(out_.TemporaryPath(), arguments.output);
   }
@@ -49,6 +77,9 @@ class OverlayRun {
   bool CanWrite();
   void OverlayFile(const std::string& path);
   void OverlayMolecule(const std::string& path, const MoleculeGroup& group);
+  void OverlayGrid(const std::string& path);
+  std::vector<double> AtScaleOfReference(const QXHermite& fit) const;
+  bool WriteMovedGrids();
   std::optional<QXMol> InFrame(const QXConfBase& conformer, const std::string& where, double& held);
   void KeepHits(const std::string& path, const MoleculeGroup& group, const QXMol& poses);
   bool WriteResults();
@@ -69,6 +100,7 @@ class OverlayRun {
   size_t recordsLost_ = 0;  ///< `.qxb` records that could not be kept
   PoorlyHeld poorlyHeld_;
   bool sawDrawing_ = false;
+  const bool fitsAreGrids_;
 };
 
 void OverlayRun::Skip(const std::string& where, const std::string& reason) {
@@ -116,8 +148,47 @@ std::optional<QXMol> OverlayRun::InFrame(const QXConfBase& conformer, const std:
   held = std::min(held, HeldShare(expansion, gaussians));
   // A pose of an earlier run brings coefficients of its own along, perhaps of another type.
   moved.GetActive()->DeleteData(kCoefficientTag);
-  moved.GetActive()->SetData(kCoefficientTag, expansion.GetCoefficients());
+  moved.GetActive()->SetData(kCoefficientTag, AtScaleOfReference(expansion));
   return moved;
+}
+
+/// The coefficients of a fit. Where grids and molecules meet they come in different units: the fit
+/// is scaled to the self overlap of the reference.
+std::vector<double> OverlayRun::AtScaleOfReference(const QXHermite& fit) const {
+  std::vector<double> coefficients = fit.GetCoefficients();
+  if (!reference_.isGrid && !fitsAreGrids_) return coefficients;
+  const double scale = std::sqrt(reference_.expansion.GetSelfOverlap() / fit.GetSelfOverlap());
+  for (double& value : coefficients) value *= scale;
+  return coefficients;
+}
+
+void OverlayRun::OverlayGrid(const std::string& path) {
+  ++recordsRead_;
+  std::optional<QXCore::QXScalarGrid> grid = ReadDensityGrid(path, console_);
+  if (!grid) {
+    ++filesSkipped_;
+    return;
+  }
+  CutPeaks(*grid, arguments_.gridShare);
+  const Frame frame = arguments_.inPlace ? reference_.frame : FindInertialFrame(*grid);
+  const QXHermiteMath::QXHermiteOptions& options = reference_.expansion.GetOptions();
+  const QXHermite expansion = ExpandInFrame(*grid, frame, options);
+  QXHermiteMath::QXHermiteShapeOverlay overlay(arguments_.tolerance, arguments_.maxIterations,
+                                               options.GetLambdaX(), options.GetNPolyMax(), false,
+                                               0.5, 20.0);
+  overlay.SetupRef(reference_.expansion.GetCoefficients(), {});
+  const auto best = overlay.FindBestStart(AtScaleOfReference(expansion), true, false);
+  if (!(best.tanimoto > 0.0)) {
+    Skip(path, "its overlay gave no score: check the values and the widths");
+    return;
+  }
+  const std::string name = std::filesystem::path(path).filename().string();
+  poorlyHeld_.Note(name, expansion.GetSelfOverlap() / SelfOverlap(*grid));
+  Hit hit{best.tanimoto, path, 1, 1, QXMol(1), WayIn(frame)};
+  Append(best.GetTransform(), hit.motion);
+  Append(WayBack(reference_.frame), hit.motion);
+  hit.pose.SetTitle(name);
+  hits_.push_back(std::move(hit));
 }
 
 void OverlayRun::OverlayMolecule(const std::string& path, const MoleculeGroup& group) {
@@ -189,9 +260,28 @@ void OverlayRun::OverlayFile(const std::string& path) {
   recordsSkipped_ += reader.RecordsSkipped();
 }
 
+/// The first moved grid goes where WriteResults expects it; further ones are finished here.
+bool OverlayRun::WriteMovedGrids() {
+  if (!WriteMovedGrid(hits_.front(), out_.TemporaryPath(), arguments_.output)) return false;
+  for (size_t rank = 2; rank <= hits_.size(); ++rank) {
+    AtomicFile file(RankedName(arguments_.output, rank));
+    console_.ShowAs(file.TemporaryPath(), RankedName(arguments_.output, rank));
+    if (file.Error().empty() &&
+        !WriteMovedGrid(hits_[rank - 1], file.TemporaryPath(), arguments_.output)) {
+      return false;
+    }
+    if (file.Error().empty() && file.Commit()) continue;
+    console_.Say(file.Error());
+    return false;
+  }
+  return true;
+}
+
 bool OverlayRun::WriteResults() {
   SortHits(hits_);
-  if (!WritePoses(hits_, out_.TemporaryPath(), arguments_.output)) return false;
+  const bool written = fitsAreGrids_ ? WriteMovedGrids()
+                                     : WritePoses(hits_, out_.TemporaryPath(), arguments_.output);
+  if (!written) return false;
   if (csv_ && !WriteCsv(hits_, csv_->TemporaryPath())) {
     console_.Say(fmt::format("{}: cannot be written: is the disk full?", arguments_.csv));
     return false;
@@ -230,7 +320,14 @@ ExitStatus OverlayRun::Run() {
     console_.StartProgress(
         std::accumulate(arguments_.fits.begin(), arguments_.fits.end(), size_t{0}, count));
   }
-  for (const std::string& path : arguments_.fits) OverlayFile(path);
+  for (const std::string& path : arguments_.fits) {
+    if (fitsAreGrids_) {
+      if (!Interrupted()) OverlayGrid(path);
+      console_.UpdateProgress(recordsRead_);
+    } else {
+      OverlayFile(path);
+    }
+  }
   console_.EndProgress();
   if (Interrupted()) {
     console_.Say("interrupted: nothing was written");
@@ -249,10 +346,24 @@ ExitStatus OverlayRun::Run() {
   return recordsSkipped_ + filesSkipped_ + recordsLost_ > 0 ? kSomeSkipped : kAllWell;
 }
 
+class OverlayCommand : public Command {
+ public:
+  std::string Name() const override { return "overlay"; }
+  std::string Brief() const override {
+    return "Lays molecules or grids over a reference by shape and ranks them by Tanimoto.";
+  }
+  void Declare(CLI::App& app) override { DeclareOverlayArguments(app, arguments_); }
+  std::string Check() const override { return CheckOverlayArguments(arguments_); }
+  ExitStatus Run() override { return OverlayRun(arguments_).Run(); }
+
+ private:
+  OverlayArguments arguments_;
+};
+
 }  // namespace
 
-ExitStatus RunOverlay(const OverlayArguments& arguments) {
-  return OverlayRun(arguments).Run();
+std::unique_ptr<Command> MakeOverlayCommand() {
+  return std::make_unique<OverlayCommand>();
 }
 
 }  // namespace QXTools

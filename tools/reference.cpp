@@ -8,7 +8,8 @@
 
 #include "hermite/expansion/mol_to_gaussians.h"
 #include "hermite/overlay/shape_overlay.h"
-#include "host/molkit/molstream.h"
+#include "tools/grid_density.h"
+#include "tools/record.h"
 
 namespace QXTools {
 namespace {
@@ -16,35 +17,6 @@ namespace {
 using QXHermiteMath::QXHermite;
 using QXHermiteMath::QXHermiteOptions;
 using QXMolKit::QXMol;
-
-bool AllEqual(const std::vector<double>& coordinates, size_t axis) {
-  for (size_t i = axis; i < coordinates.size(); i += 3) {
-    if (coordinates[i] != coordinates[axis]) return false;
-  }
-  return true;
-}
-
-std::optional<QXMol> ReadRecord(const std::string& path, unsigned int wanted, Console& console) {
-  QXMolKit::qxmolistream in(path);
-  if (!in) return std::nullopt;
-  QXMol mol;
-  while (QXMolKit::QXReadMolecule(in, mol)) {
-    if (in.RecordNumber() == wanted) return mol;
-    if (in.RecordNumber() > wanted) break;
-  }
-  if (in && in.RecordNumber() == 0) {
-    console.Say(fmt::format("{}: {}", path, kNoMoleculeWarning));
-    return std::nullopt;
-  }
-  const auto& skipped = in.SkippedRecords();
-  const bool unreadable = std::any_of(skipped.begin(), skipped.end(),
-                                      [&](const auto& one) { return one.record == wanted; });
-  if (!unreadable) {  // otherwise the stream has said why
-    console.Say(fmt::format("{}:{}: no such record, the file holds {}: choose another --ref-record",
-                            path, wanted, in.RecordNumber()));
-  }
-  return std::nullopt;
-}
 
 QXHermite Expand(const QXMol& heavyAtoms, const QXHermiteOptions& options) {
   QXHermite expansion;
@@ -62,37 +34,25 @@ double FindSingleLambda(const QXMol& heavyAtoms, QXHermiteOptions options) {
   return Expand(centred, options).GetOptions().GetLambdaX();
 }
 
-}  // namespace
-
-std::string WhyUnfit(const QXMol& heavyAtoms) {
-  if (heavyAtoms.NumAtoms() == 0)
-    return "no heavy atoms: give a molecule with other atoms than hydrogen";
-  const std::vector<double> coordinates = Coordinates(heavyAtoms);
-  if (!std::ranges::all_of(coordinates, [](double x) { return std::isfinite(x); })) {
-    return "a coordinate is not a finite number: correct it";
-  }
-  const bool onePoint =
-      AllEqual(coordinates, 0) && AllEqual(coordinates, 1) && AllEqual(coordinates, 2);
-  if (heavyAtoms.GetDimension() == 0 || (heavyAtoms.NumAtoms() > 1 && onePoint)) {
-    return "no coordinates: give a structure in three dimensions";
-  }
-  return {};
+/// From here on the widths of an expansion are given ones: every fit is expanded with these
+/// options, so at the widths of the reference and not at widths of its own. False when the
+/// expansion has no norm.
+bool FixWidths(const QXHermite& found, Reference& reference) {
+  const double norm = found.GetSelfOverlap();
+  reference.expansion.Setup(found.GetCoefficients(), found.GetOptions());
+  return std::isfinite(norm) && norm > 0.0;
 }
 
-bool LooksLikeDrawing(const QXMol& heavyAtoms) {
-  const std::vector<double> coordinates = Coordinates(heavyAtoms);
-  return heavyAtoms.NumAtoms() > 2 && coordinates[2] == 0.0 && AllEqual(coordinates, 2) &&
-         !AllEqual(coordinates, 0) && !AllEqual(coordinates, 1);
-}
+constexpr const char* kNoNorm = "its expansion has no finite norm: choose other widths";
 
-std::optional<Reference> MakeReference(const OverlayArguments& arguments, Console& console) {
+std::optional<Reference> FromMolecule(const OverlayArguments& arguments, Console& console) {
   const std::string place = fmt::format("{}:{}", arguments.reference, arguments.referenceRecord);
   const auto refuse = [&](const std::string& reason) {
     console.Say(fmt::format("{}: {}", place, reason));
     return std::nullopt;
   };
   const std::optional<QXMol> mol =
-      ReadRecord(arguments.reference, arguments.referenceRecord, console);
+      ReadRecord(arguments.reference, arguments.referenceRecord, "--ref-record", console);
   if (!mol) return std::nullopt;
   QXMol heavy = HeavyAtoms(*mol);
   if (const std::string reason = WhyUnfit(heavy); !reason.empty()) return refuse(reason);
@@ -108,13 +68,7 @@ std::optional<Reference> MakeReference(const OverlayArguments& arguments, Consol
     reference.frame = *frame;
   }
   MoveInto(reference.frame, heavy);
-  const QXHermite expansion = Expand(heavy, options);
-  if (!std::isfinite(expansion.GetSelfOverlap()) || expansion.GetSelfOverlap() <= 0.0) {
-    return refuse("its expansion has no finite norm: choose other widths");
-  }
-  // Set up from coefficients, an expansion takes its widths for given ones. Every fit is expanded
-  // with these options, so at the widths of the reference and not at widths of its own.
-  reference.expansion.Setup(expansion.GetCoefficients(), expansion.GetOptions());
+  if (!FixWidths(Expand(heavy, options), reference)) return refuse(kNoNorm);
   const QXHermiteOptions& found = reference.expansion.GetOptions();
   if (found.GetLambdaX() != found.GetLambdaY() || found.GetLambdaX() != found.GetLambdaZ()) {
     console.Say(
@@ -123,6 +77,29 @@ std::optional<Reference> MakeReference(const OverlayArguments& arguments, Consol
                     place));
   }
   return reference;
+}
+
+std::optional<Reference> FromGrid(const OverlayArguments& arguments, Console& console) {
+  std::optional<QXCore::QXScalarGrid> grid = ReadDensityGrid(arguments.reference, console);
+  if (!grid) return std::nullopt;
+  CutPeaks(*grid, arguments.gridShare);
+  Reference reference;
+  reference.isGrid = true;
+  reference.frame = FindInertialFrame(*grid);
+  if (arguments.inPlace) reference.frame = {.centre = reference.frame.centre};
+  if (!FixWidths(ExpandInFrame(*grid, reference.frame, arguments.expansion), reference)) {
+    console.Say(fmt::format("{}: {}", arguments.reference, kNoNorm));
+    return std::nullopt;
+  }
+  reference.frameLambda = reference.expansion.GetOptions().GetLambdaX();
+  return reference;
+}
+
+}  // namespace
+
+std::optional<Reference> MakeReference(const OverlayArguments& arguments, Console& console) {
+  return IsGridFile(arguments.reference) ? FromGrid(arguments, console)
+                                         : FromMolecule(arguments, console);
 }
 
 }  // namespace QXTools

@@ -15,6 +15,7 @@
 
 #include "host/molkit/molstream.h"
 #include "tests/tools/sd_text.h"
+#include "tests/tools/tool_test.h"
 
 namespace {
 
@@ -27,52 +28,16 @@ using testing::IsEmpty;
 const std::string kExamples = QX_EXAMPLES;
 constexpr const char* kScoreTag = "Shape Tanimoto";
 
-/// A folder of its own for each test, in which the tool runs.
-class OverlayCommand : public testing::Test {
+class OverlayCommand : public ToolTest {
  protected:
   void SetUp() override {
-    folder_ =
-        fs::temp_directory_path() / ("qxhermite-test-" + std::to_string(::getpid()) + "-" +
-                                     testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::remove_all(folder_);
-    fs::create_directories(folder_ / "tmp");
+    ToolTest::SetUp();
     reference_ = ReadSd(kExamples + "/reference.sdf").at(0);
   }
-  void TearDown() override { fs::remove_all(folder_); }
-
-  std::string Path(const std::string& name) const { return (folder_ / name).string(); }
-
-  /// first: what the shell is to do before; last: where the tool's streams go.
-  pid_t Start(const std::vector<std::string>& words, const std::string& first = ":",
+  pid_t Start(std::vector<std::string> words, const std::string& first = ":",
               const std::string& last = ">out.txt 2>err.txt") {
-    // The shell only changes the folder; `exec` leaves its process to the tool.
-    std::string line =
-        "cd \"$0\" && export TMPDIR=\"$0/tmp\" && " + first + " && exec \"$@\" " + last;
-    std::vector<std::string> all = {"/bin/sh", "-c", line, folder_.string(), QX_TOOL, "overlay"};
-    all.insert(all.end(), words.begin(), words.end());
-    std::vector<char*> argv;
-    for (std::string& word : all) argv.push_back(word.data());
-    argv.push_back(nullptr);
-    pid_t child = -1;
-    // Whatever the tests inherited, such as an ignored SIGINT in the background.
-    posix_spawnattr_t attributes;
-    sigset_t all_signals;
-    ::sigfillset(&all_signals);
-    ::posix_spawnattr_init(&attributes);
-    ::posix_spawnattr_setsigdefault(&attributes, &all_signals);
-    ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
-    EXPECT_EQ(::posix_spawn(&child, "/bin/sh", nullptr, &attributes, argv.data(), environ), 0);
-    ::posix_spawnattr_destroy(&attributes);
-    return child;
-  }
-
-  /// Runs the tool to its end; fills out_ and err_. The exit status, or minus the signal.
-  int Finish(pid_t child) {
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    out_ = ReadFile(Path("out.txt"));
-    err_ = ReadFile(Path("err.txt"));
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    words.insert(words.begin(), "overlay");
+    return ToolTest::Start(words, first, last);
   }
   int Run(const std::vector<std::string>& words) { return Finish(Start(words)); }
 
@@ -85,20 +50,7 @@ class OverlayCommand : public testing::Test {
   }
   std::vector<SdRecord> Hits() const { return ReadSd(Path("hits.sdf")); }
 
-  /// Names of all files below a folder of the test, without the texts that the tool printed.
-  std::vector<std::string> Files(const std::string& below = "") const {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::recursive_directory_iterator(folder_ / below)) {
-      const std::string name = entry.path().lexically_relative(folder_).string();
-      if (!entry.is_directory() && name != "out.txt" && name != "err.txt") names.push_back(name);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-  }
-
-  fs::path folder_;
   SdRecord reference_;
-  std::string out_, err_;
 };
 
 std::vector<SdRecord> Drugs(const std::vector<std::string>& titles) {
@@ -498,7 +450,9 @@ TEST_F(OverlayCommand, WrongUsageIsExplained) {
   EXPECT_EQ(err_, "/dev/stdout: is a standard stream: give the name of a file\n");
   EXPECT_EQ(Finish(Start(toStream, ":", ">/dev/null 2>err.txt")), 1);
   EXPECT_EQ(Finish(Start({}, "set -- \"$1\" frobnicate")), 1);
-  EXPECT_EQ(err_, "qxhermite: 'frobnicate' is not a command: the only one is overlay" + help);
+  EXPECT_EQ(err_,
+            "qxhermite: 'frobnicate' is not a command: choose one of overlay, expand, grid, "
+            "atoms\nRun qxhermite --help for the options.\n");
   EXPECT_EQ(Run({"--help"}), 0);
   EXPECT_THAT(out_, testing::AllOf(HasSubstr("Examples:"), HasSubstr("Resolution Parameter."),
                                    HasSubstr("--UseOptimalLambdas")));

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+namespace QXTools {
+
+enum ExitStatus : int {
+  kAllWell = 0,
+  kNothingDone = 1,  ///< wrong usage, or no result at all
+  kSomeSkipped = 2,  ///< results, but some records or files were skipped
+};
+
+/// One subcommand of the tool, with its arguments.
+class Command {
+ public:
+  virtual ~Command() = default;
+  virtual std::string Name() const = 0;
+  /// One sentence for the list of commands.
+  virtual std::string Brief() const = 0;
+  /// Declares the options on `app`, with their help, to be parsed into the arguments.
+  virtual void Declare(CLI::App& app) = 0;
+  /// What is wrong with the arguments together, or an empty text.
+  virtual std::string Check() const { return {}; }
+  /// Problems go to stderr as `file:record: what is wrong: what to do`.
+  virtual ExitStatus Run() = 0;
+};
+
+std::unique_ptr<Command> MakeOverlayCommand();
+std::unique_ptr<Command> MakeExpandCommand();
+std::unique_ptr<Command> MakeGridCommand();
+std::unique_ptr<Command> MakeAtomsCommand();
+
+}  // namespace QXTools

@@ -1,0 +1,129 @@
+#include "tools/density.h"
+
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+
+#include "hermite/expansion/mol_to_gaussians.h"
+#include "hermite/overlay/shape_overlay.h"
+#include "host/grid/grid_file.h"
+#include "tools/arguments.h"
+#include "tools/coverage.h"
+#include "tools/expansion_file.h"
+#include "tools/grid_density.h"
+#include "tools/record.h"
+
+namespace QXTools {
+namespace {
+
+using QXCore::QXScalarGrid;
+using QXHermiteMath::QXHermite;
+using QXHermiteMath::QXHermiteOptions;
+using QXMolKit::QXMol;
+
+/// Takes over an expansion with its widths for given ones, as they are in a file of coefficients.
+void Adopt(const QXHermite& expansion, Density& density) {
+  density.expansion.Setup(expansion.GetCoefficients(), expansion.GetOptions());
+  std::copy_n(expansion.GetCenter().begin(), 3, density.centre.begin());
+}
+
+std::optional<Density> FromMolecule(const DensityArguments& arguments, Console& console) {
+  std::optional<QXMol> mol = ReadRecord(arguments.file, arguments.record, "--record", console);
+  if (!mol) return std::nullopt;
+  const std::string place = fmt::format("{}:{}", arguments.file, arguments.record);
+  const QXMol used = arguments.hydrogens ? *mol : HeavyAtoms(*mol);
+  if (const std::string reason = WhyUnfit(used); !reason.empty()) {
+    console.Say(fmt::format("{}: {}", place, reason));
+    return std::nullopt;
+  }
+  if (LooksLikeDrawing(used)) console.Say(fmt::format("{}: {}", place, kDrawingWarning));
+  const auto gaussians = QXHermiteMath::QXMolToGaussians(used, QXHermiteMath::kOverlayAtomRadius);
+  QXHermite expansion;
+  expansion.Setup(gaussians, arguments.expansion);
+
+  Density density;
+  density.title = mol->GetTitle();
+  density.source =
+      fmt::format("molecule, {} {}atom{}", used.NumAtoms(), arguments.hydrogens ? "" : "heavy ",
+                  used.NumAtoms() == 1 ? "" : "s");
+  density.width = expansion.GetExtent();
+  density.exactSelfOverlap = ExactSelfOverlap(gaussians);
+  density.mol = std::move(mol);
+  Adopt(expansion, density);
+  return density;
+}
+
+/// Twice the largest distance, along an axis, from the centre to a face of the box.
+double WidthAbout(const std::array<double, 3>& centre, const QXScalarGrid& grid) {
+  const double distances[] = {grid.GetXMax() - centre[0], centre[0] - grid.GetXMin(),
+                              grid.GetYMax() - centre[1], centre[1] - grid.GetYMin(),
+                              grid.GetZMax() - centre[2], centre[2] - grid.GetZMin()};
+  return 2.0 * *std::max_element(std::begin(distances), std::end(distances));
+}
+
+std::optional<Density> FromGrid(const DensityArguments& arguments, Console& console) {
+  const std::optional<QXScalarGrid> grid = ReadDensityGrid(arguments.file, console);
+  if (!grid) return std::nullopt;
+  QXHermite expansion;
+  expansion.Setup(*grid, arguments.expansion);
+
+  Density density;
+  density.title = grid->GetTitle();
+  density.source = fmt::format("grid, {} x {} x {} elements, spacing {} A", grid->GetXDim(),
+                               grid->GetYDim(), grid->GetZDim(), grid->GetSpacing());
+  density.exactSelfOverlap = SelfOverlap(*grid);
+  if (grid->HasDataOfType<QXMol>(QXCore::kQXGridMoleculeTag)) {
+    density.mol = grid->GetData<QXMol>(QXCore::kQXGridMoleculeTag);
+  }
+  Adopt(expansion, density);
+  density.width = WidthAbout(density.centre, *grid);
+  return density;
+}
+
+}  // namespace
+
+DensityArguments::DensityArguments() {
+  // Files lie anywhere in space; about their origin most densities could not be expanded.
+  expansion.SetUseCenterOfMass(true);
+}
+
+void DeclareDensityArguments(CLI::App& app, DensityArguments& arguments) {
+  app.option_defaults()->ignore_case();
+  AddFile(app, "FILE", arguments.file,
+          "Molecule (.sdf, .mol, .mol2, .pdb, .qxb), grid (.ccp4, .map, .mrc, .cube, .cub) or "
+          "expansion (.json)")
+      ->required();
+  AddCount(app, "--record", arguments.record, 1, "Which record of a molecule file to take");
+  app.add_flag("--hydrogens", arguments.hydrogens, "Let the hydrogens of a molecule count");
+  AddExpansionOptions(app, arguments.expansion);
+}
+
+std::string CheckDensityArguments(const DensityArguments& arguments) {
+  if (IsExpansionFile(arguments.file)) {
+    const DensityArguments fresh;
+    for (size_t place = 0; place < fresh.expansion.NumParameters(); ++place) {
+      const auto* given = arguments.expansion.GetParameter(place);
+      if (given->GetText() == fresh.expansion.GetParameter(place)->GetText()) continue;
+      return fmt::format("-{}: an expansion out of a file keeps its own options: leave it out",
+                         given->GetOption());
+    }
+  }
+  return CheckExpansionOptions(arguments.expansion);
+}
+
+std::optional<Density> LoadDensity(const DensityArguments& arguments, Console& console) {
+  std::optional<Density> density = IsExpansionFile(arguments.file)
+                                       ? ReadExpansion(arguments.file, console)
+                                   : IsGridFile(arguments.file) ? FromGrid(arguments, console)
+                                                                : FromMolecule(arguments, console);
+  if (!density) return density;
+  const double norm = density->expansion.GetSelfOverlap();
+  if (std::isfinite(norm) && norm > 0.0) return density;
+  console.Say(
+      fmt::format("{}: its expansion has no finite norm: choose other widths", arguments.file));
+  return std::nullopt;
+}
+
+}  // namespace QXTools

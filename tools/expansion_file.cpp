@@ -1,0 +1,119 @@
+#include "tools/expansion_file.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+
+#include "hermite/foundations/basis.h"
+
+namespace QXTools {
+namespace {
+
+using QXHermiteMath::QXHermiteOptions;
+using Json = nlohmann::ordered_json;
+
+constexpr const char* kFormat = "qxhermite expansion 1";
+constexpr const char* kOrder = "l + m + n rising, then l, then m";
+
+/// Each option under its name, without the dash: numbers and booleans as such.
+Json OptionsToJson(const QXHermiteOptions& options) {
+  return {{"NPolyMax", options.GetNPolyMax()},
+          {"LambdaX", options.GetLambdaX()},
+          {"LambdaY", options.GetLambdaY()},
+          {"LambdaZ", options.GetLambdaZ()},
+          {"UseCenterOfMass", options.GetUseCenterOfMass()},
+          {"UseSingleLambda", options.GetUseSingleLambda()},
+          {"UseOptimalLambdas", options.GetUseOptimalLambdas()}};
+}
+
+void Require(bool condition, const char* problem) {
+  if (!condition) throw std::runtime_error(problem);
+}
+
+QXHermiteOptions OptionsFromJson(const Json& json) {
+  QXHermiteOptions options;
+  const auto degree = json.at("NPolyMax").get<long long>();
+  Require(degree >= 0 && degree <= 100, "NPolyMax is not one of 0 to 100");
+  options.SetNPolyMax(static_cast<unsigned int>(degree));
+  const double x = json.at("LambdaX"), y = json.at("LambdaY"), z = json.at("LambdaZ");
+  Require(x > 0.0 && y > 0.0 && z > 0.0, "a width is not a positive number");
+  SetLambdas(options, x, y, z);
+  options.SetUseCenterOfMass(json.at("UseCenterOfMass"));
+  options.SetUseSingleLambda(json.at("UseSingleLambda"));
+  options.SetUseOptimalLambdas(json.at("UseOptimalLambdas"));
+  return options;
+}
+
+Density FromJson(const Json& json) {
+  Require(json.is_object() && json.value("format", "") == kFormat, "not an expansion of this tool");
+  Density density;
+  density.title = json.at("title");
+  density.source = json.at("source");
+  density.centre = json.at("center");
+  density.width = json.at("width");
+  density.exactSelfOverlap = json.at("exactSelfOverlap");
+  const QXHermiteOptions options = OptionsFromJson(json.at("options"));
+  const std::vector<double> coefficients = json.at("coefficients");
+  const size_t wanted = QXHermiteMath::QXHermiteBasisSize(options.GetNPolyMax());
+  if (coefficients.size() != wanted) {
+    throw std::runtime_error(fmt::format("{} coefficients, but degree {} has {}",
+                                         coefficients.size(), options.GetNPolyMax(), wanted));
+  }
+  Require(density.width >= 0.0 && density.exactSelfOverlap > 0.0,
+          "a width or a self overlap is not positive");
+  density.expansion.Setup(coefficients, options);
+  return density;
+}
+
+}  // namespace
+
+bool IsExpansionFile(const std::string& path) {
+  constexpr std::string_view kEnd = ".json";
+  return path.size() >= kEnd.size() &&
+         std::equal(kEnd.rbegin(), kEnd.rend(), path.rbegin(), [](char a, char b) {
+           return a == std::tolower(static_cast<unsigned char>(b));
+         });
+}
+
+bool WriteExpansion(const Density& density, const std::string& path) {
+  const Json json = {{"format", kFormat},
+                     {"title", density.title},
+                     {"source", density.source},
+                     {"units", "angstrom"},
+                     {"options", OptionsToJson(density.expansion.GetOptions())},
+                     {"center", density.centre},
+                     {"width", density.width},
+                     {"selfOverlap", density.expansion.GetSelfOverlap()},
+                     {"exactSelfOverlap", density.exactSelfOverlap},
+                     {"order", kOrder},
+                     {"coefficients", density.expansion.GetCoefficients()}};
+  std::ofstream out(path, std::ios::binary);
+  // Titles may hold bytes that are not UTF-8.
+  out << json.dump(1, ' ', false, Json::error_handler_t::replace) << '\n';
+  out.close();
+  return !out.fail();
+}
+
+std::optional<Density> ReadExpansion(const std::string& path, Console& console) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) {
+    console.Say(fmt::format("{}: cannot be opened: check the name", path));
+    return std::nullopt;
+  }
+  try {
+    return FromJson(Json::parse(in));
+  } catch (const Json::exception& error) {
+    console.Say(fmt::format("{}: cannot be read ({}): write it anew with qxhermite expand", path,
+                            error.what()));
+  } catch (const std::runtime_error& error) {
+    console.Say(fmt::format("{}: {}: write it anew with qxhermite expand", path, error.what()));
+  }
+  return std::nullopt;
+}
+
+}  // namespace QXTools
