@@ -68,7 +68,8 @@ class QXHermite {
   const std::vector<double>& GetCenter() const { return center; }
   /// The options with the widths in force.
   const QXHermiteOptions& GetOptions() const { return options; }
-  /// Full width of the cube about the origin that holds all Gaussian centres.
+  /// Full width of the cube about the origin that holds all Gaussian centres; of a grid, that of
+  /// its longest axis and one element more.
   double GetExtent() const { return extent; }
 
   /// Rotates the density actively by the row-major matrix m, about the centre of the expansion.

@@ -20,16 +20,19 @@ double Distance(Point const& a, double const* b) {
 }
 
 std::vector<double> Thin(std::vector<Candidate>& candidates, double minDistance, size_t most) {
-  std::sort(candidates.begin(), candidates.end(), std::greater<>());
+  // A heap: mostly few of very many are taken.
+  std::make_heap(candidates.begin(), candidates.end());
   std::vector<double> taken;
   const auto isClose = [&](Point const& point) {
     for (size_t i = 0; i < taken.size(); i += 3)
       if (Distance(point, &taken[i]) < minDistance) return true;
     return false;
   };
-  for (const auto& [value, point] : candidates) {
-    if (taken.size() / 3 >= most) break;
+  while (!candidates.empty() && taken.size() / 3 < most) {
+    std::pop_heap(candidates.begin(), candidates.end());
+    const Point& point = candidates.back().second;
     if (!isClose(point)) taken.insert(taken.end(), point.begin(), point.end());
+    candidates.pop_back();
   }
   return taken;
 }

@@ -73,7 +73,7 @@ class QXHermiteShapeOverlay {
   /// Overlays a grid, by FindBestStart on its expansion about the origin. Returns the best
   /// Tanimoto, or 0 when none is above. Where grids are made:
   ///
-  ///   refGridOut    the expansion of the reference; without elements unless that was a grid
+  ///   refGridOut    the expansion of the last reference that was a grid
   ///   fitGridOut    the expansion of the fit, moved
   ///   movedGridOut  the fit itself, moved and resampled at its own spacing: it keeps all detail
   ///

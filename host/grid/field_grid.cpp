@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/core/throw.h"
+#include "host/grid/grid_sampler.h"
 
 namespace QXFieldKit {
 
@@ -47,38 +48,41 @@ bool SameGeometry(const QXScalarGrid& a, const QXScalarGrid& b) {
          a.GetYMid() == b.GetYMid() && a.GetZMid() == b.GetZMid();
 }
 
-/// Calls visit(value, x, y, z) for every element.
-template <typename Visit>
-void ForElements(const QXScalarGrid& grid, Visit&& visit) {
-  const float spacing = grid.GetSpacing();
-  unsigned int dim[3];
-  float mid[3];
-  grid.GetDim(dim[0], dim[1], dim[2]);
-  grid.GetMid(mid[0], mid[1], mid[2]);
-  const float* value = grid.GetValues();
-  for (unsigned int k = 0; k < dim[2]; ++k) {
-    const float z = QXElementCoord(k, dim[2], spacing, mid[2]);
-    for (unsigned int j = 0; j < dim[1]; ++j) {
-      const float y = QXElementCoord(j, dim[1], spacing, mid[1]);
-      for (unsigned int i = 0; i < dim[0]; ++i) {
-        visit(*value++, QXElementCoord(i, dim[0], spacing, mid[0]), y, z);
-      }
+/// Indices of b, a double an element of a, at the elements of a along one axis.
+std::vector<double> IndicesOf(unsigned int dimA, float spacingA, float midA, unsigned int dimB,
+                              float spacingB, float midB) {
+  std::vector<double> indices(dimA);
+  for (unsigned int i = 0; i < dimA; ++i) {
+    const double place = (i - (dimA - 1.0) * 0.5) * spacingA + midA;
+    indices[i] = (place - midB) / spacingB + (dimB - 1.0) * 0.5;
+  }
+  return indices;
+}
+
+/// The sum over elements of a of a times b.
+double Product(const QXScalarGrid& a, const QXScalarGrid& b) {
+  const float* value = a.GetValues();
+  double sum = 0;
+  if (SameGeometry(a, b)) {
+    for (size_t i = 0; i < a.GetSize(); ++i)
+      sum += static_cast<double>(value[i]) * b.GetValues()[i];
+    return sum;
+  }
+  const float spacingA = a.GetSpacing(), spacingB = b.GetSpacing();
+  const auto x = IndicesOf(a.GetXDim(), spacingA, a.GetXMid(), b.GetXDim(), spacingB, b.GetXMid());
+  const auto y = IndicesOf(a.GetYDim(), spacingA, a.GetYMid(), b.GetYDim(), spacingB, b.GetYMid());
+  const auto z = IndicesOf(a.GetZDim(), spacingA, a.GetZMid(), b.GetZDim(), spacingB, b.GetZMid());
+  const QXCore::QXGridSampler sample(b);
+  for (const double k : z) {
+    for (const double j : y) {
+      for (const double i : x) sum += static_cast<double>(*value++) * sample({i, j, k});
     }
   }
+  return sum;
 }
 
 float Overlap(const QXScalarGrid& a, const QXScalarGrid& b) {
-  double sum = 0;
-  if (SameGeometry(a, b)) {
-    for (size_t i = 0; i < a.GetSize(); ++i) {
-      sum += static_cast<double>(a.GetValues()[i]) * b.GetValues()[i];
-    }
-  } else {
-    ForElements(a, [&](float value, float x, float y, float z) {
-      sum += static_cast<double>(value) * QXCore::QXLinearInterpolate<float>(b, x, y, z, 0.0f);
-    });
-  }
-  return static_cast<float>(sum * std::pow(static_cast<double>(a.GetSpacing()), 3));
+  return static_cast<float>(Product(a, b) * std::pow(static_cast<double>(a.GetSpacing()), 3));
 }
 
 /// The part of exp(-w (x - center)^2) along one axis that is not negligible.
@@ -88,8 +92,7 @@ struct AxisFactors {
 };
 
 AxisFactors Factors(unsigned int dim, float spacing, float mid, double center, double w) {
-  // exp(-40) = 4e-18. A product of three is no smaller than a float can be, nor ever as large as
-  // the rounding of a sum that matters.
+  // exp(-40) = 4e-18, beneath the rounding of any sum that matters.
   constexpr double kNegligible = 40.0;
   AxisFactors factors;
   for (unsigned int i = 0; i < dim; ++i) {
@@ -150,11 +153,12 @@ double QXBondiRadius(unsigned int atomicNumber) {
   static constexpr std::pair<unsigned int, double> kRadii[] = {
       {1, 1.20},  {2, 1.40},  {3, 1.82},  {4, 1.53},  {5, 1.92},  {6, 1.70},  {7, 1.55},
       {8, 1.52},  {9, 1.47},  {10, 1.54}, {11, 2.27}, {12, 1.73}, {13, 1.84}, {14, 2.10},
-      {15, 1.80}, {16, 1.80}, {17, 1.75}, {18, 1.88}, {19, 2.75}, {20, 2.31}, {31, 1.87},
-      {32, 2.11}, {33, 1.85}, {34, 1.90}, {35, 1.85}, {36, 2.02}, {37, 3.03}, {38, 2.49},
-      {49, 1.93}, {50, 2.17}, {51, 2.06}, {52, 2.06}, {53, 1.98}, {54, 2.16}, {55, 3.43},
-      {56, 2.68}, {81, 1.96}, {82, 2.02}, {83, 2.07}, {84, 1.97}, {85, 2.02}, {86, 2.20},
-      {87, 3.48}, {88, 2.83}};
+      {15, 1.80}, {16, 1.80}, {17, 1.75}, {18, 1.88}, {19, 2.75}, {20, 2.31}, {28, 1.63},
+      {29, 1.40}, {30, 1.39}, {46, 1.63}, {47, 1.72}, {48, 1.58}, {78, 1.75}, {79, 1.66},
+      {80, 1.55}, {92, 1.86}, {31, 1.87}, {32, 2.11}, {33, 1.85}, {34, 1.90}, {35, 1.85},
+      {36, 2.02}, {37, 3.03}, {38, 2.49}, {49, 1.93}, {50, 2.17}, {51, 2.06}, {52, 2.06},
+      {53, 1.98}, {54, 2.16}, {55, 3.43}, {56, 2.68}, {81, 1.96}, {82, 2.02}, {83, 2.07},
+      {84, 1.97}, {85, 2.02}, {86, 2.20}, {87, 3.48}, {88, 2.83}};
   const auto found =
       std::ranges::find(kRadii, atomicNumber, [](const auto& entry) { return entry.first; });
   return found == std::end(kRadii) ? kOther : found->second;

@@ -27,8 +27,8 @@ int QXAcquireGridHandle(QXFieldGrid& grid);
 
 /// The self overlap of A, that of B, and the overlap of A and B, each the sum over elements of the
 /// product of values times the volume of an element. Where the geometries differ, B is read at the
-/// elements of A by trilinear interpolation, 0 outside it, for the third. The last two arguments
-/// are not used. An unknown handle is an error report and gives three zeros.
+/// elements of A by trilinear interpolation, 0 outside its elements, for the third. The last two
+/// arguments are not used. An unknown handle is an error report and gives three zeros.
 std::array<float, 3> QXGridOverlap(int handleA, int handleB, int unused, float alsoUnused);
 
 /// Fills a grid of given geometry with the density of the atoms of `mol`: a Gaussian
@@ -38,7 +38,7 @@ void QXMakeMolecularGaussianGrid(QXCore::QXScalarGrid& grid, const QXMolKit::QXM
 
 /// The van der Waals radius of an element in angstrom, by A. Bondi, J. Phys. Chem. 68 (1964) 441,
 /// with the main group completed by M. Mantina et al., J. Phys. Chem. A 113 (2009) 5806; 1.7 for
-/// other elements.
+/// elements of neither.
 double QXBondiRadius(unsigned int atomicNumber);
 
 }  // namespace QXFieldKit

@@ -46,11 +46,14 @@ std::string ReadContents(const std::string& fileName, GridContents& contents) {
   if (type == std::filesystem::file_type::directory) {
     return fileName + ": this is a directory: name a grid file";
   }
-  std::ifstream file(fileName, std::ios::binary);
-  if (!file.is_open()) return CannotOpen(fileName, "reading", errno);
-  if (type != std::filesystem::file_type::regular) {
+  // Before it is opened: a pipe without a writer would never open.
+  using std::filesystem::file_type;
+  if (type == file_type::fifo || type == file_type::socket || type == file_type::character ||
+      type == file_type::block) {
     return fileName + ": this is a pipe or a device: copy it into a file first";
   }
+  std::ifstream file(fileName, std::ios::binary);
+  if (!file.is_open()) return CannotOpen(fileName, "reading", errno);
   const uint64_t size = std::filesystem::file_size(fileName, error);
   if (error) return CannotOpen(fileName, "reading", error.value());
   if (size == 0) return fileName + ": the file is empty: get it anew";
@@ -169,9 +172,14 @@ std::string ReadGrid(const std::string& fileName, QXScalarGrid& grid) {
   if (std::string problem = CheckGeometry(contents); !problem.empty()) {
     return fileName + ": " + problem;
   }
-  std::string problem = MakeRegular(fileName, contents);
-  if (problem.empty()) grid = contents.values;
-  return problem;
+  const size_t nonFinite = QXCountNonFinite(contents.values);
+  if (std::string problem = MakeRegular(fileName, contents); !problem.empty()) return problem;
+  if (nonFinite > 0) {
+    QXThrow.Warning("%s: %zu of its values are infinite or not a number", fileName.c_str(),
+                    nonFinite);
+  }
+  grid = std::move(contents.values);
+  return {};
 }
 
 std::string WriteGrid(const std::string& fileName, const QXScalarGrid& grid, QXGridFormat format) {
@@ -214,12 +222,7 @@ QXGridFormat QXGetGridFormat(const std::string& fileName) {
 }
 
 bool QXReadGrid(const std::string& fileName, QXScalarGrid& grid) {
-  if (!Report(ReadGrid(fileName, grid))) return false;
-  if (const size_t count = QXCountNonFinite(grid); count > 0) {
-    QXThrow.Warning("%s: %zu of its %u values are infinite or not a number", fileName.c_str(),
-                    count, grid.GetSize());
-  }
-  return true;
+  return Report(ReadGrid(fileName, grid));
 }
 
 bool QXWriteGrid(const std::string& fileName, const QXScalarGrid& grid) {

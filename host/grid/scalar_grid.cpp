@@ -111,10 +111,25 @@ bool QXFixedGrid<T>::SetValues(const T* values, unsigned int size) {
 template <typename T>
 QXGrid<T>& QXGrid<T>::operator=(const QXGrid& other) {
   if (this == &other) return *this;
+  storage_ = other.storage_;  // first, for it may fail
   QXFixedGrid<T>::operator=(other);
-  storage_ = other.storage_;
   Point();
   return *this;
+}
+
+template <typename T>
+QXGrid<T>& QXGrid<T>::operator=(QXGrid&& other) noexcept {
+  if (this == &other) return *this;
+  QXFixedGrid<T>::operator=(std::move(other));
+  Take(other);
+  return *this;
+}
+
+template <typename T>
+void QXGrid<T>::Take(QXGrid& other) {
+  storage_ = std::move(other.storage_);
+  Point();
+  other.Clear();
 }
 
 template <typename T>

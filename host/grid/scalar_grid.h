@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/core/base.h"
@@ -91,7 +92,9 @@ class QXGridBase : public QXBase {
  protected:
   QXGridBase() = default;
   QXGridBase(const QXGridBase&) = default;
+  QXGridBase(QXGridBase&&) noexcept = default;
   QXGridBase& operator=(const QXGridBase&) = default;
+  QXGridBase& operator=(QXGridBase&&) noexcept = default;
 
  private:
   void SetMid(int axis, float mid);
@@ -124,9 +127,15 @@ class QXFixedGrid : public QXGridBase {
 
  protected:
   QXFixedGrid() = default;
+  // The pointer is for the class that holds the array.
   QXFixedGrid(const QXFixedGrid& other) : QXGridBase(other) {}
+  QXFixedGrid(QXFixedGrid&& other) noexcept : QXGridBase(std::move(other)) {}
   QXFixedGrid& operator=(const QXFixedGrid& other) {
     QXGridBase::operator=(other);
+    return *this;
+  }
+  QXFixedGrid& operator=(QXFixedGrid&& other) noexcept {
+    QXGridBase::operator=(std::move(other));
     return *this;
   }
 
@@ -139,7 +148,10 @@ class QXGrid : public QXFixedGrid<T> {
  public:
   QXGrid() = default;
   QXGrid(const QXGrid& other) : QXFixedGrid<T>(other), storage_(other.storage_) { Point(); }
+  QXGrid(QXGrid&& other) noexcept : QXFixedGrid<T>(std::move(other)) { Take(other); }
   QXGrid& operator=(const QXGrid& other);
+  /// Leaves `other` without elements.
+  QXGrid& operator=(QXGrid&& other) noexcept;
 
   const void* GetDataType() const override { return QXGridDataType<QXGrid<T>>(); }
   bool IsDataType(const void* type) const override;
@@ -147,6 +159,7 @@ class QXGrid : public QXFixedGrid<T> {
   void Realloc() override;
 
  private:
+  void Take(QXGrid& other);
   void Point() { this->values_ = storage_.empty() ? nullptr : storage_.data(); }
 
   std::vector<T> storage_;
@@ -166,7 +179,9 @@ class QXScalarGrid : public QXGrid<float> {
  public:
   QXScalarGrid() = default;
   QXScalarGrid(const QXScalarGrid&) = default;
+  QXScalarGrid(QXScalarGrid&&) noexcept = default;
   QXScalarGrid& operator=(const QXScalarGrid&) = default;
+  QXScalarGrid& operator=(QXScalarGrid&&) noexcept = default;
   ~QXScalarGrid() override = default;
   QXGridBase* CreateCopy() const override { return new QXScalarGrid(*this); }
 };

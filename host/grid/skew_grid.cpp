@@ -5,14 +5,14 @@
 #include <cstdint>
 
 #include "host/core/throw.h"
+#include "host/grid/grid_sampler.h"
 
 namespace QXCore {
 namespace {
 
 using Vector = QXSkewGrid::Vector;
 
-// Rounding, in elements: a point this far outside the outermost elements still lies on them, and a
-// box this much larger than a whole number of cells needs no further one. Coordinates are floats.
+// A box this much larger than a whole number of cells needs no further one: coordinates are floats.
 constexpr double kSlack = 1e-4;
 
 Vector Apply(const double* m, const Vector& p) {
@@ -38,51 +38,6 @@ std::array<Vector, 3> Reciprocal(const std::array<Vector, 3>& steps) {
   }
   return rows;
 }
-
-/// One axis of an interpolation: the element at or below index g and the fraction beyond it.
-/// False when g lies outside the elements.
-bool Locate(double g, unsigned int dim, size_t& index, double& fraction) {
-  const double last = static_cast<double>(dim) - 1.0;
-  if (!(g >= -kSlack && g <= last + kSlack)) return false;
-  const double clamped = std::clamp(g, 0.0, last);
-  index = std::min(static_cast<size_t>(clamped), static_cast<size_t>(dim < 2 ? 0 : dim - 2));
-  fraction = clamped - static_cast<double>(index);
-  return true;
-}
-
-/// Reads values of a grid between its elements, both outermost layers included.
-class Sampler {
- public:
-  explicit Sampler(const QXScalarGrid& grid) : values_(grid.GetValues()) {
-    grid.GetDim(dim_[0], dim_[1], dim_[2]);
-    // A single layer has no neighbour: it is read twice.
-    step_[0] = dim_[0] > 1 ? 1 : 0;
-    step_[1] = dim_[1] > 1 ? dim_[0] : 0;
-    step_[2] = dim_[2] > 1 ? size_t{dim_[0]} * dim_[1] : 0;
-  }
-
-  float operator()(const Vector& g) const {
-    size_t index[3];
-    double f[3];
-    for (size_t axis = 0; axis < 3; ++axis) {
-      if (!Locate(g[axis], dim_[axis], index[axis], f[axis])) return 0.0f;
-    }
-    const float* v = values_ + index[0] + dim_[0] * (index[1] + dim_[1] * index[2]);
-    const auto alongX = [&](const float* p) { return Between(p[0], p[step_[0]], f[0]); };
-    const auto alongY = [&](const float* p) {
-      return Between(alongX(p), alongX(p + step_[1]), f[1]);
-    };
-    return static_cast<float>(Between(alongY(v), alongY(v + step_[2]), f[2]));
-  }
-
- private:
-  /// A value beyond an element on which the point lies has no part, even when it is not finite.
-  static double Between(double a, double b, double f) { return f == 0.0 ? a : a + f * (b - a); }
-
-  const float* values_;
-  unsigned int dim_[3];
-  size_t step_[3];
-};
 
 /// The number of cells of the given size that cover a length; 0 when that is not a sane number.
 unsigned int CellsToCover(double length, double spacing) {
@@ -160,7 +115,7 @@ void QXMakeRegularGrid(QXScalarGrid& out, const QXSkewGrid& in, float spacing) {
   out.SetDim(dim[0], dim[1], dim[2]);
 
   const std::array<Vector, 3> toIndex = Reciprocal(in.GetSteps());
-  const Sampler sample(values);
+  const QXGridSampler sample(values);
   float* value = out.GetValues();
   if (value == nullptr) return;
   // In double throughout: an unmoved grid then meets its own elements again.

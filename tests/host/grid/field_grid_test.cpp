@@ -43,6 +43,16 @@ TEST(GridOverlap, OfGaussiansIsTheirIntegral) {
                 {1e-6 * exact[0], 1e-6 * exact[1], -exact[2] * 3 * 0.15 * 0.15 / 8 * 2 * 1.4}));
 }
 
+TEST(GridOverlap, LosesNothingOfTheOuterElements) {
+  // Ones on the same lattice: the overlap is the volume of the smaller grid.
+  QXScalarGrid small = MakeGrid(4, 4, 1, 1.0f), large = MakeGrid(6, 6, 1, 1.0f);
+  for (QXScalarGrid* grid : {&small, &large}) Fill(*grid, [](const Vector3d&) { return 1.0; });
+  const int a = QXAcquireGridHandle(*new QXFieldGrid(small));
+  const int b = QXAcquireGridHandle(*new QXFieldGrid(large));
+  EXPECT_THAT(QXGridOverlap(a, b, 0, 0.0f), testing::ElementsAre(16.0f, 36.0f, 16.0f));
+  EXPECT_THAT(QXGridOverlap(b, a, 0, 0.0f), testing::ElementsAre(36.0f, 16.0f, 16.0f));
+}
+
 TEST(GridOverlap, OfAnUnknownHandleIsAnErrorAndZero) {
   const int known = Gaussian(MakeGrid(1, 1, 1, 1.0f), 1, 1, {0, 0, 0});
   for (const int unknown : {0, -1, known + 1}) {
@@ -57,8 +67,8 @@ TEST(GridOverlap, OfAnUnknownHandleIsAnErrorAndZero) {
 
 TEST(MolecularGaussianGrid, IsTheSumOfTheAtoms) {
   QXMolKit::QXMol mol;
-  const unsigned int elements[] = {6, 1, 16};
-  const double radii[] = {1.7, 1.2, 1.8};
+  const unsigned int elements[] = {6, 1, 30};
+  const double radii[] = {1.7, 1.2, 1.39};
   const Vector coords = {0.1, -0.2, 0.3, 1.0, 0.2, 0.1, -1.5, 0.6, 9.0};
   for (const unsigned int element : elements) mol.NewAtom(element);
   mol.SetCoords(coords.data());

@@ -1,6 +1,7 @@
 #include "host/grid/grid_file.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <cstring>
 #include <fstream>
@@ -192,11 +193,11 @@ TEST_F(GridFile, DoubtfulValuesAreReadWithAWarning) {
   EXPECT_EQ(QXCountNonFinite(Read(longer)), 0u);
   EXPECT_THAT(
       messages.all,
-      ElementsAre(Pair(QXErrorLevel::Warning,
-                       infinite + ": 3 of its 6 values are infinite or not a number"),
-                  Pair(QXErrorLevel::Warning,
-                       longer + ":8: there are more values than the header promises: they are left "
-                                "out")));
+      ElementsAre(
+          Pair(QXErrorLevel::Warning, infinite + ": 3 of its values are infinite or not a number"),
+          Pair(QXErrorLevel::Warning,
+               longer + ":8: there are more values than the header promises: they are left "
+                        "out")));
 }
 
 TEST_F(GridFile, WhatCannotBeReadIsOneErrorAndChangesNothing) {
@@ -264,7 +265,10 @@ TEST_F(GridFile, WhatCannotBeReadIsOneErrorAndChangesNothing) {
   std::filesystem::create_directory(folder_ / "b.map");
   EXPECT_FALSE(QXReadGrid(folder_ / "b.map", grid));
   EXPECT_FALSE(QXReadGrid(folder_ / "missing.cube", grid));
-  ASSERT_EQ(messages.all.size(), 2u);
+  ::mkfifo((folder_ / "pipe.cube").c_str(), 0600);
+  EXPECT_FALSE(QXReadGrid(folder_ / "pipe.cube", grid));
+  ASSERT_EQ(messages.all.size(), 3u);
+  EXPECT_THAT(messages.all[2].second, HasSubstr(": this is a pipe or a device: copy it"));
   EXPECT_THAT(messages.all[0].second, HasSubstr(": this is a directory: name a grid file"));
   EXPECT_THAT(messages.all[1].second, HasSubstr("cannot be opened for reading (No such file"));
 }

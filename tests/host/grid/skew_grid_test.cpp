@@ -12,11 +12,11 @@ using Matrix = Eigen::Matrix<double, 3, 3, Eigen::RowMajor>;
 TEST(SkewGrid, AnUnmovedGridIsItself) {
   QXScalarGrid grid = MakeGrid(5, 4, 1, 0.3f, {10.1f, -7.77f, 0.123f});
   Fill(grid, [](const Vector3d& p) { return std::sin(9 * p.sum()); });
+  grid.GetValues()[7] = std::numeric_limits<float>::infinity();
   QXScalarGrid same;
   QXMakeRegularGrid(same, QXSkewGrid(grid), 0.3f);
   EXPECT_EQ(Geometry(same), Geometry(grid));
-  // Places in single precision: the rounding of 10 in elements, times slopes of order 1.
-  EXPECT_TRUE(AllNear(Values(same), Values(grid), 1e-5));
+  EXPECT_EQ(Values(same), Values(grid));
 }
 
 TEST(SkewGrid, AQuarterTurnPermutesTheElements) {

@@ -24,5 +24,12 @@ TEST(QXRandom, StartsAlikeInEveryObjectAndStaysBelowOne) {
   EXPECT_NEAR(squares / kCount, 1.0 / 3.0, 5 * 0.2981 / 1024);
 }
 
+TEST(QXRandom, FromTheSystemDiffersBetweenObjects) {
+  QXRandom one(true), other(true);
+  int same = 0;  // of 4 numbers of 24 bits
+  for (int i = 0; i < 4; ++i) same += one.NextFloat() == other.NextFloat();
+  EXPECT_LT(same, 4);
+}
+
 }  // namespace
 }  // namespace QXCore
