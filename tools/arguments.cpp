@@ -93,24 +93,23 @@ void AddExpansionOptions(CLI::App& app, QXHermiteMath::QXHermiteOptions& options
     app.add_option_function<std::string>(
            name,
            [parameter, name, expected](const std::string& text) {
-             if (parameter->SetFromText(text)) return;
-             Refuse(name, text, expected);
+             if (!parameter->SetFromText(text)) Refuse(name, text, expected);
+             // The numbers among the parameters are the widths.
+             const auto* width = dynamic_cast<QXCore::QXDoubleParameter*>(parameter);
+             double value = 1.0;
+             if (width != nullptr) width->GetValue(value, false);
+             if (!(value > 0.0) || !std::isfinite(value)) Refuse(name, text, "a positive number");
            },
            brief)
         ->type_name("VALUE")
         ->default_str(parameter->GetText())
         ->group("Expansion");
   }
-}
-
-std::string CheckExpansionOptions(const QXHermiteMath::QXHermiteOptions& options) {
-  const std::pair<const char*, double> widths[] = {{"--LambdaX", options.GetLambdaX()},
-                                                   {"--LambdaY", options.GetLambdaY()},
-                                                   {"--LambdaZ", options.GetLambdaZ()}};
-  for (const auto& [name, width] : widths) {
-    if (!(width > 0.0)) return fmt::format("{}: '{}' is not a positive number", name, width);
-  }
-  return {};
+  // The library would take the smallest of the three, two of which nobody asked for.
+  app.parse_complete_callback([&options] {
+    const double width = options.GetLambdaX();
+    if (options.GetUseSingleLambda()) SetLambdas(options, width, width, width);
+  });
 }
 
 bool SameFile(const std::string& a, const std::string& b) {

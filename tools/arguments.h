@@ -33,11 +33,9 @@ void AddCount(CLI::App& app, const std::string& name, unsigned int& value, unsig
 void AddNumber(CLI::App& app, const std::string& name, double& value, double above,
                const std::string& help, const std::string& zeroMeans = {});
 
-/// Every parameter of the options under its own name, see WithLongDashes.
+/// Every parameter of the options under its own name, see WithLongDashes. With -UseSingleLambda,
+/// -LambdaX speaks for all three. Illegal values are refused, and widths that are not positive.
 void AddExpansionOptions(CLI::App& app, QXHermiteMath::QXHermiteOptions& options);
-
-/// What is wrong with the options of an expansion, or an empty text.
-std::string CheckExpansionOptions(const QXHermiteMath::QXHermiteOptions& options);
 
 /// True when both names lead to one file, existing or not.
 bool SameFile(const std::string& a, const std::string& b);

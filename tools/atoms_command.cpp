@@ -10,7 +10,6 @@
 #include <filesystem>
 
 #include "hermite/expansion/mol_to_gaussians.h"
-#include "hermite/frame/best_lambda.h"
 #include "hermite/gridatoms/grid_to_atoms.h"
 #include "hermite/gridatoms/multistart_grid_to_atoms.h"
 #include "hermite/gridatoms/thinning.h"
@@ -21,6 +20,7 @@
 #include "tools/command.h"
 #include "tools/console.h"
 #include "tools/grid_density.h"
+#include "tools/interrupt.h"
 
 namespace QXTools {
 namespace {
@@ -61,22 +61,6 @@ struct Fit {
   double cosine;     ///< of the densities at the elements of the grid
 };
 
-/// The options with widths that suit the grid, as given ones: both the grid and all atoms are then
-/// expanded in one basis.
-QXHermiteOptions WithWidths(QXHermiteOptions options, const QXScalarGrid& grid) {
-  if (options.GetUseOptimalLambdas()) {
-    const auto widths = QXHermiteMath::QXApproxHermiteBestLambda(grid, options, {0.0, 0.0, 0.0});
-    SetLambdas(options, widths[0], widths[1], widths[2]);
-  }
-  if (options.GetUseSingleLambda()) {
-    const double least =
-        std::min({options.GetLambdaX(), options.GetLambdaY(), options.GetLambdaZ()});
-    SetLambdas(options, least, least, least);
-  }
-  options.SetUseOptimalLambdas(false);
-  return options;
-}
-
 class AtomsCommand : public Command {
  public:
   AtomsCommand() { arguments_.expansion.SetNPolyMax(10); }
@@ -90,7 +74,7 @@ class AtomsCommand : public Command {
   QXMol StartingPoint(const QXScalarGrid& grid) const;
   QXScalarGrid AtScaleOfStarts(QXScalarGrid grid) const;
   QXMol FindAtoms(const QXScalarGrid& grid, const QXHermiteOptions& options) const;
-  Fit Judge(const QXMol& atoms, const QXScalarGrid& grid, const QXHermiteOptions& options) const;
+  Fit Judge(const QXMol& atoms, const QXScalarGrid& grid, const QXHermite& expansion) const;
   bool Write(QXMol atoms, const Fit& fit, const std::string& path) const;
 
   AtomsArguments arguments_;
@@ -113,7 +97,7 @@ void AtomsCommand::Declare(CLI::App& app) {
   AddNumber(app, "--min-distance", arguments_.minDistance, 0.0,
             "Least distance of two atoms, in angstrom (refine)");
   AddNumber(
-      app, "--threshold", arguments_.threshold, 0.0,
+      app, "--threshold", arguments_.threshold, 1e-6,
       "Least value under an atom, or under a random place to start from, as a fraction of the "
       "largest");
   AddNumber(app, "--cut", arguments_.share, 0.0,
@@ -143,7 +127,7 @@ std::string AtomsCommand::Check() const {
   if (arguments_.expansion.GetUseCenterOfMass()) {
     return "--UseCenterOfMass true: the grid is centred anyway: leave it out";
   }
-  return CheckExpansionOptions(arguments_.expansion);
+  return {};
 }
 
 /// Many atoms, on all but the faint parts of the density: where they are too many they crowd on one
@@ -151,7 +135,14 @@ std::string AtomsCommand::Check() const {
 QXMol AtomsCommand::StartingPoint(const QXScalarGrid& grid) const {
   const double largest = *std::max_element(grid.GetValues(), grid.GetValues() + grid.GetSize());
   std::vector<double> places;
-  double distance = arguments_.startDistance;
+  const float least = static_cast<float>(kStartShare * largest);
+  const auto count = std::count_if(grid.GetValues(), grid.GetValues() + grid.GetSize(),
+                                   [least](float value) { return value >= least; });
+  // Points of greedy thinning at this distance fill the volume with more than kMostAtoms: a start
+  // from below, for each trial sorts all elements.
+  const double volumeOfOne = static_cast<double>(count) / kMostAtoms;
+  double distance =
+      std::max(arguments_.startDistance, 0.7 * std::cbrt(volumeOfOne) * grid.GetSpacing());
   do {
     UniformlySampleGrid(grid, places, distance, kStartShare * largest, kMostAtoms + 1);
     distance *= 1.1;
@@ -183,7 +174,11 @@ QXMol AtomsCommand::FindAtoms(const QXScalarGrid& grid, const QXHermiteOptions& 
     QXHermiteMath::QXGridToAtoms finder(arguments_.radius, arguments_.minDistance,
                                         arguments_.threshold, options, grid, {});
     atoms = StartingPoint(grid);
-    finder.FindLocalMinimum(atoms);
+    // What the clean-up leaves is no minimum of its own: again, until nothing is dropped.
+    for (unsigned int before = 0; atoms.NumAtoms() != before;) {
+      before = atoms.NumAtoms();
+      finder.FindLocalMinimum(atoms);
+    }
   } else {
     QXHermiteMath::QXMultistartGridToAtoms search(options, AtScaleOfStarts(grid), {});
     search.Sample(arguments_.starts, atoms);
@@ -192,10 +187,8 @@ QXMol AtomsCommand::FindAtoms(const QXScalarGrid& grid, const QXHermiteOptions& 
 }
 
 Fit AtomsCommand::Judge(const QXMol& atoms, const QXScalarGrid& grid,
-                        const QXHermiteOptions& options) const {
-  QXHermite expansion;
-  expansion.Setup(grid, options);
-  QXHermiteMath::QXHermiteCosAngleFunc objective(options);
+                        const QXHermite& expansion) const {
+  QXHermiteMath::QXHermiteCosAngleFunc objective(expansion.GetOptions());
   objective.SetupRef(expansion);
   objective.Setup(atoms, arguments_.radius);
   const auto gaussians = QXHermiteMath::QXMolToGaussians(atoms, arguments_.radius);
@@ -225,15 +218,27 @@ ExitStatus AtomsCommand::Run() {
   // Expansions hold what lies near their origin.
   const Frame place{.centre = FindInertialFrame(*grid).centre};
   MoveToOrigin(place, *grid);
-  const QXHermiteOptions options = WithWidths(arguments_.expansion, *grid);
+  const QXHermiteOptions options = WithWidths(arguments_.expansion, *grid, {});
 
+  QXHermite expansion;
+  expansion.Setup(*grid, options);
+  WarnOfPoorExpansion(arguments_.file, expansion.GetSelfOverlap() / SelfOverlap(*grid), console);
   QXMol atoms = FindAtoms(*grid, options);
   if (atoms.NumAtoms() == 0) {
     console.Say(
         fmt::format("{}: no atoms found: lower --threshold, or raise --NPolyMax", arguments_.file));
     return kNothingDone;
   }
-  const Fit fit = Judge(atoms, *grid, options);
+  const Fit fit = Judge(atoms, *grid, expansion);
+  if (!std::isfinite(fit.objective) || !std::isfinite(fit.cosine)) {
+    console.Say(fmt::format("{}: the atoms found do not overlap with it: choose another --radius",
+                            arguments_.file));
+    return kNothingDone;
+  }
+  if (Interrupted()) {
+    console.Say(kInterrupted);
+    return kNothingDone;
+  }
   QXMolKit::QXTranslate(atoms, place.centre.data());
   if (!Write(atoms, fit, out.TemporaryPath())) return kNothingDone;
   if (!out.Commit()) {

@@ -35,7 +35,7 @@ void Console::SayReport(std::string text) {
     text.replace(0, hidden.size(), shown);
     break;
   }
-  Say(text);
+  if (said_.insert(text).second) Say(text);
 }
 
 void Console::UpdateProgress(size_t done) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -40,6 +41,7 @@ class Console {
 
   std::unique_ptr<Progress> progress_;
   std::vector<std::pair<std::string, std::string>> names_;
+  std::set<std::string> said_;  ///< reports: a file that is read again is told of once
 };
 
 }  // namespace QXTools

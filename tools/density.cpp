@@ -6,9 +6,11 @@
 #include <algorithm>
 #include <cmath>
 
+#include "hermite/expansion/grid_projection.h"
 #include "hermite/expansion/mol_to_gaussians.h"
 #include "hermite/overlay/shape_overlay.h"
 #include "host/grid/grid_file.h"
+#include "host/molkit/molstream.h"
 #include "tools/arguments.h"
 #include "tools/coverage.h"
 #include "tools/expansion_file.h"
@@ -66,8 +68,13 @@ double WidthAbout(const std::array<double, 3>& centre, const QXScalarGrid& grid)
 std::optional<Density> FromGrid(const DensityArguments& arguments, Console& console) {
   const std::optional<QXScalarGrid> grid = ReadDensityGrid(arguments.file, console);
   if (!grid) return std::nullopt;
+  std::array<double, 3> centre{};
+  if (arguments.expansion.GetUseCenterOfMass()) {
+    const std::vector<double> mean = QXHermiteMath::ValueWeightedCenter(*grid);
+    std::copy_n(mean.begin(), 3, centre.begin());
+  }
   QXHermite expansion;
-  expansion.Setup(*grid, arguments.expansion);
+  expansion.Setup(*grid, WithWidths(arguments.expansion, *grid, centre));
 
   Density density;
   density.title = grid->GetTitle();
@@ -78,6 +85,7 @@ std::optional<Density> FromGrid(const DensityArguments& arguments, Console& cons
     density.mol = grid->GetData<QXMol>(QXCore::kQXGridMoleculeTag);
   }
   Adopt(expansion, density);
+  WarnOfCoarseGrid(arguments.file, expansion.GetSelfOverlap() / density.exactSelfOverlap, console);
   density.width = WidthAbout(density.centre, *grid);
   return density;
 }
@@ -101,6 +109,17 @@ void DeclareDensityArguments(CLI::App& app, DensityArguments& arguments) {
 }
 
 std::string CheckDensityArguments(const DensityArguments& arguments) {
+  const bool isMolecule = QXMolKit::QXGetMolFormat(arguments.file) != QXMolKit::QXMolFormat::Auto;
+  if (!isMolecule && !IsGridFile(arguments.file) && !IsExpansionFile(arguments.file)) {
+    return fmt::format(
+        "{}: the extension names no format: use .sdf, .mol, .mol2, .pdb or .qxb for a molecule, "
+        ".ccp4, .map, .mrc, .cube or .cub for a grid, .json for an expansion",
+        arguments.file);
+  }
+  if (!isMolecule && (arguments.hydrogens || arguments.record != 1)) {
+    return fmt::format("{}: is for molecules: leave it out",
+                       arguments.hydrogens ? "--hydrogens" : "--record");
+  }
   if (IsExpansionFile(arguments.file)) {
     const DensityArguments fresh;
     for (size_t place = 0; place < fresh.expansion.NumParameters(); ++place) {
@@ -110,7 +129,7 @@ std::string CheckDensityArguments(const DensityArguments& arguments) {
                          given->GetOption());
     }
   }
-  return CheckExpansionOptions(arguments.expansion);
+  return {};
 }
 
 std::optional<Density> LoadDensity(const DensityArguments& arguments, Console& console) {
@@ -121,8 +140,8 @@ std::optional<Density> LoadDensity(const DensityArguments& arguments, Console& c
   if (!density) return density;
   const double norm = density->expansion.GetSelfOverlap();
   if (std::isfinite(norm) && norm > 0.0) return density;
-  console.Say(
-      fmt::format("{}: its expansion has no finite norm: choose other widths", arguments.file));
+  console.Say(fmt::format("{}: its expansion has no finite norm: check the values and the widths",
+                          arguments.file));
   return std::nullopt;
 }
 

@@ -11,6 +11,7 @@
 #include "tools/command.h"
 #include "tools/density.h"
 #include "tools/expansion_file.h"
+#include "tools/interrupt.h"
 #include "tools/text.h"
 
 namespace QXTools {
@@ -82,6 +83,10 @@ ExitStatus ExpandCommand::Run() {
   if (!density) return kNothingDone;
   if (out && !WriteExpansion(*density, out->TemporaryPath())) {
     console.Say(fmt::format("{}: cannot be written: is the disk full?", output_));
+    return kNothingDone;
+  }
+  if (Interrupted()) {
+    console.Say(kInterrupted);
     return kNothingDone;
   }
   if (out && !out->Commit()) {

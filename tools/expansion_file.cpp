@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
@@ -37,9 +38,9 @@ void Require(bool condition, const char* problem) {
 
 QXHermiteOptions OptionsFromJson(const Json& json) {
   QXHermiteOptions options;
-  const auto degree = json.at("NPolyMax").get<long long>();
-  Require(degree >= 0 && degree <= 100, "NPolyMax is not one of 0 to 100");
-  options.SetNPolyMax(static_cast<unsigned int>(degree));
+  const Json& degree = json.at("NPolyMax");
+  Require(degree.is_number_unsigned() && degree <= 100, "NPolyMax is not one of 0 to 100");
+  options.SetNPolyMax(degree);
   const double x = json.at("LambdaX"), y = json.at("LambdaY"), z = json.at("LambdaZ");
   Require(x > 0.0 && y > 0.0 && z > 0.0, "a width is not a positive number");
   SetLambdas(options, x, y, z);
@@ -54,6 +55,7 @@ Density FromJson(const Json& json) {
   Density density;
   density.title = json.at("title");
   density.source = json.at("source");
+  Require(json.at("center").size() == 3, "the center has not three coordinates");
   density.centre = json.at("center");
   density.width = json.at("width");
   density.exactSelfOverlap = json.at("exactSelfOverlap");
@@ -101,8 +103,9 @@ bool WriteExpansion(const Density& density, const std::string& path) {
 
 std::optional<Density> ReadExpansion(const std::string& path, Console& console) {
   std::ifstream in(path, std::ios::binary);
-  if (!in) {
-    console.Say(fmt::format("{}: cannot be opened: check the name", path));
+  if (!in || !std::filesystem::is_regular_file(path)) {
+    console.Say(
+        fmt::format("{}: cannot be opened as a file: check the name and the permissions", path));
     return std::nullopt;
   }
   try {

@@ -12,6 +12,7 @@
 #include "tools/command.h"
 #include "tools/density.h"
 #include "tools/grid_density.h"
+#include "tools/interrupt.h"
 
 namespace QXTools {
 namespace {
@@ -71,12 +72,17 @@ std::optional<QXScalarGrid> GridCommand::MakeGrid(const Density& density, Consol
   const double least = (width + kMargin) / (kMostElements - 1.0);
   if (spacing_ < least) {
     console.Say(fmt::format(
-        "{}: a spacing of {} A needs more than {} elements along an axis: take at least {:.4f}",
+        "{}: a spacing of {:g} A needs more than {} elements along an axis: take at least {:g}",
         density_.file, spacing_, kMostElements, std::ceil(least * 1e4) / 1e4));
     return std::nullopt;
   }
   QXScalarGrid grid;
   density.expansion.CreateGrid(grid, spacing_, width);
+  if (QXCore::QXCountNonFinite(grid) > 0) {
+    console.Say(fmt::format("{}: its values are not finite: check the coefficients and the widths",
+                            density_.file));
+    return std::nullopt;
+  }
   // The origin of the expansion goes to where it was taken: elements move, values stay.
   grid.SetMid(static_cast<float>(density.centre[0]), static_cast<float>(density.centre[1]),
               static_cast<float>(density.centre[2]));
@@ -98,6 +104,10 @@ ExitStatus GridCommand::Run() {
   const std::optional<QXScalarGrid> grid = MakeGrid(*density, console);
   if (!grid ||
       QXCore::QXWriteGrid(out.TemporaryPath(), *grid, QXCore::QXGetGridFormat(output_)) == false) {
+    return kNothingDone;
+  }
+  if (Interrupted()) {
+    console.Say(kInterrupted);
     return kNothingDone;
   }
   if (!out.Commit()) {

@@ -5,8 +5,10 @@
 #include <Eigen/Dense>
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 #include <numeric>
 
+#include "hermite/frame/best_lambda.h"
 #include "host/grid/grid_file.h"
 
 namespace QXTools {
@@ -81,6 +83,45 @@ double SelfOverlap(const QXScalarGrid& grid) {
   return Product(grid, grid) * spacing * spacing * spacing;
 }
 
+QXHermiteMath::QXHermiteOptions WithWidths(QXHermiteMath::QXHermiteOptions options,
+                                           const QXScalarGrid& grid,
+                                           const std::array<double, 3>& centre) {
+  if (options.GetUseOptimalLambdas()) {
+    auto widths = QXHermiteMath::QXApproxHermiteBestLambda(
+        grid, options, std::vector<double>(centre.begin(), centre.end()));
+    // h_N(lambda x) has wavelengths down to 2 pi / (lambda sqrt(2 N + 1)), of which two elements
+    // make one.
+    const double most =
+        std::numbers::pi / (grid.GetSpacing() * std::sqrt(2.0 * options.GetNPolyMax() + 1.0));
+    for (double& width : widths) width = std::min(width, most);
+    SetLambdas(options, widths[0], widths[1], widths[2]);
+  }
+  if (options.GetUseSingleLambda()) {
+    const double least =
+        std::min({options.GetLambdaX(), options.GetLambdaY(), options.GetLambdaZ()});
+    SetLambdas(options, least, least, least);
+  }
+  options.SetUseOptimalLambdas(false);
+  return options;
+}
+
+void WarnOfCoarseGrid(const std::string& path, double held, Console& console) {
+  constexpr double kRounding = 1.02;
+  if (!(held > kRounding)) return;
+  console.Say(fmt::format(
+      "{}: its elements are too far apart for this expansion, which means nothing: lower "
+      "--NPolyMax or the widths, or give a finer grid",
+      path));
+}
+
+void WarnOfPoorExpansion(const std::string& path, double held, Console& console) {
+  WarnOfCoarseGrid(path, held, console);
+  if (held < 0.5) {
+    console.Say(fmt::format("{}: the expansion holds only {} % of it: raise --NPolyMax", path,
+                            static_cast<int>(100 * held)));
+  }
+}
+
 void CutPeaks(QXScalarGrid& grid, double share) {
   float* const values = grid.GetValues();
   std::vector<float> sorted(values, values + grid.GetSize());
@@ -102,7 +143,8 @@ void CutPeaks(QXScalarGrid& grid, double share) {
 void Blur(QXScalarGrid& grid, double sigma) {
   constexpr double kReach = 4.0;
   const double spacing = grid.GetSpacing();
-  const auto reach = static_cast<int>(kReach * sigma / spacing);
+  const unsigned int longest = std::max({grid.GetXDim(), grid.GetYDim(), grid.GetZDim()});
+  const auto reach = static_cast<int>(std::min<double>(kReach * sigma / spacing, longest));
   std::vector<double> weights;
   for (int step = -reach; step <= reach; ++step) {
     const double distance = step * spacing / sigma;

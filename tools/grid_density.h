@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,6 +24,19 @@ std::optional<QXCore::QXScalarGrid> ReadDensityGrid(const std::string& path, Con
 
 /// The integral of the square: the sum over elements times the volume of one.
 double SelfOverlap(const QXCore::QXScalarGrid& grid);
+
+/// The options with widths for a grid that is expanded about `centre`, as given ones: where they
+/// ask for it those of QXApproxHermiteBestLambda, but none so large that the functions of the basis
+/// would be finer than the elements.
+QXHermiteMath::QXHermiteOptions WithWidths(QXHermiteMath::QXHermiteOptions options,
+                                           const QXCore::QXScalarGrid& grid,
+                                           const std::array<double, 3>& centre);
+
+/// Tells that a basis is finer than the elements of a grid, by the share of the grid that the
+/// expansion holds, which is above 1 then.
+void WarnOfCoarseGrid(const std::string& path, double held, Console& console);
+/// The same, and tells when the expansion holds less than half of the grid.
+void WarnOfPoorExpansion(const std::string& path, double held, Console& console);
 
 /// Cuts the largest values down to the one below which the given share of all that is positive
 /// lies. The core peaks of electron densities, which no grid samples well, have little to do with

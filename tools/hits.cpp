@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <fstream>
 
-#include "host/grid/grid_file.h"
-#include "host/grid/skew_grid.h"
 #include "host/molkit/molstream.h"
 #include "tools/text.h"
 
@@ -34,24 +32,6 @@ bool WritePoses(const std::vector<Hit>& hits, const std::string& path,
     if (!QXMolKit::QXWriteMolecule(out, pose)) return false;
   }
   return out.close();
-}
-
-bool WriteMovedGrid(const Hit& hit, const std::string& path, const std::string& formatOf) {
-  QXCore::QXScalarGrid grid;
-  if (!QXCore::QXReadGrid(hit.file, grid)) return false;
-  double rotation[9], translation[3];
-  hit.motion.Extract(rotation, translation, true);
-  QXCore::QXSkewGrid skew(grid);
-  QXCore::QXRotate(skew, rotation);
-  QXCore::QXTranslate(skew, translation);
-  QXCore::QXScalarGrid moved;
-  QXCore::QXMakeRegularGrid(moved, skew, grid.GetSpacing());
-  if (grid.HasDataOfType<QXMolKit::QXMol>(QXCore::kQXGridMoleculeTag)) {
-    auto atoms = grid.GetData<QXMolKit::QXMol>(QXCore::kQXGridMoleculeTag);
-    hit.motion.Transform(atoms.GetActive());
-    moved.SetData(QXCore::kQXGridMoleculeTag, atoms);
-  }
-  return QXCore::QXWriteGrid(path, moved, QXCore::QXGetGridFormat(formatOf));
 }
 
 bool WriteCsv(const std::vector<Hit>& hits, const std::string& path) {

@@ -25,10 +25,6 @@ void SortHits(std::vector<Hit>& hits);
 /// False when the file cannot be written, which the stream reports.
 bool WritePoses(const std::vector<Hit>& hits, const std::string& path, const std::string& formatOf);
 
-/// Reads the grid of a hit again and writes it, moved and resampled at its own spacing, to `path`,
-/// in the format that the name `formatOf` calls for. False, with a report, when that fails.
-bool WriteMovedGrid(const Hit& hit, const std::string& path, const std::string& formatOf);
-
 /// Writes the columns rank, title, file, record, conformer, tanimoto.
 bool WriteCsv(const std::vector<Hit>& hits, const std::string& path);
 

@@ -26,6 +26,7 @@ void WatchForInterrupts() {
     if (inherited.sa_handler != SIG_IGN) sigaction(number, &action, nullptr);
   }
   std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
 }
 
 bool Interrupted() {

@@ -6,11 +6,12 @@ namespace QXTools {
 /// ends at the next molecule with everything tidied up; a second one ends the process at once. A
 /// signal that was ignored before (nohup, jobs in the background) stays ignored. SIGPIPE is
 /// ignored: a reader of the table that went away (`| head`) must not keep the files from being
-/// finished.
+/// finished. So is SIGXFSZ: a file that grows too large is an error like a full disk.
 void WatchForInterrupts();
 
 /// True once one of the signals arrived.
 bool Interrupted();
+inline constexpr const char* kInterrupted = "interrupted: nothing was written";
 
 /// Ends the process by the signal that arrived, so that the shell knows. To be called last.
 [[noreturn]] void EndByInterrupt();

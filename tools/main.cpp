@@ -81,7 +81,7 @@ int main(int argc, char** argv) {
   try {
     status = Main(argc, argv);
   } catch (const std::bad_alloc&) {
-    Complain("not enough memory: lower --NPolyMax");
+    Complain("not enough memory: lower --NPolyMax, or use coarser grids");
   } catch (const std::exception& error) {
     Complain(error.what());
   }

@@ -9,6 +9,7 @@
 #include "host/molkit/molstream.h"
 #include "tools/arguments.h"
 #include "tools/grid_density.h"
+#include "tools/grid_fit.h"
 
 namespace QXTools {
 namespace {
@@ -30,16 +31,39 @@ bool LiesIn(const std::string& file, const std::string& folder) {
   return SameFile((own.empty() ? fs::path(".") : own) / "", fs::path(folder) / "");
 }
 
-bool HasGrid(const OverlayArguments& arguments) {
-  return IsGridFile(arguments.reference) ||
-         std::any_of(arguments.fits.begin(), arguments.fits.end(), IsGridFile);
-}
-
 // Unless another is asked for: the density of a ring has sixfold symmetry, which degree 5 does not
 // see.
 constexpr unsigned int kGridDegree = 8;
 
+// The files that are written, but for the records.
+std::vector<std::string> Outputs(const OverlayArguments& arguments) {
+  std::vector<std::string> outputs;
+  if (!arguments.csv.empty()) outputs.push_back(arguments.csv);
+  const size_t ranks = IsGridFile(arguments.fits.front()) ? arguments.fits.size() : 1;
+  for (size_t rank = 1; rank <= ranks; ++rank) {
+    outputs.push_back(RankedName(arguments.output, rank));
+  }
+  return outputs;
+}
+
+// An option that would do nothing, or an empty text.
+std::string IdleOption(const OverlayArguments& arguments) {
+  const OverlayArguments fresh;
+  if (IsGridFile(arguments.reference) && arguments.referenceRecord != fresh.referenceRecord) {
+    return "--ref-record";
+  }
+  if (!IsGridFile(arguments.fits.front())) return {};
+  if (arguments.poses != fresh.poses) return "--poses";
+  if (arguments.group != fresh.group) return "--no-group";
+  return arguments.recordsFolder.empty() ? "" : "--records";
+}
+
 }  // namespace
+
+bool HasGrid(const OverlayArguments& arguments) {
+  return IsGridFile(arguments.reference) ||
+         std::any_of(arguments.fits.begin(), arguments.fits.end(), IsGridFile);
+}
 
 void DeclareOverlayArguments(CLI::App& app, OverlayArguments& arguments) {
   app.option_defaults()->ignore_case();
@@ -81,9 +105,6 @@ void DeclareOverlayArguments(CLI::App& app, OverlayArguments& arguments) {
 }
 
 std::string CheckOverlayArguments(const OverlayArguments& arguments) {
-  if (const std::string problem = CheckExpansionOptions(arguments.expansion); !problem.empty()) {
-    return problem;
-  }
   if (arguments.inPlace && arguments.expansion.GetUseCenterOfMass()) {
     return "--in-place and --UseCenterOfMass true exclude each other: leave one out";
   }
@@ -92,6 +113,9 @@ std::string CheckOverlayArguments(const OverlayArguments& arguments) {
       static_cast<size_t>(std::count_if(arguments.fits.begin(), arguments.fits.end(), IsGridFile));
   if (grids > 0 && grids < arguments.fits.size()) {
     return "--fit: molecules and grids: overlay them in two runs, the results differ in kind";
+  }
+  if (const std::string idle = IdleOption(arguments); !idle.empty()) {
+    return fmt::format("{}: is for molecules: leave it out", idle);
   }
   if (arguments.gridShare > 1.0) return "--cut: a share is at most 1";
   if (HasGrid(arguments) && !arguments.expansion.GetUseSingleLambda()) {
@@ -111,11 +135,14 @@ std::string CheckOverlayArguments(const OverlayArguments& arguments) {
   }
   std::vector<std::string> inputs = arguments.fits;
   inputs.push_back(arguments.reference);
-  for (const std::string* output : {&arguments.output, &arguments.csv}) {
-    for (const std::string& input : inputs) {
-      if (!output->empty() && SameFile(*output, input)) {
-        return fmt::format("{}: is both read and written: give another name", *output);
-      }
+  const std::vector<std::string> outputs = Outputs(arguments);
+  for (auto output = outputs.begin(); output != outputs.end(); ++output) {
+    const auto same = [&](const std::string& other) { return SameFile(*output, other); };
+    if (std::any_of(inputs.begin(), inputs.end(), same)) {
+      return fmt::format("{}: is both read and written: give another name", *output);
+    }
+    if (std::any_of(outputs.begin(), output, same)) {
+      return fmt::format("{}: is written twice: give --csv another name", arguments.csv);
     }
   }
   for (const std::string& input : inputs) {
@@ -129,9 +156,6 @@ std::string CheckOverlayArguments(const OverlayArguments& arguments) {
       return fmt::format("{}: could be overwritten by one of --records: give another folder",
                          output);
     }
-  }
-  if (!arguments.csv.empty() && SameFile(arguments.csv, arguments.output)) {
-    return fmt::format("{}: is written twice: give --csv another name", arguments.csv);
   }
   return {};
 }

@@ -30,6 +30,9 @@ struct OverlayArguments {
   bool quiet = false;
 };
 
+/// True when a grid takes part.
+bool HasGrid(const OverlayArguments& arguments);
+
 /// Declares the options of the command on `app`, with their help, to be parsed into `arguments`.
 /// Every parameter of QXHermiteOptions becomes an option of its own name.
 void DeclareOverlayArguments(CLI::App& app, OverlayArguments& arguments);

@@ -7,20 +7,20 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
+#include <deque>
 #include <memory>
 #include <numeric>
 #include <optional>
 #include <utility>
 
 #include "hermite/expansion/mol_to_gaussians.h"
-#include "hermite/overlay/hermite_shape_overlay.h"
 #include "hermite/overlay/shape_overlay.h"
 #include "tools/atomic_file.h"
 #include "tools/command.h"
 #include "tools/console.h"
 #include "tools/coverage.h"
 #include "tools/grid_density.h"
+#include "tools/grid_fit.h"
 #include "tools/hits.h"
 #include "tools/interrupt.h"
 #include "tools/molecule_groups.h"
@@ -32,7 +32,6 @@
 namespace QXTools {
 namespace {
 
-using QXHermiteMath::QXHermite;
 using QXHermiteMath::QXShapeOverlay;
 using QXMolKit::QXConfBase;
 using QXMolKit::QXMol;
@@ -46,19 +45,6 @@ constexpr const char* kScoreTag = "Shape Tanimoto";
 constexpr const char* kCoefficientTag = "";
 /// On a conformer: its place in its molecule, by which a pose tells where it came from.
 constexpr const char* kPlaceTag = "qxhermite place";
-
-void Append(const QXMolKit::QXTrans& more, QXMolKit::QXTrans& all) {
-  const std::unique_ptr<QXMolKit::QXIterator<QXMolKit::QXTransBase>> parts(more.GetTransforms());
-  for (; parts && parts->IsValid(); parts->Next()) all.Append(*parts->Get());
-}
-
-/// moved.ccp4 of rank 2: moved-2.ccp4.
-std::string RankedName(const std::string& name, size_t rank) {
-  const std::filesystem::path path(name);
-  return (path.parent_path() /
-          fmt::format("{}-{}{}", path.stem().string(), rank, path.extension().string()))
-      .string();
-}
 
 /// One run of the command, from the reference to the ranking.
 class OverlayRun {
@@ -78,7 +64,6 @@ class OverlayRun {
   void OverlayFile(const std::string& path);
   void OverlayMolecule(const std::string& path, const MoleculeGroup& group);
   void OverlayGrid(const std::string& path);
-  std::vector<double> AtScaleOfReference(const QXHermite& fit) const;
   bool WriteMovedGrids();
   std::optional<QXMol> InFrame(const QXConfBase& conformer, const std::string& where, double& held);
   void KeepHits(const std::string& path, const MoleculeGroup& group, const QXMol& poses);
@@ -91,6 +76,7 @@ class OverlayRun {
   RecordsFolder records_;
   AtomicFile out_;
   std::optional<AtomicFile> csv_;
+  std::deque<AtomicFile> further_;  ///< grids of rank 2 and on
   Reference reference_;
   std::unique_ptr<QXShapeOverlay> overlay_;
   std::vector<Hit> hits_;
@@ -148,47 +134,20 @@ std::optional<QXMol> OverlayRun::InFrame(const QXConfBase& conformer, const std:
   held = std::min(held, HeldShare(expansion, gaussians));
   // A pose of an earlier run brings coefficients of its own along, perhaps of another type.
   moved.GetActive()->DeleteData(kCoefficientTag);
-  moved.GetActive()->SetData(kCoefficientTag, AtScaleOfReference(expansion));
+  moved.GetActive()->SetData(kCoefficientTag, AtScaleOf(reference_, expansion));
   return moved;
-}
-
-/// The coefficients of a fit. Where grids and molecules meet they come in different units: the fit
-/// is scaled to the self overlap of the reference.
-std::vector<double> OverlayRun::AtScaleOfReference(const QXHermite& fit) const {
-  std::vector<double> coefficients = fit.GetCoefficients();
-  if (!reference_.isGrid && !fitsAreGrids_) return coefficients;
-  const double scale = std::sqrt(reference_.expansion.GetSelfOverlap() / fit.GetSelfOverlap());
-  for (double& value : coefficients) value *= scale;
-  return coefficients;
 }
 
 void OverlayRun::OverlayGrid(const std::string& path) {
   ++recordsRead_;
-  std::optional<QXCore::QXScalarGrid> grid = ReadDensityGrid(path, console_);
-  if (!grid) {
+  double held = 1.0;
+  std::optional<Hit> hit = OverlayGridFile(path, arguments_, reference_, console_, held);
+  if (!hit) {
     ++filesSkipped_;
     return;
   }
-  CutPeaks(*grid, arguments_.gridShare);
-  const Frame frame = arguments_.inPlace ? reference_.frame : FindInertialFrame(*grid);
-  const QXHermiteMath::QXHermiteOptions& options = reference_.expansion.GetOptions();
-  const QXHermite expansion = ExpandInFrame(*grid, frame, options);
-  QXHermiteMath::QXHermiteShapeOverlay overlay(arguments_.tolerance, arguments_.maxIterations,
-                                               options.GetLambdaX(), options.GetNPolyMax(), false,
-                                               0.5, 20.0);
-  overlay.SetupRef(reference_.expansion.GetCoefficients(), {});
-  const auto best = overlay.FindBestStart(AtScaleOfReference(expansion), true, false);
-  if (!(best.tanimoto > 0.0)) {
-    Skip(path, "its overlay gave no score: check the values and the widths");
-    return;
-  }
-  const std::string name = std::filesystem::path(path).filename().string();
-  poorlyHeld_.Note(name, expansion.GetSelfOverlap() / SelfOverlap(*grid));
-  Hit hit{best.tanimoto, path, 1, 1, QXMol(1), WayIn(frame)};
-  Append(best.GetTransform(), hit.motion);
-  Append(WayBack(reference_.frame), hit.motion);
-  hit.pose.SetTitle(name);
-  hits_.push_back(std::move(hit));
+  poorlyHeld_.Note(hit->pose.GetTitle(), held);
+  hits_.push_back(std::move(*hit));
 }
 
 void OverlayRun::OverlayMolecule(const std::string& path, const MoleculeGroup& group) {
@@ -260,19 +219,17 @@ void OverlayRun::OverlayFile(const std::string& path) {
   recordsSkipped_ += reader.RecordsSkipped();
 }
 
-/// The first moved grid goes where WriteResults expects it; further ones are finished here.
 bool OverlayRun::WriteMovedGrids() {
-  if (!WriteMovedGrid(hits_.front(), out_.TemporaryPath(), arguments_.output)) return false;
-  for (size_t rank = 2; rank <= hits_.size(); ++rank) {
-    AtomicFile file(RankedName(arguments_.output, rank));
-    console_.ShowAs(file.TemporaryPath(), RankedName(arguments_.output, rank));
-    if (file.Error().empty() &&
-        !WriteMovedGrid(hits_[rank - 1], file.TemporaryPath(), arguments_.output)) {
+  for (size_t rank = 1; rank <= hits_.size(); ++rank) {
+    const std::string name = RankedName(arguments_.output, rank);
+    if (rank > 1) further_.emplace_back(name);
+    const AtomicFile& file = rank > 1 ? further_.back() : out_;
+    if (!file.Error().empty()) {
+      console_.Say(file.Error());
       return false;
     }
-    if (file.Error().empty() && file.Commit()) continue;
-    console_.Say(file.Error());
-    return false;
+    console_.ShowAs(file.TemporaryPath(), name);
+    if (!WriteMovedGrid(hits_[rank - 1], file.TemporaryPath(), name)) return false;
   }
   return true;
 }
@@ -286,8 +243,11 @@ bool OverlayRun::WriteResults() {
     console_.Say(fmt::format("{}: cannot be written: is the disk full?", arguments_.csv));
     return false;
   }
-  for (AtomicFile* file : {&out_, csv_ ? &*csv_ : nullptr}) {
-    if (file == nullptr || file->Commit()) continue;
+  std::vector<AtomicFile*> files = {&out_};
+  if (csv_) files.push_back(&*csv_);
+  for (AtomicFile& file : further_) files.push_back(&file);
+  for (AtomicFile* file : files) {
+    if (file->Commit()) continue;
     console_.Say(file->Error());
     return false;
   }
@@ -330,12 +290,12 @@ ExitStatus OverlayRun::Run() {
   }
   console_.EndProgress();
   if (Interrupted()) {
-    console_.Say("interrupted: nothing was written");
+    console_.Say(kInterrupted);
     return kNothingDone;
   }
   if (hits_.empty()) {
     ReportSkipped();
-    console_.Say("no molecule could be overlaid: nothing was written");
+    console_.Say("nothing could be overlaid: nothing was written");
     return kNothingDone;
   }
   if (!WriteResults()) return kNothingDone;

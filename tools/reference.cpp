@@ -43,7 +43,7 @@ bool FixWidths(const QXHermite& found, Reference& reference) {
   return std::isfinite(norm) && norm > 0.0;
 }
 
-constexpr const char* kNoNorm = "its expansion has no finite norm: choose other widths";
+constexpr const char* kNoNorm = "its expansion has no finite norm: check the values and the widths";
 
 std::optional<Reference> FromMolecule(const OverlayArguments& arguments, Console& console) {
   const std::string place = fmt::format("{}:{}", arguments.reference, arguments.referenceRecord);
@@ -84,13 +84,16 @@ std::optional<Reference> FromGrid(const OverlayArguments& arguments, Console& co
   if (!grid) return std::nullopt;
   CutPeaks(*grid, arguments.gridShare);
   Reference reference;
-  reference.isGrid = true;
   reference.frame = FindInertialFrame(*grid);
   if (arguments.inPlace) reference.frame = {.centre = reference.frame.centre};
-  if (!FixWidths(ExpandInFrame(*grid, reference.frame, arguments.expansion), reference)) {
+  const QXHermite expansion = ExpandInFrame(
+      *grid, reference.frame, WithWidths(arguments.expansion, *grid, reference.frame.centre));
+  if (!FixWidths(expansion, reference)) {
     console.Say(fmt::format("{}: {}", arguments.reference, kNoNorm));
     return std::nullopt;
   }
+  WarnOfPoorExpansion(arguments.reference, expansion.GetSelfOverlap() / SelfOverlap(*grid),
+                      console);
   reference.frameLambda = reference.expansion.GetOptions().GetLambdaX();
   return reference;
 }
@@ -98,8 +101,19 @@ std::optional<Reference> FromGrid(const OverlayArguments& arguments, Console& co
 }  // namespace
 
 std::optional<Reference> MakeReference(const OverlayArguments& arguments, Console& console) {
-  return IsGridFile(arguments.reference) ? FromGrid(arguments, console)
-                                         : FromMolecule(arguments, console);
+  std::optional<Reference> reference = IsGridFile(arguments.reference)
+                                           ? FromGrid(arguments, console)
+                                           : FromMolecule(arguments, console);
+  if (reference) reference->matchScale = HasGrid(arguments);
+  return reference;
+}
+
+std::vector<double> AtScaleOf(const Reference& reference, const QXHermite& fit) {
+  std::vector<double> coefficients = fit.GetCoefficients();
+  if (!reference.matchScale) return coefficients;
+  const double scale = std::sqrt(reference.expansion.GetSelfOverlap() / fit.GetSelfOverlap());
+  for (double& value : coefficients) value *= scale;
+  return coefficients;
 }
 
 }  // namespace QXTools

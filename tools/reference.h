@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "hermite/expansion/hermite.h"
 #include "tools/console.h"
@@ -15,11 +16,15 @@ struct Reference {
   Frame frame;                         ///< in which overlays take place
   QXHermiteMath::QXHermite expansion;  ///< in that frame, at the widths for all fits
   double frameLambda = 1.0;            ///< the width with which inertial frames are found
-  bool isGrid = false;
+  /// Grids come in all units: where one takes part, scores are for equal self overlaps.
+  bool matchScale = false;
 };
 
 /// Reads the reference, a record of a molecule file or a grid, finds its frame and expands it.
 /// Nothing when that cannot be done, which the console is told.
 std::optional<Reference> MakeReference(const OverlayArguments& arguments, Console& console);
+
+/// The coefficients of a fit, at the scale at which it is to be compared with the reference.
+std::vector<double> AtScaleOf(const Reference& reference, const QXHermiteMath::QXHermite& fit);
 
 }  // namespace QXTools

@@ -325,7 +325,7 @@ TEST_F(OverlayCommand, BrokenRecordsAndFilesAreSkippedAndCounted) {
   EXPECT_EQ(err_,
             "fit.sdf:1: no heavy atoms: give a molecule with other atoms than hydrogen\n"
             "1 record skipped\n"
-            "no molecule could be overlaid: nothing was written\n");
+            "nothing could be overlaid: nothing was written\n");
 }
 
 TEST_F(OverlayCommand, EveryReferenceEndsInAResultOrAClearMessage) {

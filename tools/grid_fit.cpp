@@ -1,0 +1,78 @@
+#include "tools/grid_fit.h"
+
+#include <fmt/format.h>
+
+#include <filesystem>
+#include <memory>
+#include <utility>
+
+#include "hermite/overlay/hermite_shape_overlay.h"
+#include "host/grid/grid_file.h"
+#include "host/grid/skew_grid.h"
+#include "tools/grid_density.h"
+
+namespace QXTools {
+namespace {
+
+void Append(const QXMolKit::QXTrans& more, QXMolKit::QXTrans& all) {
+  const std::unique_ptr<QXMolKit::QXIterator<QXMolKit::QXTransBase>> parts(more.GetTransforms());
+  for (; parts && parts->IsValid(); parts->Next()) all.Append(*parts->Get());
+}
+
+}  // namespace
+
+std::optional<Hit> OverlayGridFile(const std::string& path, const OverlayArguments& arguments,
+                                   const Reference& reference, Console& console, double& held) {
+  std::optional<QXCore::QXScalarGrid> grid = ReadDensityGrid(path, console);
+  if (!grid) return std::nullopt;
+  CutPeaks(*grid, arguments.gridShare);
+  const Frame frame = arguments.inPlace ? reference.frame : FindInertialFrame(*grid);
+  const QXHermiteMath::QXHermiteOptions& options = reference.expansion.GetOptions();
+  const QXHermiteMath::QXHermite expansion = ExpandInFrame(*grid, frame, options);
+  held = expansion.GetSelfOverlap() / SelfOverlap(*grid);
+  WarnOfCoarseGrid(path, held, console);
+
+  QXHermiteMath::QXHermiteShapeOverlay overlay(arguments.tolerance, arguments.maxIterations,
+                                               options.GetLambdaX(), options.GetNPolyMax(), false,
+                                               0.5, 20.0);
+  overlay.SetupRef(reference.expansion.GetCoefficients(), {});
+  const auto best = overlay.FindBestStart(AtScaleOf(reference, expansion), true, false);
+  if (!(best.tanimoto > 0.0)) {
+    console.Say(fmt::format("{}: it does not overlap with the reference: {}", path,
+                            arguments.inPlace ? "leave out --in-place" : "check the widths"));
+    return std::nullopt;
+  }
+  Hit hit{best.tanimoto, path, 1, 1, QXMolKit::QXMol(1), WayIn(frame)};
+  Append(best.GetTransform(), hit.motion);
+  Append(WayBack(reference.frame), hit.motion);
+  hit.pose.SetTitle(std::filesystem::path(path).filename().string());
+  return hit;
+}
+
+bool WriteMovedGrid(const Hit& hit, const std::string& path, const std::string& formatOf) {
+  QXCore::QXScalarGrid grid;
+  if (!QXCore::QXReadGrid(hit.file, grid)) return false;
+  double rotation[9], translation[3];
+  hit.motion.Extract(rotation, translation, true);
+  QXCore::QXSkewGrid skew(grid);
+  QXCore::QXRotate(skew, rotation);
+  QXCore::QXTranslate(skew, translation);
+  QXCore::QXScalarGrid moved;
+  QXCore::QXMakeRegularGrid(moved, skew, grid.GetSpacing());
+  if (grid.HasDataOfType<QXMolKit::QXMol>(QXCore::kQXGridMoleculeTag)) {
+    auto atoms = grid.GetData<QXMolKit::QXMol>(QXCore::kQXGridMoleculeTag);
+    hit.motion.Transform(atoms.GetActive());
+    moved.SetData(QXCore::kQXGridMoleculeTag, atoms);
+  }
+  return QXCore::QXWriteGrid(path, moved, QXCore::QXGetGridFormat(formatOf));
+}
+
+std::string RankedName(const std::string& name, size_t rank) {
+  if (rank == 1) return name;
+  const std::filesystem::path path(name);
+  const std::string ranked =
+      fmt::format("{}-{}{}", path.stem().string(), rank, path.extension().string());
+  return (path.parent_path() / ranked).string();
+}
+
+}  // namespace QXTools
