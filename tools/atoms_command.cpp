@@ -16,11 +16,11 @@
 #include "hermite/overlay/cos_angle.h"
 #include "host/molkit/molstream.h"
 #include "tools/arguments.h"
-#include "tools/atomic_file.h"
 #include "tools/command.h"
 #include "tools/console.h"
 #include "tools/grid_density.h"
 #include "tools/interrupt.h"
+#include "tools/output_file.h"
 
 namespace QXTools {
 namespace {
@@ -75,6 +75,10 @@ class AtomsCommand : public Command {
   QXScalarGrid AtScaleOfStarts(QXScalarGrid grid) const;
   QXMol FindAtoms(const QXScalarGrid& grid, const QXHermiteOptions& options) const;
   Fit Judge(const QXMol& atoms, const QXScalarGrid& grid, const QXHermite& expansion) const;
+  /// Single atoms are laid on the grid as overlays have them.
+  double Radius() const {
+    return arguments_.method == "refine" ? arguments_.radius : QXHermiteMath::kOverlayAtomRadius;
+  }
   bool Write(QXMol atoms, const Fit& fit, const std::string& path) const;
 
   AtomsArguments arguments_;
@@ -123,6 +127,7 @@ std::string AtomsCommand::Check() const {
                        arguments_.output);
   }
   if (arguments_.share > 1.0) return "--cut: a share is at most 1";
+  if (arguments_.blur > 10.0) return "--blur: more than 10 A leaves nothing of a density";
   if (arguments_.threshold > 1.0) return "--threshold: a fraction is at most 1";
   if (arguments_.expansion.GetUseCenterOfMass()) {
     return "--UseCenterOfMass true: the grid is centred anyway: leave it out";
@@ -175,7 +180,7 @@ QXMol AtomsCommand::FindAtoms(const QXScalarGrid& grid, const QXHermiteOptions& 
                                         arguments_.threshold, options, grid, {});
     atoms = StartingPoint(grid);
     // What the clean-up leaves is no minimum of its own: again, until nothing is dropped.
-    for (unsigned int before = 0; atoms.NumAtoms() != before;) {
+    for (unsigned int before = 0; atoms.NumAtoms() != before && !Interrupted();) {
       before = atoms.NumAtoms();
       finder.FindLocalMinimum(atoms);
     }
@@ -190,8 +195,9 @@ Fit AtomsCommand::Judge(const QXMol& atoms, const QXScalarGrid& grid,
                         const QXHermite& expansion) const {
   QXHermiteMath::QXHermiteCosAngleFunc objective(expansion.GetOptions());
   objective.SetupRef(expansion);
-  objective.Setup(atoms, arguments_.radius);
-  const auto gaussians = QXHermiteMath::QXMolToGaussians(atoms, arguments_.radius);
+  const double radius = Radius();
+  objective.Setup(atoms, radius);
+  const auto gaussians = QXHermiteMath::QXMolToGaussians(atoms, radius);
   return {objective(Coordinates(atoms).data()), Cosine(grid, OnGrid(gaussians, grid))};
 }
 
@@ -205,12 +211,8 @@ bool AtomsCommand::Write(QXMol atoms, const Fit& fit, const std::string& path) c
 
 ExitStatus AtomsCommand::Run() {
   Console console;
-  AtomicFile out(arguments_.output);
-  if (!out.Error().empty()) {
-    console.Say(out.Error());
-    return kNothingDone;
-  }
-  console.ShowAs(out.TemporaryPath(), arguments_.output);
+  OutputFile out(arguments_.output, console);
+  if (!out.IsOpen()) return kNothingDone;
   std::optional<QXScalarGrid> grid = ReadDensityGrid(arguments_.file, console);
   if (!grid) return kNothingDone;
   CutPeaks(*grid, arguments_.share);
@@ -235,16 +237,9 @@ ExitStatus AtomsCommand::Run() {
                             arguments_.file));
     return kNothingDone;
   }
-  if (Interrupted()) {
-    console.Say(kInterrupted);
-    return kNothingDone;
-  }
   QXMolKit::QXTranslate(atoms, place.centre.data());
   if (!Write(atoms, fit, out.TemporaryPath())) return kNothingDone;
-  if (!out.Commit()) {
-    console.Say(out.Error());
-    return kNothingDone;
-  }
+  if (WasInterrupted(console) || !out.Commit()) return kNothingDone;
   std::fputs(
       fmt::format("Atoms      {}\nObjective  {:.6f}, 1 - cosine of the expansions, degree {}, "
                   "width {:.4f} 1/A\nCosine     {:.6f}, of the densities on the grid\n",

@@ -54,8 +54,7 @@ std::string PoorlyHeld::Warning(bool inPlace) const {
       fmt::format("the expansion holds only {} % of {}", static_cast<int>(100 * smallest_),
                   DisplayText(title, kTitleWidth));
   if (count_ > 1) {
-    text +=
-        fmt::format(" and less than half of {} more molecule{}", count_ - 1, count_ > 2 ? "s" : "");
+    text += fmt::format(" and less than half of {} more", count_ - 1);
   }
   text += count_ > 1 ? ": their scores are too high" : ": its score is too high";
   return text + ": raise --NPolyMax" + (inPlace ? " or leave out --in-place" : "");

@@ -7,11 +7,11 @@
 #include <optional>
 
 #include "tools/arguments.h"
-#include "tools/atomic_file.h"
 #include "tools/command.h"
 #include "tools/density.h"
 #include "tools/expansion_file.h"
 #include "tools/interrupt.h"
+#include "tools/output_file.h"
 #include "tools/text.h"
 
 namespace QXTools {
@@ -73,26 +73,16 @@ class ExpandCommand : public Command {
 
 ExitStatus ExpandCommand::Run() {
   Console console;
-  std::optional<AtomicFile> out;
-  if (!output_.empty()) out.emplace(output_);
-  if (out && !out->Error().empty()) {
-    console.Say(out->Error());
-    return kNothingDone;
-  }
+  std::optional<OutputFile> out;
+  if (!output_.empty()) out.emplace(output_, console);
+  if (out && !out->IsOpen()) return kNothingDone;
   const std::optional<Density> density = LoadDensity(density_, console);
   if (!density) return kNothingDone;
   if (out && !WriteExpansion(*density, out->TemporaryPath())) {
     console.Say(fmt::format("{}: cannot be written: is the disk full?", output_));
     return kNothingDone;
   }
-  if (Interrupted()) {
-    console.Say(kInterrupted);
-    return kNothingDone;
-  }
-  if (out && !out->Commit()) {
-    console.Say(out->Error());
-    return kNothingDone;
-  }
+  if (WasInterrupted(console) || (out && !out->Commit())) return kNothingDone;
   std::fputs(Summary(*density).c_str(), stdout);
   return kAllWell;
 }

@@ -21,15 +21,18 @@ using Json = nlohmann::ordered_json;
 constexpr const char* kFormat = "qxhermite expansion 1";
 constexpr const char* kOrder = "l + m + n rising, then l, then m";
 
-/// Each option under its name, without the dash: numbers and booleans as such.
+/// The name of an option in the file: without its dash.
+std::string NameOf(const QXCore::QXParameter& parameter) {
+  return parameter.GetOption().substr(1);
+}
+
 Json OptionsToJson(const QXHermiteOptions& options) {
-  return {{"NPolyMax", options.GetNPolyMax()},
-          {"LambdaX", options.GetLambdaX()},
-          {"LambdaY", options.GetLambdaY()},
-          {"LambdaZ", options.GetLambdaZ()},
-          {"UseCenterOfMass", options.GetUseCenterOfMass()},
-          {"UseSingleLambda", options.GetUseSingleLambda()},
-          {"UseOptimalLambdas", options.GetUseOptimalLambdas()}};
+  Json json;
+  for (size_t place = 0; place < options.NumParameters(); ++place) {
+    const QXCore::QXParameter& parameter = *options.GetParameter(place);
+    json[NameOf(parameter)] = Json::parse(parameter.GetText());
+  }
+  return json;
 }
 
 void Require(bool condition, const char* problem) {
@@ -38,15 +41,14 @@ void Require(bool condition, const char* problem) {
 
 QXHermiteOptions OptionsFromJson(const Json& json) {
   QXHermiteOptions options;
-  const Json& degree = json.at("NPolyMax");
-  Require(degree.is_number_unsigned() && degree <= 100, "NPolyMax is not one of 0 to 100");
-  options.SetNPolyMax(degree);
-  const double x = json.at("LambdaX"), y = json.at("LambdaY"), z = json.at("LambdaZ");
+  for (size_t place = 0; place < options.NumParameters(); ++place) {
+    QXCore::QXParameter& parameter = *options.GetParameter(place);
+    if (!parameter.SetFromText(json.at(NameOf(parameter)).dump())) {
+      throw std::runtime_error(NameOf(parameter) + " has an illegal value");
+    }
+  }
+  const double x = options.GetLambdaX(), y = options.GetLambdaY(), z = options.GetLambdaZ();
   Require(x > 0.0 && y > 0.0 && z > 0.0, "a width is not a positive number");
-  SetLambdas(options, x, y, z);
-  options.SetUseCenterOfMass(json.at("UseCenterOfMass"));
-  options.SetUseSingleLambda(json.at("UseSingleLambda"));
-  options.SetUseOptimalLambdas(json.at("UseOptimalLambdas"));
   return options;
 }
 

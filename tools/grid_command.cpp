@@ -8,11 +8,11 @@
 
 #include "host/grid/grid_file.h"
 #include "tools/arguments.h"
-#include "tools/atomic_file.h"
 #include "tools/command.h"
 #include "tools/density.h"
 #include "tools/grid_density.h"
 #include "tools/interrupt.h"
+#include "tools/output_file.h"
 
 namespace QXTools {
 namespace {
@@ -58,7 +58,7 @@ class GridCommand : public Command {
   ExitStatus Run() override;
 
  private:
-  /// A file that fits the density, with its atoms. Nothing when the grid would be too large.
+  /// The grid that holds the density, with its atoms. Nothing when the grid would be too large.
   std::optional<QXScalarGrid> MakeGrid(const Density& density, Console& console) const;
 
   DensityArguments density_;
@@ -93,27 +93,14 @@ std::optional<QXScalarGrid> GridCommand::MakeGrid(const Density& density, Consol
 
 ExitStatus GridCommand::Run() {
   Console console;
-  AtomicFile out(output_);
-  if (!out.Error().empty()) {
-    console.Say(out.Error());
-    return kNothingDone;
-  }
-  console.ShowAs(out.TemporaryPath(), output_);
+  OutputFile out(output_, console);
+  if (!out.IsOpen()) return kNothingDone;
   const std::optional<Density> density = LoadDensity(density_, console);
   if (!density) return kNothingDone;
   const std::optional<QXScalarGrid> grid = MakeGrid(*density, console);
-  if (!grid ||
-      QXCore::QXWriteGrid(out.TemporaryPath(), *grid, QXCore::QXGetGridFormat(output_)) == false) {
-    return kNothingDone;
-  }
-  if (Interrupted()) {
-    console.Say(kInterrupted);
-    return kNothingDone;
-  }
-  if (!out.Commit()) {
-    console.Say(out.Error());
-    return kNothingDone;
-  }
+  const QXCore::QXGridFormat format = QXCore::QXGetGridFormat(output_);
+  if (!grid || !QXCore::QXWriteGrid(out.TemporaryPath(), *grid, format)) return kNothingDone;
+  if (WasInterrupted(console) || !out.Commit()) return kNothingDone;
   std::fputs(fmt::format("{}: {} x {} x {} elements, spacing {} A\n", output_, grid->GetXDim(),
                          grid->GetYDim(), grid->GetZDim(), grid->GetSpacing())
                  .c_str(),

@@ -33,6 +33,11 @@ bool Interrupted() {
   return arrived != 0;
 }
 
+bool WasInterrupted(Console& console) {
+  if (Interrupted()) console.Say("interrupted: nothing was written");
+  return Interrupted();
+}
+
 void EndByInterrupt() {
   std::raise(arrived);  // SA_RESETHAND brought the default action back
   std::_Exit(1);

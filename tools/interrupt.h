@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tools/console.h"
+
 namespace QXTools {
 
 /// From here on the first SIGINT, SIGTERM, SIGHUP or SIGQUIT only raises a flag, so that the work
@@ -11,7 +13,8 @@ void WatchForInterrupts();
 
 /// True once one of the signals arrived.
 bool Interrupted();
-inline constexpr const char* kInterrupted = "interrupted: nothing was written";
+/// The same, told to the console.
+bool WasInterrupted(Console& console);
 
 /// Ends the process by the signal that arrived, so that the shell knows. To be called last.
 [[noreturn]] void EndByInterrupt();

@@ -15,7 +15,6 @@
 
 #include "hermite/expansion/mol_to_gaussians.h"
 #include "hermite/overlay/shape_overlay.h"
-#include "tools/atomic_file.h"
 #include "tools/command.h"
 #include "tools/console.h"
 #include "tools/coverage.h"
@@ -24,6 +23,7 @@
 #include "tools/hits.h"
 #include "tools/interrupt.h"
 #include "tools/molecule_groups.h"
+#include "tools/output_file.h"
 #include "tools/overlay_arguments.h"
 #include "tools/record.h"
 #include "tools/records_folder.h"
@@ -52,10 +52,9 @@ class OverlayRun {
   explicit OverlayRun(const OverlayArguments& arguments)
       : arguments_(arguments),
         records_(arguments.recordsFolder, console_),
-        out_(arguments.output),
+        out_(arguments.output, console_),
         fitsAreGrids_(IsGridFile(arguments.fits.front())) {
-    if (!arguments.csv.empty()) csv_.emplace(arguments.csv);
-    if (out_.Error().empty()) console_.ShowAs(out_.TemporaryPath(), arguments.output);
+    if (!arguments.csv.empty()) csv_.emplace(arguments.csv, console_);
   }
   ExitStatus Run();
 
@@ -74,9 +73,9 @@ class OverlayRun {
   const OverlayArguments& arguments_;
   Console console_;
   RecordsFolder records_;
-  AtomicFile out_;
-  std::optional<AtomicFile> csv_;
-  std::deque<AtomicFile> further_;  ///< grids of rank 2 and on
+  OutputFile out_;
+  std::optional<OutputFile> csv_;
+  std::deque<OutputFile> further_;  ///< grids of rank 2 and on
   Reference reference_;
   std::unique_ptr<QXShapeOverlay> overlay_;
   std::vector<Hit> hits_;
@@ -95,13 +94,8 @@ void OverlayRun::Skip(const std::string& where, const std::string& reason) {
 }
 
 bool OverlayRun::CanWrite() {
-  for (const std::string& error :
-       {records_.Error(), out_.Error(), csv_ ? csv_->Error() : std::string()}) {
-    if (error.empty()) continue;
-    console_.Say(error);
-    return false;
-  }
-  return true;
+  if (!records_.Error().empty()) console_.Say(records_.Error());
+  return records_.Error().empty() && out_.IsOpen() && (!csv_ || csv_->IsOpen());
 }
 
 /// A copy of one conformer in the frame of overlays with its coefficients attached, or nothing when
@@ -222,13 +216,9 @@ void OverlayRun::OverlayFile(const std::string& path) {
 bool OverlayRun::WriteMovedGrids() {
   for (size_t rank = 1; rank <= hits_.size(); ++rank) {
     const std::string name = RankedName(arguments_.output, rank);
-    if (rank > 1) further_.emplace_back(name);
-    const AtomicFile& file = rank > 1 ? further_.back() : out_;
-    if (!file.Error().empty()) {
-      console_.Say(file.Error());
-      return false;
-    }
-    console_.ShowAs(file.TemporaryPath(), name);
+    if (rank > 1) further_.emplace_back(name, console_);
+    const OutputFile& file = rank > 1 ? further_.back() : out_;
+    if (!file.IsOpen()) return false;
     if (!WriteMovedGrid(hits_[rank - 1], file.TemporaryPath(), name)) return false;
   }
   return true;
@@ -243,15 +233,10 @@ bool OverlayRun::WriteResults() {
     console_.Say(fmt::format("{}: cannot be written: is the disk full?", arguments_.csv));
     return false;
   }
-  std::vector<AtomicFile*> files = {&out_};
+  std::vector<OutputFile*> files = {&out_};
   if (csv_) files.push_back(&*csv_);
-  for (AtomicFile& file : further_) files.push_back(&file);
-  for (AtomicFile* file : files) {
-    if (file->Commit()) continue;
-    console_.Say(file->Error());
-    return false;
-  }
-  return true;
+  for (OutputFile& file : further_) files.push_back(&file);
+  return std::all_of(files.begin(), files.end(), [](OutputFile* file) { return file->Commit(); });
 }
 
 void OverlayRun::ReportSkipped() {
@@ -289,10 +274,7 @@ ExitStatus OverlayRun::Run() {
     }
   }
   console_.EndProgress();
-  if (Interrupted()) {
-    console_.Say(kInterrupted);
-    return kNothingDone;
-  }
+  if (WasInterrupted(console_)) return kNothingDone;
   if (hits_.empty()) {
     ReportSkipped();
     console_.Say("nothing could be overlaid: nothing was written");

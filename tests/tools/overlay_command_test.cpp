@@ -220,7 +220,7 @@ TEST_F(OverlayCommand, MoleculesThatTheExpansionMissesAreReported) {
             "the expansion holds only 31 % of three: its score is too high: raise --NPolyMax\n");
   EXPECT_EQ(Overlay({pair("three", 3), pair("five", 5)}, coarse), 0);
   EXPECT_EQ(err_,
-            "the expansion holds only 1 % of five and less than half of 1 more molecule: their "
+            "the expansion holds only 1 % of five and less than half of 1 more: their "
             "scores are too high: raise --NPolyMax\n");
   EXPECT_EQ(Overlay({pair("three", 3), pair("five", 5)}, {"--npolymax", "20"}), 0);
   EXPECT_THAT(err_, IsEmpty());
