@@ -12,6 +12,7 @@
 #include "hermite/expansion/mol_to_gaussians.h"
 #include "hermite/gridatoms/grid_to_atoms.h"
 #include "hermite/gridatoms/multistart_grid_to_atoms.h"
+#include "hermite/gridatoms/places.h"
 #include "hermite/gridatoms/thinning.h"
 #include "hermite/overlay/cos_angle.h"
 #include "host/molkit/molstream.h"
@@ -153,8 +154,7 @@ QXMol AtomsCommand::StartingPoint(const QXScalarGrid& grid) const {
     distance *= 1.1;
   } while (places.size() > 3 * kMostAtoms);
   QXMol atoms;
-  for (size_t i = 0; i < places.size() / 3; ++i) atoms.NewAtom(6);
-  atoms.SetCoords(places.data());
+  QXHermiteMath::SetCarbons(atoms, places);
   return atoms;
 }
 

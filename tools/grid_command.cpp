@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "hermite/expansion/grid_evaluation.h"
 #include "host/grid/grid_file.h"
 #include "tools/arguments.h"
 #include "tools/command.h"
@@ -18,6 +19,8 @@ namespace QXTools {
 namespace {
 
 using QXCore::QXScalarGrid;
+using QXHermiteMath::kGridMargin;
+using QXHermiteMath::kLargestGridDim;
 
 constexpr const char* kExamples = R"(Examples:
   qxhermite grid ligand.sdf --out ligand.ccp4 --npolymax 10
@@ -25,10 +28,6 @@ constexpr const char* kExamples = R"(Examples:
   qxhermite grid map.json --out map.ccp4 --width 20
 
 Exit status: 0 all well; 1 wrong usage, or nothing could be done.)";
-
-// Of every grid that the library makes of an expansion: 3 A on each side.
-constexpr double kMargin = 6.0;
-constexpr unsigned int kMostElements = 500;
 
 class GridCommand : public Command {
  public:
@@ -69,11 +68,11 @@ class GridCommand : public Command {
 
 std::optional<QXScalarGrid> GridCommand::MakeGrid(const Density& density, Console& console) const {
   const double width = width_ > 0.0 ? width_ : density.width;
-  const double least = (width + kMargin) / (kMostElements - 1.0);
+  const double least = (width + kGridMargin) / (kLargestGridDim - 1.0);
   if (spacing_ < least) {
     console.Say(fmt::format(
         "{}: a spacing of {:g} A needs more than {} elements along an axis: take at least {:g}",
-        density_.file, spacing_, kMostElements, std::ceil(least * 1e4) / 1e4));
+        density_.file, spacing_, kLargestGridDim, std::ceil(least * 1e4) / 1e4));
     return std::nullopt;
   }
   QXScalarGrid grid;

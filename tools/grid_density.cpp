@@ -10,30 +10,14 @@
 
 #include "hermite/frame/best_lambda.h"
 #include "host/grid/grid_file.h"
+#include "host/grid/grid_gaussian.h"
 
 namespace QXTools {
 namespace {
 
-using QXCore::QXElementCoord;
 using QXCore::QXScalarGrid;
 
 constexpr float kLeastShare = 0.1f;
-
-/// Calls f(value, x, y, z) for every element, x fastest.
-template <typename Function>
-void ForEachElement(const QXScalarGrid& grid, Function f) {
-  const float spacing = grid.GetSpacing();
-  const float* value = grid.GetValues();
-  for (unsigned int k = 0; k < grid.GetZDim(); ++k) {
-    const double z = QXElementCoord(k, grid.GetZDim(), spacing, grid.GetZMid());
-    for (unsigned int j = 0; j < grid.GetYDim(); ++j) {
-      const double y = QXElementCoord(j, grid.GetYDim(), spacing, grid.GetYMid());
-      for (unsigned int i = 0; i < grid.GetXDim(); ++i) {
-        f(*value++, QXElementCoord(i, grid.GetXDim(), spacing, grid.GetXMid()), y, z);
-      }
-    }
-  }
-}
 
 float Largest(const QXScalarGrid& grid) {
   return *std::max_element(grid.GetValues(), grid.GetValues() + grid.GetSize());
@@ -45,17 +29,6 @@ double Product(const QXScalarGrid& a, const QXScalarGrid& b) {
     sum += static_cast<double>(a.GetValues()[i]) * b.GetValues()[i];
   }
   return sum;
-}
-
-/// exp(-width (c - centre)^2) at the elements along one axis.
-std::vector<double> Falloff(unsigned int dim, float spacing, float mid, double width,
-                            double centre) {
-  std::vector<double> values(dim);
-  for (unsigned int i = 0; i < dim; ++i) {
-    const double distance = QXElementCoord(i, dim, spacing, mid) - centre;
-    values[i] = std::exp(-width * distance * distance);
-  }
-  return values;
 }
 
 }  // namespace
@@ -177,7 +150,7 @@ Frame FindInertialFrame(const QXScalarGrid& grid) {
   Eigen::Matrix3d second = Eigen::Matrix3d::Zero();
   // About the middle of the grid, so that no digits are lost far from the origin.
   const Eigen::Vector3d middle(grid.GetXMid(), grid.GetYMid(), grid.GetZMid());
-  ForEachElement(grid, [&](float value, double x, double y, double z) {
+  QXCore::QXForEachElement(grid, [&](float value, double x, double y, double z) {
     if (value < least) return;
     const Eigen::Vector3d p = Eigen::Vector3d(x, y, z) - middle;
     total += value;
@@ -219,24 +192,11 @@ QXHermiteMath::QXHermite ExpandInFrame(QXScalarGrid grid, const Frame& frame,
 
 QXScalarGrid OnGrid(const std::vector<QXCore::QXGaussian>& gaussians, const QXScalarGrid& like) {
   QXScalarGrid grid(like);
-  const unsigned int size = grid.GetSize();
-  const float spacing = grid.GetSpacing();
-  std::vector<double> sums(size, 0.0);
+  grid.Realloc();
   for (const QXCore::QXGaussian& g : gaussians) {
-    const double width = g.GetWidth();
-    const auto x = Falloff(grid.GetXDim(), spacing, grid.GetXMid(), width, g.GetX());
-    const auto y = Falloff(grid.GetYDim(), spacing, grid.GetYMid(), width, g.GetY());
-    const auto z = Falloff(grid.GetZDim(), spacing, grid.GetZMid(), width, g.GetZ());
-    double* sum = sums.data();
-    for (const double atZ : z) {
-      for (const double atY : y) {
-        const double factor = g.GetAmplitude() * atZ * atY;
-        for (const double atX : x) *sum++ += factor * atX;
-      }
-    }
+    const double centre[] = {g.GetX(), g.GetY(), g.GetZ()};
+    QXCore::QXAddGaussian(grid, g.GetAmplitude(), g.GetWidth(), centre);
   }
-  std::transform(sums.begin(), sums.end(), grid.GetValues(),
-                 [](double sum) { return static_cast<float>(sum); });
   return grid;
 }
 

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <filesystem>
-#include <memory>
 #include <utility>
 
 #include "hermite/overlay/hermite_shape_overlay.h"
@@ -12,15 +11,6 @@
 #include "tools/grid_density.h"
 
 namespace QXTools {
-namespace {
-
-void Append(const QXMolKit::QXTrans& more, QXMolKit::QXTrans& all) {
-  const std::unique_ptr<QXMolKit::QXIterator<QXMolKit::QXTransBase>> parts(more.GetTransforms());
-  for (; parts && parts->IsValid(); parts->Next()) all.Append(*parts->Get());
-}
-
-}  // namespace
-
 std::optional<Hit> OverlayGridFile(const std::string& path, const OverlayArguments& arguments,
                                    const Reference& reference, Console& console, double& held) {
   std::optional<QXCore::QXScalarGrid> grid = ReadDensityGrid(path, console);
@@ -43,8 +33,8 @@ std::optional<Hit> OverlayGridFile(const std::string& path, const OverlayArgumen
     return std::nullopt;
   }
   Hit hit{best.tanimoto, path, 1, 1, QXMolKit::QXMol(1), WayIn(frame)};
-  Append(best.GetTransform(), hit.motion);
-  Append(WayBack(reference.frame), hit.motion);
+  hit.motion.Append(best.GetTransform());
+  hit.motion.Append(WayBack(reference.frame));
   hit.pose.SetTitle(std::filesystem::path(path).filename().string());
   return hit;
 }
@@ -52,11 +42,8 @@ std::optional<Hit> OverlayGridFile(const std::string& path, const OverlayArgumen
 bool WriteMovedGrid(const Hit& hit, const std::string& path, const std::string& formatOf) {
   QXCore::QXScalarGrid grid;
   if (!QXCore::QXReadGrid(hit.file, grid)) return false;
-  double rotation[9], translation[3];
-  hit.motion.Extract(rotation, translation, true);
   QXCore::QXSkewGrid skew(grid);
-  QXCore::QXRotate(skew, rotation);
-  QXCore::QXTranslate(skew, translation);
+  QXCore::QXTransform(skew, hit.motion);
   QXCore::QXScalarGrid moved;
   QXCore::QXMakeRegularGrid(moved, skew, grid.GetSpacing());
   if (grid.HasDataOfType<QXMolKit::QXMol>(QXCore::kQXGridMoleculeTag)) {

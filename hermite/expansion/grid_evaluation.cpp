@@ -14,7 +14,8 @@ namespace QXHermiteMath {
 
 namespace {
 
-constexpr size_t kMostLanes = 16;
+using QXCore::kMostLanes;
+
 constexpr size_t kBlock = 4;  ///< elements along z that are summed side by side
 
 /// Room for whole packs of lanes, and for whole blocks.
@@ -25,11 +26,11 @@ size_t Padded(size_t count) {
 /// h_0 .. h_N at the elements of one axis: h_k at element i stands at k length + i. Beyond the
 /// elements there are zeros.
 struct AxisTable {
-  AxisTable(unsigned int N, double lambda, unsigned int dim, float spacing, float mid)
-      : length(Padded(dim)), values((N + 1) * length, 0.0) {
+  AxisTable(unsigned int N, double lambda, std::vector<float> const& coords)
+      : length(Padded(coords.size())), values((N + 1) * length, 0.0) {
     std::vector<double> h(N + 1);
-    for (unsigned int i = 0; i < dim; ++i) {
-      HermiteFuncs(N, QXCore::QXElementCoord(i, dim, spacing, mid) * lambda, h.data());
+    for (size_t i = 0; i < coords.size(); ++i) {
+      HermiteFuncs(N, coords[i] * lambda, h.data());
       for (size_t k = 0; k <= N; ++k) values[k * length + i] = h[k];
     }
   }
@@ -105,30 +106,25 @@ struct EvaluationKernel {
 }  // namespace
 
 unsigned int EvaluationGridDim(double width, double spacing) {
-  constexpr unsigned int kSmallest = 5, kLargest = 500;
+  constexpr unsigned int kSmallest = 5;
   // Compared before it is truncated, so that no number is too large for a dimension.
-  const double steps = (width + 6.0) / spacing + 1.0;
-  if (steps >= kLargest) {
+  const double steps = (width + kGridMargin) / spacing + 1.0;
+  if (steps >= kLargestGridDim) {
     QXCore::QXThrow.Warning(
         "The grid spacing for this molecule, requires grid size exceeding maximum allowed of %d,"
         "                                in order to cover the entire molecule. Instead maximum "
         "value will be used.                                Try increasing spacing size.",
-        static_cast<int>(kLargest));
-    return kLargest;
+        static_cast<int>(kLargestGridDim));
+    return kLargestGridDim;
   }
   return steps >= kSmallest ? static_cast<unsigned int>(steps) + 1 : kSmallest;
 }
 
 void EvaluateOnGrid(unsigned int N, const double* coefficients, const double* lambdas,
                     QXScalarGrid& grid, QXSimdLevel level) {
-  unsigned int dim[3];
-  float mid[3];
-  grid.GetDim(dim[0], dim[1], dim[2]);
-  grid.GetMid(mid[0], mid[1], mid[2]);
-  const float spacing = grid.GetSpacing();
-  const AxisTable hx(N, lambdas[0], dim[0], spacing, mid[0]);
-  const AxisTable hy(N, lambdas[1], dim[1], spacing, mid[1]);
-  const AxisTable hz(N, lambdas[2], dim[2], spacing, mid[2]);
+  const AxisTable hx(N, lambdas[0], QXElementCoords(grid, 0));
+  const AxisTable hy(N, lambdas[1], QXElementCoords(grid, 1));
+  const AxisTable hz(N, lambdas[2], QXElementCoords(grid, 2));
 
   std::vector<Term> terms;
   terms.reserve(QXHermiteBasisSize(N));
@@ -136,8 +132,9 @@ void EvaluateOnGrid(unsigned int N, const double* coefficients, const double* la
     terms.push_back({coefficients[i], hx(l), hy(m), hz(n)});
   });
   std::vector<double> products(terms.size() * kMostLanes);
-  QXCore::QXRunKernel(level, EvaluationKernel{terms.data(), terms.size(), dim[0], dim[1], dim[2],
-                                              products.data(), grid.GetValues()});
+  QXCore::QXRunKernel(level,
+                      EvaluationKernel{terms.data(), terms.size(), grid.GetXDim(), grid.GetYDim(),
+                                       grid.GetZDim(), products.data(), grid.GetValues()});
 }
 
 bool CreateGrid(unsigned int N, const std::vector<double>& coefficients, double width,
@@ -156,11 +153,8 @@ bool CreateGrid(unsigned int N, const std::vector<double>& coefficients, double 
                 QXScalarGrid& grid, double spacing, double lambdaX, double lambdaY, double lambdaZ,
                 const QXTrans& transform) {
   CreateGrid(N, coefficients, width, grid, spacing, lambdaX, lambdaY, lambdaZ);
-  double rotation[9], translation[3];
-  transform.Extract(rotation, translation, true);
   QXCore::QXSkewGrid moved(grid);
-  QXRotate(moved, rotation);
-  QXTranslate(moved, translation);
+  QXTransform(moved, transform);
   QXMakeRegularGrid(grid, moved, grid.GetSpacing());
   return true;
 }

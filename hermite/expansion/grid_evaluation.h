@@ -15,6 +15,10 @@ using QXCore::QXScalarGrid;
 using QXCore::QXSimdLevel;
 using QXMolKit::QXTrans;
 
+/// What the cubes of CreateGrid are wider than asked for, in angstrom, and their largest dimension.
+inline constexpr double kGridMargin = 6.0;
+inline constexpr unsigned int kLargestGridDim = 500;
+
 /// Makes `grid` a cube of the given spacing (angstrom) that reaches 3 angstrom beyond `width` on
 /// either side, about its mid point as it stands, and fills it with the expansion
 ///
@@ -37,8 +41,8 @@ bool CreateGrid(unsigned int N, const std::vector<double>& coefficients, double 
                 QXScalarGrid& grid, double spacing, double lambdaX, double lambdaY, double lambdaZ,
                 const QXTrans& transform);
 
-/// The dimension of such a cube: (width + 6)/spacing + 1 truncated, plus 1; at least 5; where it
-/// would exceed 500, a warning and 500.
+/// The dimension of such a cube: (width + kGridMargin)/spacing + 1 truncated, plus 1; at least 5;
+/// where it would exceed kLargestGridDim, a warning and that.
 unsigned int EvaluationGridDim(double width, double spacing);
 
 /// Sets the elements of a grid, of any dimensions, to the expansion at their places; the same bits

@@ -10,18 +10,17 @@ namespace QXHermiteMath {
 
 namespace {
 
-constexpr size_t kMostLanes = 16;
+using QXCore::kMostLanes;
+
 constexpr size_t kRows = 4;  ///< rows along x that are summed side by side
 
 /// d_0 .. d_N at the elements of one axis: d_k at element i stands at i length + k. There is room
 /// for whole packs of lanes, zeros beyond d_N.
 struct AxisTable {
-  AxisTable(unsigned int N, double lambda, double center, unsigned int dim, float spacing,
-            float mid)
-      : length(N / kMostLanes * kMostLanes + kMostLanes), values(dim * length, 0.0) {
-    for (unsigned int i = 0; i < dim; ++i) {
-      const double c = QXCore::QXElementCoord(i, dim, spacing, mid);
-      QXCalcDoubleNormalizedHermite(N, (c - center) * lambda, &values[i * length]);
+  AxisTable(unsigned int N, double lambda, double center, std::vector<float> const& coords)
+      : length(N / kMostLanes * kMostLanes + kMostLanes), values(coords.size() * length, 0.0) {
+    for (size_t i = 0; i < coords.size(); ++i) {
+      QXCalcDoubleNormalizedHermite(N, (coords[i] - center) * lambda, &values[i * length]);
     }
   }
 
@@ -109,27 +108,14 @@ struct ProjectionKernel {
 }  // namespace
 
 std::vector<double> ValueWeightedCenter(const QXScalarGrid& grid) {
-  unsigned int dim[3];
-  float mid[3];
-  grid.GetDim(dim[0], dim[1], dim[2]);
-  grid.GetMid(mid[0], mid[1], mid[2]);
-  const float spacing = grid.GetSpacing();
-  const float* value = grid.GetValues();
   float sum[3] = {0.0f, 0.0f, 0.0f}, total = 0.0f;
-  for (unsigned int k = 0; k < dim[2]; ++k) {
-    const float z = QXCore::QXElementCoord(k, dim[2], spacing, mid[2]);
-    for (unsigned int j = 0; j < dim[1]; ++j) {
-      const float y = QXCore::QXElementCoord(j, dim[1], spacing, mid[1]);
-      for (unsigned int i = 0; i < dim[0]; ++i, ++value) {
-        const float v = *value;
-        if (!(v > 0.0f)) continue;
-        sum[0] += v * QXCore::QXElementCoord(i, dim[0], spacing, mid[0]);
-        sum[1] += v * y;
-        sum[2] += v * z;
-        total += v;
-      }
-    }
-  }
+  QXForEachElement(grid, [&](float value, float x, float y, float z) {
+    if (!(value > 0.0f)) return;
+    sum[0] += value * x;
+    sum[1] += value * y;
+    sum[2] += value * z;
+    total += value;
+  });
   if (!(total > 0.0f)) return {0.0, 0.0, 0.0};
   const float inverse = 1.0f / total;
   return {sum[0] * inverse, sum[1] * inverse, sum[2] * inverse};
@@ -137,24 +123,20 @@ std::vector<double> ValueWeightedCenter(const QXScalarGrid& grid) {
 
 void ProjectGrid(const QXScalarGrid& grid, unsigned int N, const double* lambdas,
                  const double* center, double* coefficients, QXSimdLevel level) {
-  unsigned int dim[3];
-  float mid[3];
-  grid.GetDim(dim[0], dim[1], dim[2]);
-  grid.GetMid(mid[0], mid[1], mid[2]);
-  const float spacing = grid.GetSpacing();
-  const AxisTable tableX(N, lambdas[0], center[0], dim[0], spacing, mid[0]);
-  const AxisTable tableY(N, lambdas[1], center[1], dim[1], spacing, mid[1]);
-  const AxisTable tableZ(N, lambdas[2], center[2], dim[2], spacing, mid[2]);
+  const AxisTable tableX(N, lambdas[0], center[0], QXElementCoords(grid, 0));
+  const AxisTable tableY(N, lambdas[1], center[1], QXElementCoords(grid, 1));
+  const AxisTable tableZ(N, lambdas[2], center[2], QXElementCoords(grid, 2));
 
   const size_t length = tableX.length;
-  const double width = spacing;
-  std::vector<double> rows(kRows * dim[0]), sums(kRows * length), plane((N + 1) * length);
+  const double width = grid.GetSpacing();
+  std::vector<double> rows(kRows * grid.GetXDim()), sums(kRows * length), plane((N + 1) * length);
   std::vector<double> sum(QXHermiteBasisSize(N));
-  QXCore::QXRunKernel(level,
-                      ProjectionKernel{N, dim[0], dim[1], dim[2], length, tableX.values.data(),
-                                       tableY.values.data(), tableZ.values.data(), grid.GetValues(),
-                                       width * width * width * lambdas[2] * lambdas[0] * lambdas[1],
-                                       rows.data(), sums.data(), plane.data(), sum.data()});
+  QXCore::QXRunKernel(
+      level, ProjectionKernel{N, grid.GetXDim(), grid.GetYDim(), grid.GetZDim(), length,
+                              tableX.values.data(), tableY.values.data(), tableZ.values.data(),
+                              grid.GetValues(),
+                              width * width * width * lambdas[2] * lambdas[0] * lambdas[1],
+                              rows.data(), sums.data(), plane.data(), sum.data()});
   for (size_t i = 0; i < sum.size(); ++i) coefficients[i] += sum[i];
 }
 

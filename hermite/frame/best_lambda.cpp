@@ -103,30 +103,13 @@ std::vector<double> QXApproxHermiteBestLambda(QXScalarGrid const& grid,
   }
   const float threshold = 0.25f * running;
 
-  unsigned int dim[3];
-  float mid[3];
-  grid.GetDim(dim[0], dim[1], dim[2]);
-  grid.GetMid(mid[0], mid[1], mid[2]);
-  // The distances from the centre along each axis, tabulated.
-  std::vector<double> distance[3];
-  for (size_t a = 0; a < 3; ++a) {
-    for (unsigned int i = 0; i < dim[a]; ++i) {
-      const double c = QXCore::QXElementCoord(i, dim[a], grid.GetSpacing(), mid[a]);
-      distance[a].push_back(std::fabs(c - center[a]));
-    }
-  }
   double extent[3] = {1.0, 1.0, 1.0};
-  const float* value = values;
-  for (unsigned int k = 0; k < dim[2]; ++k) {
-    for (unsigned int j = 0; j < dim[1]; ++j) {
-      for (unsigned int i = 0; i < dim[0]; ++i) {
-        if (!(std::fabs(*value++) > threshold)) continue;
-        extent[0] = std::max(extent[0], distance[0][i]);
-        extent[1] = std::max(extent[1], distance[1][j]);
-        extent[2] = std::max(extent[2], distance[2][k]);
-      }
-    }
-  }
+  QXForEachElement(grid, [&](float value, double x, double y, double z) {
+    if (!(std::fabs(value) > threshold)) return;
+    extent[0] = std::max(extent[0], std::fabs(x - center[0]));
+    extent[1] = std::max(extent[1], std::fabs(y - center[1]));
+    extent[2] = std::max(extent[2], std::fabs(z - center[2]));
+  });
   return LambdasOfExtents(options, extent, 0.5);
 }
 

@@ -4,6 +4,7 @@
 #include <memory>
 #include <vector>
 
+#include "hermite/gridatoms/places.h"
 #include "hermite/gridatoms/thinning.h"
 #include "host/core/throw.h"
 #include "host/grid/grid_file.h"
@@ -62,11 +63,9 @@ QXGridToAtoms::QXGridToAtoms(double newRadius, double newMinDistance, double val
 }
 
 void QXGridToAtoms::SampleStartingPoint(QXMol& mol) {
-  mol = QXMol(1);
   std::vector<double> points;
   UniformlySampleGrid(grid, points, kStartDistance, valueThreshold, maxAtoms);
-  for (size_t i = 0; i < points.size(); i += 3) mol.NewAtom(6);
-  mol.SetCoords(points.data());
+  SetCarbons(mol, points);
 }
 
 double QXGridToAtoms::FindLocalMinimum(QXMolKit::QXMolBase& mol) {

@@ -6,7 +6,7 @@
 #include <memory>
 #include <utility>
 
-#include "host/molkit/mol.h"
+#include "hermite/gridatoms/places.h"
 
 namespace {
 
@@ -14,52 +14,28 @@ using QXCore::QXScalarGrid;
 using Point = std::array<double, 3>;
 using Candidate = std::pair<double, Point>;  // the value of the grid and the place
 
-double Distance(Point const& a, double const* b) {
-  const double dx = a[0] - b[0], dy = a[1] - b[1], dz = a[2] - b[2];
-  return std::sqrt(dx * dx + dy * dy + dz * dz);
-}
-
 std::vector<double> Thin(std::vector<Candidate>& candidates, double minDistance, size_t most) {
   // A heap: mostly few of very many are taken.
   std::make_heap(candidates.begin(), candidates.end());
   std::vector<double> taken;
-  const auto isClose = [&](Point const& point) {
-    for (size_t i = 0; i < taken.size(); i += 3)
-      if (Distance(point, &taken[i]) < minDistance) return true;
-    return false;
-  };
   while (!candidates.empty() && taken.size() / 3 < most) {
     std::pop_heap(candidates.begin(), candidates.end());
     const Point& point = candidates.back().second;
-    if (!isClose(point)) taken.insert(taken.end(), point.begin(), point.end());
+    if (!QXHermiteMath::IsNear(taken, point.data(), minDistance))
+      taken.insert(taken.end(), point.begin(), point.end());
     candidates.pop_back();
   }
   return taken;
-}
-
-// The coordinates of all elements along one axis.
-std::vector<double> ElementCoords(unsigned int dim, float spacing, float mid) {
-  std::vector<double> coords(dim);
-  for (unsigned int i = 0; i < dim; ++i) coords[i] = QXCore::QXElementCoord(i, dim, spacing, mid);
-  return coords;
 }
 
 }  // namespace
 
 void UniformlySampleGrid(QXScalarGrid const& grid, std::vector<double>& coordinates,
                          double minDistance, double valueThreshold, size_t most) {
-  const float spacing = grid.GetSpacing();
-  const std::vector<double> xs = ElementCoords(grid.GetXDim(), spacing, grid.GetXMid());
-  const std::vector<double> ys = ElementCoords(grid.GetYDim(), spacing, grid.GetYMid());
-  const std::vector<double> zs = ElementCoords(grid.GetZDim(), spacing, grid.GetZMid());
   std::vector<Candidate> candidates;
-  float const* value = grid.GetValues();
-  for (double z : zs)
-    for (double y : ys)
-      for (double x : xs) {
-        const double v = *value++;
-        if (v >= valueThreshold) candidates.push_back({v, {x, y, z}});
-      }
+  QXForEachElement(grid, [&](double value, double x, double y, double z) {
+    if (value >= valueThreshold) candidates.push_back({value, {x, y, z}});
+  });
   coordinates = Thin(candidates, minDistance, most);
 }
 
@@ -80,13 +56,7 @@ void CleanUpResults(QXMolKit::QXMolBase& mol, QXScalarGrid const& grid, double m
     if (std::isnan(value) || valueThreshold > value) continue;
     candidates.emplace_back(value, p);
   }
-  const std::vector<double> kept =
-      Thin(candidates, minDistance, std::numeric_limits<size_t>::max());
-
-  const QXMolKit::QXMol empty(1);
-  mol = static_cast<const QXMolKit::QXMolBase&>(empty);
-  for (size_t i = 0; i < kept.size(); i += 3) mol.NewAtom(6);
-  mol.SetCoords(kept.data());
+  SetCarbons(mol, Thin(candidates, minDistance, std::numeric_limits<size_t>::max()));
 }
 
 }  // namespace QXHermiteMath

@@ -17,13 +17,6 @@ namespace {
 
 constexpr const char* kGridTag = "hermite grid";
 
-void Move(QXCore::QXSkewGrid& grid, QXTrans const& motion) {
-  double rotation[9], translation[3];
-  motion.Extract<double, double>(rotation, translation, true);
-  QXCore::QXRotate(grid, rotation);
-  QXCore::QXTranslate(grid, translation);
-}
-
 }  // namespace
 
 QXTrans QXBestStart::GetTransform() const {
@@ -103,8 +96,8 @@ double QXHermiteShapeOverlay::FindBestOverlay(QXScalarGrid const& fit, QXScalarG
   h.Setup(best.coefficients, options);
   fitGrid = MakeGrid(h);
   QXCore::QXSkewGrid moved(fit);
-  Move(moved, best.GetTransform());
-  Move(moved, trans);
+  QXTransform(moved, best.GetTransform());
+  QXTransform(moved, trans);
   QXCore::QXMakeRegularGrid(movedGrid, moved, fit.GetSpacing());
   // Last, for an output may be the fit.
   refGridOut = refGrid;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 // Kernels compiled for several instruction sets in one binary, chosen at run time.
 //
 // A kernel is a plain struct of arguments with one source for all levels, a call operator that is a
@@ -31,6 +33,9 @@ enum class QXSimdLevel { Baseline, AVX2, AVX512 };
 
 /// The highest level that this machine runs.
 QXSimdLevel QXGetSimdLevel();
+
+/// The lanes of the highest level of any machine: rows of this many numbers suit all kernels.
+inline constexpr size_t kMostLanes = 16;
 
 /// `Lanes` numbers of type T that are computed with side by side. They need no more alignment than
 /// one of them, and may alias an array.

@@ -17,7 +17,6 @@
 #include <string_view>
 #include <vector>
 
-#include "host/core/throw.h"
 #include "host/grid/grid_file.h"
 #include "host/grid/grid_format.h"
 #include "host/molkit/mol.h"
@@ -284,8 +283,9 @@ bool CubeReader::ReadValues(Words& words, QXScalarGrid& grid) {
     }
   }
   if (!words.Next().empty()) {
-    QXThrow.Warning("%s:%zu: there are more values than the header promises: they are left out",
-                    fileName_.c_str(), words.Line());
+    // Atoms that the header leaves out, for instance, which were read as values.
+    line_ = words.Line();
+    return Fail("there are more values than the header promises: get it anew");
   }
   return true;
 }

@@ -7,11 +7,12 @@
 #include <vector>
 
 #include "host/core/throw.h"
+#include "host/grid/grid_gaussian.h"
 #include "host/grid/grid_sampler.h"
+#include "host/grid/skew_grid.h"
 
 namespace QXFieldKit {
 
-using QXCore::QXElementCoord;
 using QXCore::QXScalarGrid;
 using QXCore::QXThrow;
 
@@ -48,13 +49,14 @@ bool SameGeometry(const QXScalarGrid& a, const QXScalarGrid& b) {
          a.GetYMid() == b.GetYMid() && a.GetZMid() == b.GetZMid();
 }
 
-/// Indices of b, a double an element of a, at the elements of a along one axis.
-std::vector<double> IndicesOf(unsigned int dimA, float spacingA, float midA, unsigned int dimB,
-                              float spacingB, float midB) {
-  std::vector<double> indices(dimA);
-  for (unsigned int i = 0; i < dimA; ++i) {
-    const double place = (i - (dimA - 1.0) * 0.5) * spacingA + midA;
-    indices[i] = (place - midB) / spacingB + (dimB - 1.0) * 0.5;
+/// Indices of b, fractional ones, at the elements of a along one axis.
+std::vector<double> IndicesOf(const QXScalarGrid& a, const QXScalarGrid& b, size_t axis) {
+  unsigned int dim[3];
+  a.GetDim(dim[0], dim[1], dim[2]);
+  const double offset = QXCore::QXGridOrigin(a)[axis] - QXCore::QXGridOrigin(b)[axis];
+  std::vector<double> indices(dim[axis]);
+  for (unsigned int i = 0; i < dim[axis]; ++i) {
+    indices[i] = (offset + i * static_cast<double>(a.GetSpacing())) / b.GetSpacing();
   }
   return indices;
 }
@@ -68,11 +70,8 @@ double Product(const QXScalarGrid& a, const QXScalarGrid& b) {
       sum += static_cast<double>(value[i]) * b.GetValues()[i];
     return sum;
   }
-  const float spacingA = a.GetSpacing(), spacingB = b.GetSpacing();
-  const auto x = IndicesOf(a.GetXDim(), spacingA, a.GetXMid(), b.GetXDim(), spacingB, b.GetXMid());
-  const auto y = IndicesOf(a.GetYDim(), spacingA, a.GetYMid(), b.GetYDim(), spacingB, b.GetYMid());
-  const auto z = IndicesOf(a.GetZDim(), spacingA, a.GetZMid(), b.GetZDim(), spacingB, b.GetZMid());
   const QXCore::QXGridSampler sample(b);
+  const auto x = IndicesOf(a, b, 0), y = IndicesOf(a, b, 1), z = IndicesOf(a, b, 2);
   for (const double k : z) {
     for (const double j : y) {
       for (const double i : x) sum += static_cast<double>(*value++) * sample({i, j, k});
@@ -83,25 +82,6 @@ double Product(const QXScalarGrid& a, const QXScalarGrid& b) {
 
 float Overlap(const QXScalarGrid& a, const QXScalarGrid& b) {
   return static_cast<float>(Product(a, b) * std::pow(static_cast<double>(a.GetSpacing()), 3));
-}
-
-/// The part of exp(-w (x - center)^2) along one axis that is not negligible.
-struct AxisFactors {
-  unsigned int begin = 0;
-  std::vector<double> values;
-};
-
-AxisFactors Factors(unsigned int dim, float spacing, float mid, double center, double w) {
-  // exp(-40) = 4e-18, beneath the rounding of any sum that matters.
-  constexpr double kNegligible = 40.0;
-  AxisFactors factors;
-  for (unsigned int i = 0; i < dim; ++i) {
-    const double d = QXElementCoord(i, dim, spacing, mid) - center;
-    if (!(w * d * d < kNegligible)) continue;
-    if (factors.values.empty()) factors.begin = i;
-    factors.values.push_back(std::exp(-w * d * d));
-  }
-  return factors;
 }
 
 }  // namespace
@@ -122,29 +102,13 @@ std::array<float, 3> QXGridOverlap(int handleA, int handleB, int, float) {
 
 void QXMakeMolecularGaussianGrid(QXScalarGrid& grid, const QXMolKit::QXMolBase& mol) {
   constexpr double kAmplitude = 2.7, kWidth = 2.34422871067;  // the width for a radius of 1
-  unsigned int dim[3];
-  float mid[3];
-  grid.GetDim(dim[0], dim[1], dim[2]);
-  grid.GetMid(mid[0], mid[1], mid[2]);
   std::fill_n(grid.GetValues(), grid.GetSize(), 0.0f);
-  for (unsigned int atom = 0; atom < mol.NumAtoms(); ++atom) {
-    double center[3];
-    mol.GetCoords(mol.GetAtom(atom), center);
-    const double radius = QXBondiRadius(mol.GetAtom(atom)->GetAtomicNum());
-    // The Gaussian is a product of one factor an axis.
-    AxisFactors f[3];
-    for (size_t axis = 0; axis < 3; ++axis) {
-      f[axis] = Factors(dim[axis], grid.GetSpacing(), mid[axis], center[axis],
-                        kWidth / (radius * radius));
-    }
-    for (size_t k = 0; k < f[2].values.size(); ++k) {
-      for (size_t j = 0; j < f[1].values.size(); ++j) {
-        const double scale = kAmplitude * f[2].values[k] * f[1].values[j];
-        const size_t row = f[1].begin + j + size_t{dim[1]} * (f[2].begin + k);
-        float* value = grid.GetValues() + f[0].begin + dim[0] * row;
-        for (const double factor : f[0].values) *value++ += static_cast<float>(scale * factor);
-      }
-    }
+  for (unsigned int i = 0; i < mol.NumAtoms(); ++i) {
+    const QXMolKit::QXAtom* atom = mol.GetAtom(i);
+    double centre[3];
+    mol.GetCoords(atom, centre);
+    const double radius = QXBondiRadius(atom->GetAtomicNum());
+    QXCore::QXAddGaussian(grid, kAmplitude, kWidth / (radius * radius), centre);
   }
 }
 

@@ -26,9 +26,10 @@ class QXFieldGrid {
 int QXAcquireGridHandle(QXFieldGrid& grid);
 
 /// The self overlap of A, that of B, and the overlap of A and B, each the sum over elements of the
-/// product of values times the volume of an element. Where the geometries differ, B is read at the
-/// elements of A by trilinear interpolation, 0 outside its elements, for the third. The last two
-/// arguments are not used. An unknown handle is an error report and gives three zeros.
+/// product of values times the volume of an element. Where the geometries differ, the third is the
+/// sum over the elements of A, at which B is read by trilinear interpolation, 0 more than 1e-4 of
+/// an element outside its elements: B and A give another number then. Summed in double precision.
+/// The last two arguments are not used. An unknown handle is an error report and gives three zeros.
 std::array<float, 3> QXGridOverlap(int handleA, int handleB, int unused, float alsoUnused);
 
 /// Fills a grid of given geometry with the density of the atoms of `mol`: a Gaussian

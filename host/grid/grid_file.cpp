@@ -11,12 +11,14 @@
 
 #include "host/core/throw.h"
 #include "host/grid/grid_format.h"
+#include "host/grid/step_matrix.h"
 
 namespace QXCore {
 namespace {
 
 using Vector = QXSkewGrid::Vector;
 using Steps = std::array<Vector, 3>;
+using Eigen::Vector3d;
 
 constexpr std::pair<const char*, QXGridFormat> kExtensions[] = {
     {".ccp4", QXGridFormat::CCP4}, {".map", QXGridFormat::CCP4}, {".mrc", QXGridFormat::CCP4},
@@ -57,34 +59,31 @@ std::string ReadContents(const std::string& fileName, GridContents& contents) {
   const uint64_t size = std::filesystem::file_size(fileName, error);
   if (error) return CannotOpen(fileName, "reading", error.value());
   if (size == 0) return fileName + ": the file is empty: get it anew";
-  return QXGetGridFormat(fileName) == QXGridFormat::CCP4 ? ReadCCP4(file, fileName, size, contents)
-                                                         : ReadCube(file, fileName, size, contents);
+  return format == QXGridFormat::CCP4 ? ReadCCP4(file, fileName, size, contents)
+                                      : ReadCube(file, fileName, size, contents);
 }
 
 double Length(const Vector& v) {
   return std::hypot(v[0], v[1], v[2]);
 }
 
-/// What is wrong with the axes of a file; nothing for any that a grid can be laid on.
-std::string CheckGeometry(const GridContents& contents) {
+/// What is wrong with the place of a grid; nothing for any that a grid can be laid on.
+std::string CheckGeometry(const Vector& origin, const Steps& steps) {
   // The range in which single precision tells neighbouring elements apart, and more.
   constexpr double kSmallest = 1e-5, kLargest = 1e5;
-  const Steps& s = contents.steps;
-  double volume = s[0][0] * (s[1][1] * s[2][2] - s[1][2] * s[2][1]) -
-                  s[0][1] * (s[1][0] * s[2][2] - s[1][2] * s[2][0]) +
-                  s[0][2] * (s[1][0] * s[2][1] - s[1][1] * s[2][0]);
+  Eigen::Matrix3d directions = StepMatrix(steps);
   for (size_t axis = 0; axis < 3; ++axis) {
-    const double length = Length(s[axis]);
+    const double length = Length(steps[axis]);
+    if (!std::isfinite(length)) return "its axes have no finite lengths";
     if (!(length >= kSmallest && length <= kLargest)) {
-      return "its elements are " + std::to_string(length) + " angstrom apart: correct the header";
+      return "its elements are " + std::to_string(length) + " angstrom apart";
     }
-    if (!(std::abs(contents.origin[axis]) <= kLargest)) {
-      return "it begins at the coordinate " + std::to_string(contents.origin[axis]) +
-             " angstrom: correct the header";
+    if (!(std::abs(origin[axis]) <= kLargest)) {
+      return "it begins at the coordinate " + std::to_string(origin[axis]) + " angstrom";
     }
-    volume /= length;
+    directions.col(static_cast<int>(axis)) /= length;
   }
-  if (!(std::abs(volume) > 1e-3)) return "its axes lie in one plane: correct the header";
+  if (!(std::abs(directions.determinant()) > 1e-3)) return "its axes lie in one plane";
   return {};
 }
 
@@ -124,14 +123,8 @@ std::string MakeRegular(const std::string& fileName, GridContents& contents) {
   Steps& steps = contents.steps;
   unsigned int dim[3];
   grid.GetDim(dim[0], dim[1], dim[2]);
-  // From the first element to the mid point, and back again.
-  const auto move = [&](Vector& point, double sign) {
-    for (size_t axis = 0; axis < 3; ++axis) {
-      for (size_t c = 0; c < 3; ++c) point[c] += sign * (dim[axis] - 1.0) / 2 * steps[axis][c];
-    }
-  };
-  Vector mid = contents.origin;
-  move(mid, 1);
+  const Vector3d dims(dim[0], dim[1], dim[2]), half = (dims.array() - 1) / 2;
+  const Vector3d mid = Vector3d::Map(contents.origin.data()) + StepMatrix(steps) * half;
   const std::optional<Steps> regular = RegularSteps(contents);
   if (regular) steps = *regular;
   if (regular && InOrder(steps)) {
@@ -141,12 +134,8 @@ std::string MakeRegular(const std::string& fileName, GridContents& contents) {
   }
 
   const double spacing = std::min({Length(steps[0]), Length(steps[1]), Length(steps[2])});
-  double size = 1;
-  for (size_t c = 0; c < 3; ++c) {
-    double length = 0;
-    for (size_t axis = 0; axis < 3; ++axis) length += dim[axis] * std::abs(steps[axis][c]);
-    size *= length / spacing + 1;
-  }
+  const Vector3d box = StepMatrix(steps).cwiseAbs() * dims;
+  const double size = (box.array() / spacing + 1).prod();
   constexpr double kMostPerElement = 64, kAlwaysAllowed = 1e6, kMost = 4e9;
   if (size > std::min(kMostPerElement * grid.GetSize() + kAlwaysAllowed, kMost)) {
     return fileName + ": a regular grid in its place would need " + std::to_string(size) +
@@ -158,9 +147,8 @@ std::string MakeRegular(const std::string& fileName, GridContents& contents) {
         "where it has no values",
         fileName.c_str(), spacing);
   }
-  contents.origin = mid;
-  move(contents.origin, -1);
-  const QXSkewGrid skew(grid, contents.origin, steps);
+  const Vector3d origin = mid - StepMatrix(steps) * half;
+  const QXSkewGrid skew(grid, {origin[0], origin[1], origin[2]}, steps);
   grid.Clear();
   QXMakeRegularGrid(grid, skew, static_cast<float>(spacing));
   return {};
@@ -169,8 +157,8 @@ std::string MakeRegular(const std::string& fileName, GridContents& contents) {
 std::string ReadGrid(const std::string& fileName, QXScalarGrid& grid) {
   GridContents contents;
   if (std::string problem = ReadContents(fileName, contents); !problem.empty()) return problem;
-  if (std::string problem = CheckGeometry(contents); !problem.empty()) {
-    return fileName + ": " + problem;
+  if (std::string problem = CheckGeometry(contents.origin, contents.steps); !problem.empty()) {
+    return fileName + ": " + problem + ": correct the header";
   }
   const size_t nonFinite = QXCountNonFinite(contents.values);
   if (std::string problem = MakeRegular(fileName, contents); !problem.empty()) return problem;
@@ -185,9 +173,12 @@ std::string ReadGrid(const std::string& fileName, QXScalarGrid& grid) {
 std::string WriteGrid(const std::string& fileName, const QXScalarGrid& grid, QXGridFormat format) {
   if (std::string problem = CheckFormat(fileName, format); !problem.empty()) return problem;
   if (grid.GetSize() == 0) return fileName + ": the grid has no elements: nothing is written";
-  const float place = grid.GetXMid() + grid.GetYMid() + grid.GetZMid();
-  if (!(grid.GetSpacing() > 0) || !std::isfinite(grid.GetSpacing()) || !std::isfinite(place)) {
-    return fileName + ": the grid has no place in space: set its spacing and mid point";
+  const double h = grid.GetSpacing();
+  const std::string problem =
+      CheckGeometry(QXGridOrigin(grid), {{{h, 0, 0}, {0, h, 0}, {0, 0, h}}});
+  if (!problem.empty()) {
+    return fileName + ": the grid has no place in space that a file can tell, " + problem +
+           ": set its spacing and mid point";
   }
   std::ofstream file(fileName, std::ios::binary | std::ios::trunc);
   if (!file.is_open()) return CannotOpen(fileName, "writing", errno);

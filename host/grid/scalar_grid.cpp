@@ -149,6 +149,18 @@ void QXGrid<T>::Realloc() {
 template class QXFixedGrid<float>;
 template class QXGrid<float>;
 
+std::vector<float> QXElementCoords(const QXGridBase& grid, int axis) {
+  unsigned int dim[3];
+  float mid[3];
+  grid.GetDim(dim[0], dim[1], dim[2]);
+  grid.GetMid(mid[0], mid[1], mid[2]);
+  std::vector<float> coords(dim[axis]);
+  for (unsigned int i = 0; i < dim[axis]; ++i) {
+    coords[i] = QXElementCoord(i, dim[axis], grid.GetSpacing(), mid[axis]);
+  }
+  return coords;
+}
+
 template <typename T>
 T QXLinearInterpolate(const QXFixedGrid<T>& grid, float x, float y, float z, const T& outside) {
   unsigned int dim[3];

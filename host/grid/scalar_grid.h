@@ -186,6 +186,26 @@ class QXScalarGrid : public QXGrid<float> {
   QXGridBase* CreateCopy() const override { return new QXScalarGrid(*this); }
 };
 
+/// The coordinates of the elements along an axis, 0 to 2, in their order.
+std::vector<float> QXElementCoords(const QXGridBase& grid, int axis);
+
+/// Calls visit(value, x, y, z) for every element in the order of the values, x, y and z the
+/// QXElementCoord as floats. Values of a grid that is not const may be changed.
+///
+///     QXForEachElement(grid, [&](float value, double x, double y, double z) { ... });
+template <typename Grid, typename Visit>
+void QXForEachElement(Grid& grid, Visit&& visit) {
+  const std::vector<float> xs = QXElementCoords(grid, 0);
+  const std::vector<float> ys = QXElementCoords(grid, 1);
+  const std::vector<float> zs = QXElementCoords(grid, 2);
+  auto* value = grid.GetValues();
+  for (const float z : zs) {
+    for (const float y : ys) {
+      for (const float x : xs) visit(*value++, x, y, z);
+    }
+  }
+}
+
 /// The value at a point by trilinear interpolation, along x, then y, then z, in double precision;
 /// `outside` unless the point lies between elements: the upper face of the outermost element
 /// centres is outside already. Defined for float.

@@ -1,43 +1,21 @@
 #include "host/grid/skew_grid.h"
 
-#include <algorithm>
 #include <cmath>
-#include <cstdint>
 
 #include "host/core/throw.h"
 #include "host/grid/grid_sampler.h"
+#include "host/grid/step_matrix.h"
+#include "host/molkit/trans.h"
 
 namespace QXCore {
 namespace {
 
 using Vector = QXSkewGrid::Vector;
+using Eigen::Matrix3d;
+using Eigen::Vector3d;
 
 // A box this much larger than a whole number of cells needs no further one: coordinates are floats.
 constexpr double kSlack = 1e-4;
-
-Vector Apply(const double* m, const Vector& p) {
-  return {m[0] * p[0] + m[1] * p[1] + m[2] * p[2], m[3] * p[0] + m[4] * p[1] + m[5] * p[2],
-          m[6] * p[0] + m[7] * p[1] + m[8] * p[2]};
-}
-
-Vector Cross(const Vector& a, const Vector& b) {
-  return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-}
-
-double Dot(const Vector& a, const Vector& b) {
-  return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
-}
-
-/// The rows that turn a difference of points into indices: inverse of the matrix of steps.
-std::array<Vector, 3> Reciprocal(const std::array<Vector, 3>& steps) {
-  std::array<Vector, 3> rows = {Cross(steps[1], steps[2]), Cross(steps[2], steps[0]),
-                                Cross(steps[0], steps[1])};
-  const double volume = Dot(steps[0], rows[0]);
-  for (Vector& row : rows) {
-    for (double& value : row) value /= volume;
-  }
-  return rows;
-}
 
 /// The number of cells of the given size that cover a length; 0 when that is not a sane number.
 unsigned int CellsToCover(double length, double spacing) {
@@ -77,12 +55,21 @@ Vector QXSkewGrid::GetPoint(double i, double j, double k) const {
 }
 
 void QXRotate(QXSkewGrid& grid, const double* m) {
-  grid.origin_ = Apply(m, grid.origin_);
-  for (Vector& step : grid.steps_) step = Apply(m, step);
+  const Matrix3d turn = Eigen::Matrix<double, 3, 3, Eigen::RowMajor>::Map(m);
+  const auto apply = [&](Vector& v) { Vector3d::Map(v.data()) = turn * Vector3d::Map(v.data()); };
+  apply(grid.origin_);
+  for (Vector& step : grid.steps_) apply(step);
 }
 
 void QXTranslate(QXSkewGrid& grid, const double* t) {
   for (size_t axis = 0; axis < 3; ++axis) grid.origin_[axis] += t[axis];
+}
+
+void QXTransform(QXSkewGrid& grid, const QXMolKit::QXTrans& motion) {
+  double rotation[9], translation[3];
+  motion.Extract(rotation, translation, true);
+  QXRotate(grid, rotation);
+  QXTranslate(grid, translation);
 }
 
 void QXMakeRegularGrid(QXScalarGrid& out, const QXSkewGrid& in, float spacing) {
@@ -99,13 +86,11 @@ void QXMakeRegularGrid(QXScalarGrid& out, const QXSkewGrid& in, float spacing) {
              static_cast<float>(centre[2]));
   if (values.GetSize() == 0) return;
 
+  const Matrix3d steps = StepMatrix(in.GetSteps());
+  const Vector3d box = steps.cwiseAbs() * Vector3d(from[0], from[1], from[2]);
   unsigned int dim[3];
-  for (size_t axis = 0; axis < 3; ++axis) {
-    double length = 0.0;
-    for (size_t step = 0; step < 3; ++step) {
-      length += from[step] * std::abs(in.GetSteps()[step][axis]);
-    }
-    dim[axis] = spacing > 0.0f ? CellsToCover(length, spacing) : 0;
+  for (int axis = 0; axis < 3; ++axis) {
+    dim[axis] = spacing > 0.0f ? CellsToCover(box[axis], spacing) : 0;
   }
   if (dim[0] == 0 || dim[1] == 0 || dim[2] == 0) {
     QXThrow.Error("No regular grid of spacing %g covers the moved grid: choose another spacing.",
@@ -114,7 +99,7 @@ void QXMakeRegularGrid(QXScalarGrid& out, const QXSkewGrid& in, float spacing) {
   }
   out.SetDim(dim[0], dim[1], dim[2]);
 
-  const std::array<Vector, 3> toIndex = Reciprocal(in.GetSteps());
+  const Matrix3d toIndex = steps.inverse();
   const QXGridSampler sample(values);
   float* value = out.GetValues();
   if (value == nullptr) return;
@@ -126,8 +111,9 @@ void QXMakeRegularGrid(QXScalarGrid& out, const QXSkewGrid& in, float spacing) {
   for (unsigned int k = 0; k < dim[2]; ++k) {
     for (unsigned int j = 0; j < dim[1]; ++j) {
       for (unsigned int i = 0; i < dim[0]; ++i) {
-        const Vector p = {coordinate(0, i), coordinate(1, j), coordinate(2, k)};
-        *value++ = sample({Dot(toIndex[0], p), Dot(toIndex[1], p), Dot(toIndex[2], p)});
+        const Vector3d index =
+            toIndex * Vector3d(coordinate(0, i), coordinate(1, j), coordinate(2, k));
+        *value++ = sample({index[0], index[1], index[2]});
       }
     }
   }

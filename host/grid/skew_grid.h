@@ -4,6 +4,10 @@
 
 #include "host/grid/scalar_grid.h"
 
+namespace QXMolKit {
+class QXTrans;
+}
+
 namespace QXCore {
 
 /// Where element (0, 0, 0) stands, in double precision.
@@ -45,6 +49,9 @@ void QXRotate(QXSkewGrid& grid, const double* m);
 
 /// Moves the grid in space by t, three numbers.
 void QXTranslate(QXSkewGrid& grid, const double* t);
+
+/// Moves the grid in space as `motion` moves points.
+void QXTransform(QXSkewGrid& grid, const QXMolKit::QXTrans& motion);
 
 /// Resamples `in` onto `out` by trilinear interpolation between the elements of `in`, 0 outside
 /// them. `out` becomes the regular grid of the given spacing whose box covers the box of all cells

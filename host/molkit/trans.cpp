@@ -52,7 +52,7 @@ void QXTranslation::GetMatrixAndVector(double* m, double* t) const {
 }
 
 QXTrans::QXTrans(const QXTrans& other) {
-  for (const auto& element : other.transforms_) Append(*element);
+  Append(other);
 }
 
 QXTrans& QXTrans::operator=(const QXTrans& other) {
@@ -63,6 +63,11 @@ QXTrans& QXTrans::operator=(const QXTrans& other) {
 
 void QXTrans::Append(const QXTransBase& t) {
   transforms_.emplace_back(t.CreateCopy());
+}
+
+void QXTrans::Append(const QXTrans& more) {
+  const size_t count = more.transforms_.size();
+  for (size_t i = 0; i < count; ++i) Append(*more.transforms_[i]);
 }
 
 QXIterator<QXTransBase>* QXTrans::GetTransforms() const {

@@ -61,6 +61,8 @@ class QXTrans {
   void Clear() { transforms_.clear(); }
   /// Appends a copy of `t`.
   void Append(const QXTransBase& t);
+  /// Appends copies of all elements of `more`, which may be this list.
+  void Append(const QXTrans& more);
   /// The elements in the order of application; null when there are none.
   QXIterator<QXTransBase>* GetTransforms() const;
   /// Moves one conformer: each element in turn is applied to its single-precision coordinates.

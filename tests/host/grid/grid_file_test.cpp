@@ -4,17 +4,18 @@
 #include <sys/stat.h>
 
 #include <cstring>
-#include <fstream>
 #include <map>
-#include <sstream>
 
-#include "grid_testing.h"
 #include "host/molkit/mol.h"
+#include "support/files.h"
+#include "support/grids.h"
+#include "support/messages.h"
 #include "support/molecules.h"
 
 namespace QXCore {
 namespace {
 
+using namespace QXTest;
 using QXMolKit::QXMol;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -24,23 +25,24 @@ using testing::Pair;
 const std::string kGolden = std::string(QX_TEST_DATA) + "/grids/";
 constexpr double kBohr = 0.529177210903;
 
-std::string Bytes(const std::string& file) {
-  std::ostringstream bytes;
-  bytes << std::ifstream(file, std::ios::binary).rdbuf();
-  return bytes.str();
-}
-
 QXScalarGrid Read(const std::string& file) {
   QXScalarGrid grid;
   EXPECT_TRUE(QXReadGrid(file, grid)) << file;
   return grid;
 }
 
+/// The bytes of a map with other words in its header from a place on, counted from 1.
+template <typename T>
+std::string Patched(std::string map, size_t word, const T& value) {
+  return map.replace(4 * (word - 1), sizeof value, reinterpret_cast<const char*>(&value),
+                     sizeof value);
+}
+
 class GridFile : public testing::Test {
  protected:
   /// The name of a file of these bytes.
   std::string Write(const std::string& name, const std::string& bytes) {
-    std::ofstream(folder_ / name, std::ios::binary) << bytes;
+    WriteFile(folder_ / name, bytes);
     return folder_ / name;
   }
 
@@ -103,11 +105,32 @@ TEST_F(GridFile, OtherAxesAreResampledWithAWarning) {
   }
 }
 
+TEST_F(GridFile, AxesThatDriftApartAreResampled) {
+  // A thousandth on each of 100 elements.
+  std::string cube = "t\nu\n0 0 0 0\n1 1 0 0\n1 0 1 0\n100 0 0 1.001\n";
+  for (int i = 0; i < 100; ++i) cube += " 1";
+  const Messages messages;
+  Read(Write("a.cube", cube));
+  ASSERT_EQ(messages.all.size(), 1u);
+  EXPECT_THAT(messages.all[0].second, HasSubstr(": resampled with"));
+}
+
 TEST_F(GridFile, MapsAreWrittenForViewersOfAllKinds) {
   for (const char* name : {"whole.ccp4", "fraction.ccp4"}) {
     EXPECT_TRUE(QXWriteGrid(folder_ / name, Read(kGolden + name)));
-    EXPECT_EQ(Bytes(folder_ / name), Bytes(kGolden + name)) << name;
+    EXPECT_EQ(ReadFile(folder_ / name), ReadFile(kGolden + name)) << name;
   }
+  // Angles that are left out are right ones.
+  const std::string map = ReadFile(kGolden + "whole.ccp4");
+  const QXScalarGrid grid = Read(Write("a.ccp4", Patched(map, 14, std::array<float, 3>{})));
+  EXPECT_EQ(Geometry(grid), Geometry(Read(kGolden + "whole.ccp4")));
+  // Statistics are those of the values that are numbers.
+  QXScalarGrid doubtful = MakeGrid(3, 1, 1, 1.0f);
+  doubtful.SetValues(std::array{1.0f, std::nanf(""), 3.0f}.data(), 3);
+  EXPECT_TRUE(QXWriteGrid(folder_ / "b.map", doubtful));
+  const std::string bytes = ReadFile(folder_ / "b.map");
+  const std::array least_most_mean = {1.0f, 3.0f, 2.0f};
+  EXPECT_EQ(Patched(Patched(bytes, 20, least_most_mean), 55, 1.0f), bytes);
 }
 
 TEST_F(GridFile, ReadingWhatWasWrittenGivesTheGridAgain) {
@@ -124,6 +147,10 @@ TEST_F(GridFile, ReadingWhatWasWrittenGivesTheGridAgain) {
     EXPECT_EQ(Values(again), Values(grid)) << name;
     EXPECT_EQ(again.GetTitle(), "a density");
   }
+  // A hundredth of an element off where a whole number of them would put it.
+  const QXScalarGrid near = MakeGrid(1, 1, 1, 0.37f, {0.3737f, 0, 0});
+  ASSERT_TRUE(QXWriteGrid(folder_ / "near.map", near));
+  EXPECT_NEAR(Read(folder_ / "near.map").GetXMid(), near.GetXMid(), 1e-7);
   const QXScalarGrid again = Read(folder_ / "a.cube");
   const QXMol& atoms = again.GetData<QXMol>(kQXGridMoleculeTag);
   EXPECT_TRUE(AllNear(Coords(atoms), Coords(mol), 1e-6));
@@ -187,26 +214,18 @@ TEST_F(GridFile, CubesOfAllVariants) {
 TEST_F(GridFile, DoubtfulValuesAreReadWithAWarning) {
   const std::string header = "t\n\n0 0 0 0\n2 1 0 0\n1 0 1 0\n3 0 0 1\n";
   Messages messages;
-  const std::string infinite = Write("a.cube", header + "1 NaN 3 -inf 5 1E+400\n");
-  EXPECT_EQ(QXCountNonFinite(Read(infinite)), 3u);
-  const std::string longer = Write("b.cube", header + "1 2 3 4 5 6\n7");
-  EXPECT_EQ(QXCountNonFinite(Read(longer)), 0u);
-  EXPECT_THAT(
-      messages.all,
-      ElementsAre(
-          Pair(QXErrorLevel::Warning, infinite + ": 3 of its values are infinite or not a number"),
-          Pair(QXErrorLevel::Warning,
-               longer + ":8: there are more values than the header promises: they are left "
-                        "out")));
+  const std::string infinite = Write("a.cube", header + "1 NaN -1E+400 -inf 5 1E+400\n");
+  const QXScalarGrid grid = Read(infinite);
+  EXPECT_EQ(QXCountNonFinite(grid), 4u);
+  EXPECT_EQ(grid.GetValues()[4], -std::numeric_limits<float>::infinity());
+  EXPECT_THAT(messages.all,
+              ElementsAre(Pair(QXErrorLevel::Warning,
+                               infinite + ": 4 of its values are infinite or not a number")));
 }
 
 TEST_F(GridFile, WhatCannotBeReadIsOneErrorAndChangesNothing) {
-  const std::string map = Bytes(kGolden + "whole.ccp4");
-  const auto patched = [&](int word, auto value) {
-    std::string bytes = map;
-    std::memcpy(bytes.data() + 4 * (word - 1), &value, 4);
-    return bytes;
-  };
+  const std::string map = ReadFile(kGolden + "whole.ccp4");
+  const auto patched = [&](size_t word, auto value) { return Patched(map, word, value); };
   const std::string axes = "2 1 0 0\n1 0 1 0\n3 0 0 1\n";
   const std::string promise = "promises more values than the file holds: get it anew";
   const float nan = std::nanf("");
@@ -231,6 +250,7 @@ TEST_F(GridFile, WhatCannotBeReadIsOneErrorAndChangesNothing) {
       {"a.ccp4", patched(17, 2), ": this is no CCP4 or MRC map (Incorrect MAPC/MAPR/MAPS records)"},
       {"a.ccp4", patched(51, nan), ": it begins at the coordinate nan angstrom: correct"},
       {"a.ccp4", patched(12, 1e30f), ": its elements are"},
+      {"a.ccp4", patched(12, HUGE_VALF), ": its axes have no finite lengths: correct the header"},
       {"a.ccp4", patched(12, 1e5f), ": a regular grid in its place would need"},
       {"a.cube", "t\n", ":2: the file ends in its header: get it anew"},
       {"a.cube", std::string(9999, 'x'), ":1: a line this long belongs to no cube file: get"},
@@ -241,10 +261,13 @@ TEST_F(GridFile, WhatCannotBeReadIsOneErrorAndChangesNothing) {
       {"a.cube", "t\nu\n0 0 0 0\n2 1 0 0\n1 0 1 0\n-2147483648 0 0 1\n1", ":6: some numbers of"},
       {"a.cube", "t\nu\n0 0 0 0\n2000000000 1 0 0\n", ":4: the header " + promise},
       {"a.cube", "t\nu\n1 0 0 0\n" + axes + "6 6 0 0 nan\n", ":7: here stand an atomic number, a"},
+      {"a.cube", "t\nu\n1 0 0 0\n" + axes + "119 6 0 0 0\n", ":7: here stand an atomic number"},
       {"a.cube", "t\nu\n-1 0 0 0\n" + axes + "6 6 0 0 0\n2 1 2\n1 2 3 4 5 6\n",
        ":8: the file has \"2\" data sets: write one into a file of its own"},
       {"a.cube", "t\nu\n0 0 0 0\n" + axes + "1 2\n3 4\n5",
        ":9: the file ends after 5 of 6 values: get it anew"},
+      {"a.cube", "t\nu\n0 0 0 0\n" + axes + "1 2 3 4 5 6\n7",
+       ":8: there are more values than the header promises: get it anew"},
       {"a.cube", "t\nu\n0 0 0 0\n" + axes + "1 2\n3 **** 5 6",
        ":8: \"****\" is no number: get the file anew"},
       {"a.cube", "t\nu\n0 0 0 0\n2 1 0 0\n1 1 0 0\n3 0 0 1\n1 2 3 4 5 6\n",
@@ -267,8 +290,11 @@ TEST_F(GridFile, WhatCannotBeReadIsOneErrorAndChangesNothing) {
   EXPECT_FALSE(QXReadGrid(folder_ / "missing.cube", grid));
   ::mkfifo((folder_ / "pipe.cube").c_str(), 0600);
   EXPECT_FALSE(QXReadGrid(folder_ / "pipe.cube", grid));
-  ASSERT_EQ(messages.all.size(), 3u);
-  EXPECT_THAT(messages.all[2].second, HasSubstr(": this is a pipe or a device: copy it"));
+  std::filesystem::create_symlink("/dev/null", folder_ / "n.map");
+  EXPECT_FALSE(QXReadGrid(folder_ / "n.map", grid));
+  ASSERT_EQ(messages.all.size(), 4u);
+  for (const size_t i : {2u, 3u})
+    EXPECT_THAT(messages.all[i].second, HasSubstr(": this is a pipe or a device: copy it"));
   EXPECT_THAT(messages.all[0].second, HasSubstr(": this is a directory: name a grid file"));
   EXPECT_THAT(messages.all[1].second, HasSubstr("cannot be opened for reading (No such file"));
 }
@@ -282,6 +308,10 @@ TEST_F(GridFile, WhatCannotBeWrittenIsAnError) {
       {folder_ / "a.png", grid, "the extension \".png\" names no grid format"},
       {folder_ / "a.map", QXScalarGrid(), "the grid has no elements"},
       {folder_ / "a.map", MakeGrid(1, 1, 1, 0.0f), "the grid has no place in space"},
+      {folder_ / "a.map", MakeGrid(1, 1, 1, 1.0f, {0, std::nanf(""), 0}), "no place in space"},
+      {folder_ / "a.map", MakeGrid(1, 1, 1, 2e5f),
+       "elements are 200000.000000 angstrom apart: set"},
+      {folder_ / "a.map", MakeGrid(1, 1, 1, 1.0f, {0, 2e5f, 0}), "begins at the coordinate 200000"},
   };
   for (const auto& [name, what, message] : cases) {
     Messages messages;
