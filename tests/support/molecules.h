@@ -1,6 +1,5 @@
 #pragma once
 
-#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <stdexcept>
@@ -8,6 +7,7 @@
 #include <vector>
 
 #include "host/molkit/mol.h"
+#include "support/files.h"
 
 namespace QXTest {
 
@@ -59,22 +59,5 @@ inline std::vector<QXMolKit::QXConfBase*> Conformers(const QXMolKit::QXMCMolBase
   for (; confs && confs->IsValid(); confs->Next()) all.push_back(confs->Get());
   return all;
 }
-
-/// An empty folder that goes with the test.
-class TemporaryFolder {
- public:
-  TemporaryFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "qxtestXXXXXX").string();
-    if (!mkdtemp(name.data())) throw std::runtime_error("no temporary folder");
-    path_ = name;
-  }
-  ~TemporaryFolder() { std::filesystem::remove_all(path_); }
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-  std::string operator/(const std::string& name) const { return (path_ / name).string(); }
-
- private:
-  std::filesystem::path path_;
-};
 
 }  // namespace QXTest

@@ -2,21 +2,16 @@
 
 #include <gmock/gmock.h>
 
-#include <cmath>
-#include <limits>
-#include <random>
-
 #include "host/grid/field_grid.h"
 #include "host/grid/grid_file.h"
 #include "host/molkit/molstream.h"
-#include "host/molkit/trans.h"
+#include "support/grids.h"
+#include "support/molecules.h"
 #include "tests/tools/tool_test.h"
 
 namespace {
 
 using namespace QXTest;
-using QXCore::QXScalarGrid;
-using QXMolKit::QXMol;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -27,40 +22,17 @@ constexpr double kAmplitude = 2.7, kExponent = 2.34422871067 / (1.7 * 1.7);
 
 class GridCommands : public ToolTest {
  protected:
-  /// A record of carbons without bonds.
   void WriteAtoms(const std::string& name, const std::vector<std::array<double, 3>>& places) {
-    QXMol mol;
-    std::vector<double> coordinates;
-    for (const auto& place : places) {
-      mol.NewAtom(6);
-      coordinates.insert(coordinates.end(), place.begin(), place.end());
-    }
-    mol.SetCoords(coordinates.data());
-    mol.SetDimension(3);
-    QXMolKit::qxmolostream out(Path(name));
-    ASSERT_TRUE(QXMolKit::QXWriteMolecule(out, mol) && out.close());
+    WriteFile(Path(name), Carbons("", places).Text());
   }
 
   /// The density of all atoms of a molecule, on a grid around it, with the atoms.
   void WriteDensity(const std::string& name, const QXMol& mol, float spacing = 0.5f) {
-    QXScalarGrid grid;
-    std::vector<double> x(3 * size_t{mol.NumAtoms()});
-    mol.GetCoords(x.data());
-    double low[3], high[3];
-    for (size_t axis = 0; axis < 3; ++axis) {
-      low[axis] = high[axis] = x[axis];
-      for (size_t i = axis; i < x.size(); i += 3) {
-        low[axis] = std::min(low[axis], x[i]);
-        high[axis] = std::max(high[axis], x[i]);
-      }
-    }
-    const auto elements = [&](size_t axis) {
-      return static_cast<unsigned int>((high[axis] - low[axis] + 6.0) / spacing);
-    };
-    const auto mid = [&](size_t axis) { return static_cast<float>((high[axis] + low[axis]) / 2); };
-    grid.SetDim(elements(0), elements(1), elements(2));
-    grid.SetSpacing(spacing);
-    grid.SetMid(mid(0), mid(1), mid(2));
+    const std::vector<double> x = Coords(mol);
+    const Eigen::Map<const Eigen::Matrix3Xd> places(x.data(), 3, mol.NumAtoms());
+    const Vector3d low = places.rowwise().minCoeff(), high = places.rowwise().maxCoeff();
+    const auto dim = (((high - low).array() + 6.0) / spacing).cast<unsigned int>().eval();
+    QXScalarGrid grid = MakeGrid(dim[0], dim[1], dim[2], spacing, ((low + high) / 2).cast<float>());
     QXFieldKit::QXMakeMolecularGaussianGrid(grid, mol);
     grid.SetData(QXCore::kQXGridMoleculeTag, mol);
     ASSERT_TRUE(QXCore::QXWriteGrid(Path(name), grid));
@@ -85,30 +57,21 @@ class GridCommands : public ToolTest {
   }
 };
 
-double LargestDistance(const QXMol& a, const QXMol& b) {
-  std::vector<double> x(3 * size_t{a.NumAtoms()}), y(3 * size_t{b.NumAtoms()});
-  if (x.size() != y.size() || x.empty()) return std::numeric_limits<double>::infinity();
-  a.GetCoords(x.data());
-  b.GetCoords(y.data());
-  double largest = 0.0;
-  for (size_t i = 0; i < x.size(); i += 3) {
-    largest = std::max(largest, std::hypot(x[i] - y[i], x[i + 1] - y[i + 1], x[i + 2] - y[i + 2]));
-  }
-  return largest;
+testing::AssertionResult Near(const QXMol& a, const QXMol& b, double tolerance) {
+  return AllNear(Coords(a), Coords(b), tolerance);
 }
 
 void Move(QXMol& mol, unsigned int seed) {
   std::mt19937 random(seed);
-  std::normal_distribution<double> normal;
-  const Motion motion = MakeMotion({normal(random), normal(random), normal(random), normal(random)},
-                                   {20 * normal(random), 20 * normal(random), 20 * normal(random)});
-  QXMolKit::QXRotate(mol, motion.rotation.data());
-  QXMolKit::QXTranslate(mol, motion.shift.data());
+  std::vector<double> x = Coords(mol);
+  Eigen::Map<Eigen::Matrix3Xd> places(x.data(), 3, mol.NumAtoms());
+  places = (RandomMotion(random) * places).eval();
+  mol.SetCoords(x.data());
 }
 
 TEST_F(GridCommands, ExpansionOfOneAtomIsTheAtom) {
   // Its Gaussian is the first function of the basis of width sqrt(2 exponent).
-  WriteAtoms("one.sdf", {{50.0, -20.0, 7.25}});
+  WriteFile(Path("one.sdf"), Carbons("the one", {{50.0, -20.0, 7.25}}).Text());
   ASSERT_EQ(Run({"expand", "one.sdf", "--npolymax", "3"}), 0) << err_;
   const double exact = kAmplitude * kAmplitude * std::pow(M_PI / (2 * kExponent), 1.5);
   EXPECT_THAT(out_, HasSubstr("Degree        3, 20 coefficients\n"));
@@ -120,26 +83,24 @@ TEST_F(GridCommands, ExpansionOfOneAtomIsTheAtom) {
 
   for (const char* name : {"one.ccp4", "one.cube"}) {
     ASSERT_EQ(Run({"grid", "one.sdf", "--out", name, "--spacing", "0.75"}), 0) << err_;
-    const QXScalarGrid grid = ReadGrid(name);
+    QXScalarGrid grid = ReadGrid(name);
     ASSERT_GE(grid.GetXDim(), 5u);
-    unsigned int place = 0;
-    for (unsigned int k = 0; k < grid.GetZDim(); ++k) {
-      for (unsigned int j = 0; j < grid.GetYDim(); ++j) {
-        for (unsigned int i = 0; i < grid.GetXDim(); ++i, ++place) {
-          const double x = QXCore::QXElementCoord(i, grid.GetXDim(), 0.75f, grid.GetXMid()) - 50.0;
-          const double y = QXCore::QXElementCoord(j, grid.GetYDim(), 0.75f, grid.GetYMid()) + 20.0;
-          const double z = QXCore::QXElementCoord(k, grid.GetZDim(), 0.75f, grid.GetZMid()) - 7.25;
-          // Widths are found to 1e-4 or so, and the value is flat in them at the optimum.
-          ASSERT_NEAR(grid.GetValues()[place],
-                      kAmplitude * std::exp(-kExponent * (x * x + y * y + z * z)), 2e-3)
-              << name << " " << i << " " << j << " " << k;
-        }
-      }
-    }
+    EXPECT_EQ(grid.GetTitle(), "the one");
+    ForElements(grid, [&](float value, const Vector3d& p) {
+      // Widths are found to 1e-4 or so, and the value is flat in them at the optimum.
+      const double squared = (p - Vector3d(50.0, -20.0, 7.25)).squaredNorm();
+      ASSERT_NEAR(value, kAmplitude * std::exp(-kExponent * squared), 2e-3) << name;
+    });
   }
-  EXPECT_EQ(
-      LargestDistance(ReadGrid("one.cube").GetData<QXMol>("molecule"), ReadMol(Path("one.sdf"))),
-      0.0);
+  EXPECT_TRUE(Near(ReadGrid("one.cube").GetData<QXMol>("molecule"), ReadMol(Path("one.sdf")), 0.0));
+  ASSERT_EQ(Run({"grid", "one.sdf", "--out", "one.map", "--width", "4"}), 0) << err_;
+  EXPECT_EQ(out_, "one.map: 22 x 22 x 22 elements, spacing 0.5 A\n");  // (4 + 6) / 0.5 + 2
+
+  ASSERT_EQ(Run({"expand", "one.sdf", "--UseOptimalLambdas", "false", "--LambdaX", "2"}), 0);
+  EXPECT_THAT(out_, HasSubstr("Widths        2.000000 2.000000 2.000000 1/A\n"));
+  ASSERT_EQ(Run({"expand", kReference, "--hydrogens"}), 0);
+  EXPECT_THAT(
+      out_, HasSubstr("molecule, " + std::to_string(ReadMol(kReference).NumAtoms()) + " atoms\n"));
 }
 
 TEST_F(GridCommands, ExpansionInAFileIsTheExpansion) {
@@ -166,21 +127,20 @@ TEST_F(GridCommands, MoleculeLandsWhereItsDensityIs) {
     ASSERT_TRUE(QXMolKit::QXWriteMolecule(out, moved) && out.close());
     ASSERT_EQ(Run({"overlay", "--ref", "map.mrc", "--fit", "fit.sdf", "--out", "hits.sdf"}), 0)
         << err_;
-    EXPECT_LT(LargestDistance(ReadMol(Path("hits.sdf")), reference), 0.3) << seed;
+    EXPECT_TRUE(Near(ReadMol(Path("hits.sdf")), reference, 0.3)) << seed;
     // And the map lands on the molecule, with the atoms that its file keeps.
     WriteDensity("map.cube", reference);
     ASSERT_EQ(Run({"overlay", "--ref", "fit.sdf", "--fit", "map.cube", "--out", "on.cube"}), 0)
         << err_;
     const QXScalarGrid grid = ReadGrid("on.cube");
     const QXMol atoms = grid.GetData<QXMol>("molecule");
-    EXPECT_LT(LargestDistance(atoms, ReadMol(Path("fit.sdf"))), 0.3) << seed;
-    double x[3];
-    float least = std::numeric_limits<float>::infinity();
-    for (unsigned int i = 0; i < atoms.NumAtoms(); ++i) {
-      atoms.GetCoords(atoms.GetAtom(i), x);
-      least = std::min(least, QXCore::QXLinearInterpolate(grid, static_cast<float>(x[0]),
-                                                          static_cast<float>(x[1]),
-                                                          static_cast<float>(x[2]), 0.0f));
+    EXPECT_TRUE(Near(atoms, ReadMol(Path("fit.sdf")), 0.3)) << seed;
+    const std::vector<double> x = Coords(atoms);
+    float least = HUGE_VALF;
+    for (size_t i = 0; i < x.size(); i += 3) {
+      least = std::min(least, QXCore::QXLinearInterpolate(grid, static_cast<float>(x[i]),
+                                                          static_cast<float>(x[i + 1]),
+                                                          static_cast<float>(x[i + 2]), 0.0f));
     }
     EXPECT_GT(least, 0.8 * kAmplitude) << "the values do not lie on the atoms of the file";
   }
@@ -191,8 +151,10 @@ TEST_F(GridCommands, GridsAreRankedAndMovedOntoAGrid) {
   WriteDensity("ref.ccp4", copy);
   Move(copy, 4);
   WriteDensity("copy.cube", copy);
-  std::vector<double> x(3 * size_t{other.NumAtoms()});
-  other.GetCoords(x.data());
+  QXScalarGrid scaled = ReadGrid("copy.cube");  // in other units
+  ForElements(scaled, [](float& value, const Vector3d&) { value *= 6.748f; });
+  ASSERT_TRUE(QXCore::QXWriteGrid(Path("copy.cube"), scaled));
+  std::vector<double> x = Coords(other);
   for (size_t i = 0; i < x.size(); i += 3) x[i] *= 1.3;
   other.SetCoords(x.data());
   WriteDensity("other.cube", other);
@@ -203,8 +165,7 @@ TEST_F(GridCommands, GridsAreRankedAndMovedOntoAGrid) {
   EXPECT_THAT(err_, HasSubstr("broken.map: "));
   EXPECT_THAT(err_, HasSubstr("1 file skipped\n"));
   EXPECT_THAT(ReadFile(Path("rank.csv")), HasSubstr("\n1,copy.cube,copy.cube,1,1,0.99"));
-  EXPECT_LT(LargestDistance(ReadGrid("moved.cube").GetData<QXMol>("molecule"), HeavyReference()),
-            0.05);
+  EXPECT_TRUE(Near(ReadGrid("moved.cube").GetData<QXMol>("molecule"), HeavyReference(), 0.05));
   EXPECT_EQ(ReadGrid("moved-2.cube").GetData<QXMol>("molecule").NumAtoms(), other.NumAtoms());
 }
 
@@ -221,11 +182,10 @@ TEST_F(GridCommands, AtomsComeBackOutOfTheirDensity) {
   const QXMol found = ReadMol(Path("atoms.sdf"));
   ASSERT_EQ(found.NumAtoms(), known.NumAtoms());
   for (const auto& place : places) {
-    double nearest = std::numeric_limits<double>::infinity(), x[3];
-    for (unsigned int i = 0; i < found.NumAtoms(); ++i) {
-      found.GetCoords(found.GetAtom(i), x);
-      nearest = std::min(nearest, std::hypot(x[0] - place[0], x[1] - place[1], x[2] - place[2]));
-    }
+    double nearest = HUGE_VAL;
+    const std::vector<double> x = Coords(found);
+    for (size_t i = 0; i < x.size(); i += 3)
+      nearest = std::min(nearest, (Vector3d(&x[i]) - Vector3d(place.data())).norm());
     EXPECT_LT(nearest, 0.3) << place[0];
   }
   // One atom at a time can only find the middle of one atom.
@@ -237,7 +197,7 @@ TEST_F(GridCommands, AtomsComeBackOutOfTheirDensity) {
            "--npolymax", "6", "--UseOptimalLambdas", "false", "--LambdaX", "1.2736"}),
       0)
       << err_;
-  EXPECT_LT(LargestDistance(ReadMol(Path("one-found.sdf")), one), 0.05);
+  EXPECT_TRUE(Near(ReadMol(Path("one-found.sdf")), one, 0.05));
 }
 
 TEST_F(GridCommands, WhatCannotBeUsedIsRefusedWithAReason) {
@@ -250,8 +210,28 @@ TEST_F(GridCommands, WhatCannotBeUsedIsRefusedWithAReason) {
   WriteFile(Path("cut.ccp4"), ReadFile(Path("good.ccp4")).substr(0, 2000));
   WriteFile(Path("bad.json"), R"({"format": "qxhermite expansion 1", "title": 3})");
   WriteFile(Path("short.json"), "[1, 2");
+  ASSERT_EQ(Run({"expand", kReference, "--npolymax", "1", "--out", "good.json"}), 0);
+  const std::string json = ReadFile(Path("good.json"));
+  const auto damaged = [&](const std::string& name, const std::string& key,
+                           const std::string& value) {
+    const size_t at = json.find('"' + key + "\": ");
+    ASSERT_LT(at, json.size());
+    const size_t behind = at + key.size() + 4;
+    WriteFile(Path(name), json.substr(0, behind) + value + json.substr(behind));
+  };
+  damaged("degree.json", "NPolyMax", "10");  // before the 1
+  damaged("few.json", "NPolyMax", "0, \"was\": ");
+  damaged("zero.json", "LambdaX", "0, \"was\": ");
+  damaged("extent.json", "width", "-");
+  damaged("space.json", "center", "[1, 2], \"was\": ");
   const std::vector<std::string> files = Files();
 
+  const auto onGrid = [](const std::vector<std::string>& more) {
+    std::vector<std::string> words = {"overlay", "--ref", "good.ccp4", "--out",
+                                      "x.map",   "--fit", "a.cube",    "b.cube"};
+    words.insert(words.end(), more.begin(), more.end());
+    return words;
+  };
   struct Case {
     std::vector<std::string> words;
     std::string message;
@@ -268,6 +248,14 @@ TEST_F(GridCommands, WhatCannotBeUsedIsRefusedWithAReason) {
       {{"expand", "missing.cube"}, "missing.cube: "},
       {{"expand", "bad.json"}, "bad.json: cannot be read"},
       {{"expand", "short.json"}, "short.json: cannot be read"},
+      {{"expand", "degree.json"}, "degree.json: NPolyMax has an illegal value: write it anew"},
+      {{"expand", "few.json"}, "few.json: 4 coefficients, but degree 0 has 1: write it anew"},
+      {{"expand", "zero.json"}, "zero.json: a width is not a positive number"},
+      {{"expand", "extent.json"}, "extent.json: a width or a self overlap is not positive"},
+      {{"expand", "space.json"}, "space.json: the center has not three coordinates"},
+      {{"expand", "good.txt"}, "good.txt: the extension names no format: use .sdf"},
+      {{"expand", "good.ccp4", "--hydrogens"}, "--hydrogens: is for molecules"},
+      {{"expand", "good.ccp4", "--record", "2"}, "--record: is for molecules"},
       {{"expand", kReference, "--record", "9"}, "no such record"},
       {{"expand", "good.ccp4", "--out", "x.txt"}, "x.txt: expansions are written as JSON"},
       {{"grid", kReference, "--out", "x.sdf"}, "x.sdf: not the name of a grid"},
@@ -277,10 +265,20 @@ TEST_F(GridCommands, WhatCannotBeUsedIsRefusedWithAReason) {
       {{"atoms", kReference, "--out", "x.sdf"}, "not the name of a grid"},
       {{"atoms", "good.ccp4", "--out", "x.cube"}, "x.cube: atoms cannot be written"},
       {{"atoms", "good.ccp4", "--out", "x.sdf", "--method", "magic"}, "--method"},
+      {{"atoms", "good.ccp4", "--out", "x.sdf", "--cut", "1.5"}, "--cut: a share is at most 1"},
+      {{"atoms", "good.ccp4", "--out", "x.sdf", "--blur", "1e10"}, "--blur: more than 10 A"},
+      {{"atoms", "good.ccp4", "--out", "x.sdf", "--threshold", "2"}, "a fraction is at most 1"},
+      {{"atoms", "good.ccp4", "--out", "x.sdf", "--UseCenterOfMass", "true"}, "centred anyway"},
       {{"overlay", "--ref", kReference, "--fit", kReference, "good.ccp4", "--out", "x.sdf"},
        "molecules and grids"},
       {{"overlay", "--ref", kReference, "--fit", "good.ccp4", "--out", "x.sdf"},
        "moved grids cannot be written"},
+      {onGrid({"--cut", "1.5"}), "--cut: a share is at most 1"},
+      {onGrid({"--UseSingleLambda", "false"}), "grids are overlaid with one width"},
+      {onGrid({"--poses", "2"}), "--poses: is for molecules"},
+      {onGrid({"--records", "kept"}), "--records: is for molecules"},
+      {onGrid({"--csv", "x-2.map"}), "x-2.map: is written twice: give --csv another name"},
+      {onGrid({"--fit", "x-3.map"}), "x-3.map: is both read and written"},
   };
   for (const Case& one : cases) {
     EXPECT_EQ(Run(one.words), 1) << one.message;
@@ -288,6 +286,16 @@ TEST_F(GridCommands, WhatCannotBeUsedIsRefusedWithAReason) {
     EXPECT_THAT(out_, IsEmpty()) << one.message;
   }
   EXPECT_EQ(Files(), files);
+}
+
+TEST_F(GridCommands, ABasisFinerThanTheElementsIsToldOf) {
+  WriteDensity("coarse.ccp4", HeavyReference(), 1.0f);
+  ASSERT_EQ(Run({"expand", "coarse.ccp4", "--npolymax", "20"}), 0);
+  EXPECT_THAT(err_, IsEmpty());
+  ASSERT_EQ(Run({"expand", "coarse.ccp4", "--npolymax", "20", "--UseOptimalLambdas", "false",
+                 "--LambdaX", "1.5"}),
+            0);
+  EXPECT_THAT(err_, HasSubstr("coarse.ccp4: its elements are too far apart"));
 }
 
 }  // namespace

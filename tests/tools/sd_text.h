@@ -1,41 +1,33 @@
 #pragma once
 
+#include <Eigen/Geometry>
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
+#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include "support/files.h"
 
 // SD records as text, handled without the library, so that what the tool read and wrote is judged
 // by other eyes. V2000 only.
 
 namespace QXTest {
 
-struct Motion {
-  std::array<double, 9> rotation{1, 0, 0, 0, 1, 0, 0, 0, 1};
-  std::array<double, 3> shift{};
-};
+using Eigen::Vector3d;
+using Motion = Eigen::Isometry3d;
 
-/// The rotation of a quaternion, which need not be a unit one, then a shift.
-inline Motion MakeMotion(std::array<double, 4> q, std::array<double, 3> shift) {
-  const double norm = std::sqrt(q[0] * q[0] + q[1] * q[1] + q[2] * q[2] + q[3] * q[3]);
-  const double w = q[0] / norm, x = q[1] / norm, y = q[2] / norm, z = q[3] / norm;
-  return {{1 - 2 * (y * y + z * z), 2 * (x * y - w * z), 2 * (x * z + w * y),  //
-           2 * (x * y + w * z), 1 - 2 * (x * x + z * z), 2 * (y * z - w * x),  //
-           2 * (x * z - w * y), 2 * (y * z + w * x), 1 - 2 * (x * x + y * y)},
-          shift};
+inline Motion MakeMotion(const Eigen::Quaterniond& turn, const Vector3d& shift) {
+  return Eigen::Translation3d(shift) * turn.normalized();
 }
 
-inline std::string ReadFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-inline void WriteFile(const std::string& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary) << text;
+inline Motion RandomMotion(std::mt19937& random) {
+  std::normal_distribution<double> normal;
+  const auto next = [&] { return normal(random); };
+  return MakeMotion(Eigen::Quaterniond(Eigen::Vector4d::NullaryExpr(next)),
+                    20 * Vector3d::NullaryExpr(next));
 }
 
 struct SdRecord {
@@ -44,8 +36,9 @@ struct SdRecord {
   std::string Title() const { return lines.at(0); }
   size_t NumAtoms() const { return std::stoul(lines.at(3).substr(0, 3)); }
   size_t NumBonds() const { return std::stoul(lines.at(3).substr(3, 3)); }
-  double Coordinate(size_t atom, size_t axis) const {
-    return std::stod(lines.at(4 + atom).substr(10 * axis, 10));
+  Vector3d Place(size_t atom) const {
+    const std::string& line = lines.at(4 + atom);
+    return {std::stod(line), std::stod(line.substr(10)), std::stod(line.substr(20))};
   }
   std::string Element(size_t atom) const { return lines.at(4 + atom).substr(31, 2); }
   /// Begin, end and order of all bonds, as text.
@@ -73,11 +66,7 @@ struct SdRecord {
     SdRecord copy(*this);
     for (size_t atom = 0; atom < NumAtoms(); ++atom) {
       char text[40];
-      double p[3];
-      for (size_t row = 0; row < 3; ++row) {
-        p[row] = motion.shift[row];
-        for (size_t k = 0; k < 3; ++k) p[row] += motion.rotation[3 * row + k] * Coordinate(atom, k);
-      }
+      const Vector3d p = motion * Place(atom);
       std::snprintf(text, sizeof text, "%10.4f%10.4f%10.4f", p[0], p[1], p[2]);
       copy.lines[4 + atom].replace(0, 30, text);
     }
@@ -114,9 +103,7 @@ inline std::string Text(const std::vector<SdRecord>& records) {
 inline double LargestDistance(const SdRecord& a, const SdRecord& b) {
   double largest = a.NumAtoms() == b.NumAtoms() ? 0.0 : INFINITY;
   for (size_t atom = 0; atom < a.NumAtoms() && std::isfinite(largest); ++atom) {
-    largest = std::fmax(largest, std::hypot(a.Coordinate(atom, 0) - b.Coordinate(atom, 0),
-                                            a.Coordinate(atom, 1) - b.Coordinate(atom, 1),
-                                            a.Coordinate(atom, 2) - b.Coordinate(atom, 2)));
+    largest = std::fmax(largest, (a.Place(atom) - b.Place(atom)).norm());
   }
   return largest;
 }

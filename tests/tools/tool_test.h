@@ -18,16 +18,9 @@ namespace QXTest {
 /// A folder of its own for each test, in which the tool runs.
 class ToolTest : public testing::Test {
  protected:
-  void SetUp() override {
-    folder_ = std::filesystem::temp_directory_path() /
-              ("qxhermite-test-" + std::to_string(::getpid()) + "-" +
-               testing::UnitTest::GetInstance()->current_test_info()->name());
-    std::filesystem::remove_all(folder_);
-    std::filesystem::create_directories(folder_ / "tmp");
-  }
-  void TearDown() override { std::filesystem::remove_all(folder_); }
+  ToolTest() { std::filesystem::create_directory(Path("tmp")); }
 
-  std::string Path(const std::string& name) const { return (folder_ / name).string(); }
+  std::string Path(const std::string& name) const { return folder_ / name; }
 
   /// words: the command and its arguments. first: what the shell is to do before; last: where the
   /// tool's streams go.
@@ -36,7 +29,7 @@ class ToolTest : public testing::Test {
     // The shell only changes the folder; `exec` leaves its process to the tool.
     std::string line =
         "cd \"$0\" && export TMPDIR=\"$0/tmp\" && " + first + " && exec \"$@\" " + last;
-    std::vector<std::string> all = {"/bin/sh", "-c", line, folder_.string(), QX_TOOL};
+    std::vector<std::string> all = {"/bin/sh", "-c", line, Path(""), QX_TOOL};
     all.insert(all.end(), words.begin(), words.end());
     std::vector<char*> argv;
     for (std::string& word : all) argv.push_back(word.data());
@@ -67,15 +60,15 @@ class ToolTest : public testing::Test {
   /// Names of all files below a folder of the test, without the texts that the tool printed.
   std::vector<std::string> Files(const std::string& below = "") const {
     std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder_ / below)) {
-      const std::string name = entry.path().lexically_relative(folder_).string();
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(Path(below))) {
+      const std::string name = entry.path().lexically_relative(Path("")).string();
       if (!entry.is_directory() && name != "out.txt" && name != "err.txt") names.push_back(name);
     }
     std::sort(names.begin(), names.end());
     return names;
   }
 
-  std::filesystem::path folder_;
+  TemporaryFolder folder_;
   std::string out_, err_;
 };
 

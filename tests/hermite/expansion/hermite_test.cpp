@@ -106,21 +106,5 @@ TEST(Hermite, TakesCoefficientsOfTheRightSizeOnly) {
   EXPECT_NE(center, Vector(3, 0.0));
 }
 
-// Projections on growing bases: the self overlap rises to that of the density.
-TEST(Hermite, SelfOverlapRisesToThatOfTheDensity) {
-  const Gaussians gaussians = RandomGaussians(8, 105);
-  const double exact = Integrate3D(
-      [&](double x, double y, double z) { return std::pow(Evaluate(gaussians, x, y, z), 2); }, 8.5,
-      0.25);
-  double previous = 0;
-  for (unsigned int N : {0u, 2u, 5u, 10u, 20u, 40u}) {
-    const double S = Expanded(gaussians, FixedWidths(N, 1.0, 1.0, 1.0)).GetSelfOverlap();
-    EXPECT_GT(S, previous) << N;
-    EXPECT_LE(S, exact * (1 + 1e-13)) << N;
-    previous = S;
-  }
-  EXPECT_NEAR(previous / exact, 1.0, 1e-6);
-}
-
 }  // namespace
 }  // namespace QXHermiteMath

@@ -31,14 +31,14 @@ TEST(ApproxBestLambda, OfAGridFollowsFromTheElementsAboveAQuarter) {
       e.push_back(4.0 / lambda);
     return e;
   };
-  const QXScalarGrid row = ZeroGrid(5, 1, 1, 2.0f, 10.0f, 0.0f, 2.5f);  // x - 10: -4, -2, 0, 2, 4
+  const QXScalarGrid row = MakeGrid(5, 1, 1, 2.0f, {10.0f, 0.0f, 2.5f});  // x - 10: -4, -2, 0, 2, 4
   const struct {
     QXScalarGrid grid;
     std::vector<float> values;
     Vector expected;
   } cases[] = {
       {row, {0, 0, 0, 0, 0}, {1.5, 1.5, 1.5}},
-      {ZeroGrid(3, 0, 3, 2.0f), {}, {1.5, 1.5, 1.5}},
+      {MakeGrid(3, 0, 3, 2.0f), {}, {1.5, 1.5, 1.5}},
       {row, {0.25f, 0.5f, 0, 1, 0.25f}, {2.5, 1.5, 3.5}},
       // A negative element is replaced by the next, so that a quarter of 1, not of 8, counts ...
       {row, {0.5f, 4, -8, 1, 0}, {4.5, 1.5, 3.5}},

@@ -18,9 +18,7 @@ Vector OnX(const Vector& xs) {
 
 // Elements 1 angstrom apart on the x axis, about the origin.
 QXScalarGrid Row(const std::vector<float>& values) {
-  QXScalarGrid grid;
-  grid.SetDim(static_cast<unsigned int>(values.size()), 1, 1);
-  grid.SetSpacing(1.0f);
+  QXScalarGrid grid = MakeGrid(static_cast<unsigned int>(values.size()), 1, 1, 1.0f);
   std::ranges::copy(values, grid.GetValues());
   return grid;
 }
@@ -142,12 +140,15 @@ TEST_F(GridToAtoms, WritesAtomsAndTheirDensityInTheFrameOfTheCaller) {
   QXGridToAtoms search = Search(0.5);
   const std::string molFile = folder_ / "atoms.qxb", gridFile = folder_ / "atoms.ccp4";
   const Vector places = {0.5, -0.25, 1.0, -1.5, 0.75, 0.0};
-  const QXMol mol = Carbons(places);
+  QXMol mol = Carbons(places);
+  mol.NewConf(mol.GetActive());
   search.OutputAtomsMol(molFile, mol);
   QXMolKit::qxmolistream in(molFile);
   QXMol back;
   ASSERT_TRUE(QXMolKit::QXReadMolecule(in, back));
-  EXPECT_EQ(Coords(back), (Vector{10.5, 19.75, 31, 8.5, 20.75, 30}));
+  ASSERT_EQ(back.NumConfs(), 2u);
+  for (const QXMolKit::QXConfBase* conf : Conformers(back))
+    EXPECT_EQ(Coords(*conf), (Vector{10.5, 19.75, 31, 8.5, 20.75, 30}));
   EXPECT_EQ(Coords(mol), places);
 
   search.OutputAtomsGrid(gridFile, mol, 0.5f);
@@ -156,8 +157,8 @@ TEST_F(GridToAtoms, WritesAtomsAndTheirDensityInTheFrameOfTheCaller) {
   EXPECT_EQ(density.GetXDim(), 54u);                              // (20 + 6)/0.5 + 1, and one more
   const Gaussians shape = makeShapeGaussians(Coords(back), 1.7);  // not the radius of the search
   unsigned int within = 0;  // a thousandth of the peak, which is what degree 10 leaves
-  ForElements(density, [&](double value, double x, double y, double z) {
-    within += std::fabs(value - Evaluate(shape, x, y, z)) < 0.001 * 2.7;
+  ForElements(density, [&](double value, const Vector3d& p) {
+    within += std::fabs(value - Evaluate(shape, p[0], p[1], p[2])) < 0.001 * 2.7;
   });
   EXPECT_EQ(within, density.GetSize());
 }
@@ -166,35 +167,38 @@ TEST(GridToAtomsStart, HasTheHighestPointsAndNoMoreThanTheSelfOverlapHolds) {
   struct Case {
     double radius;
     std::vector<float> values;
-    std::string maximum;
     Vector xs;
   };
   const QXHermiteOptions options = FixedWidths(0, 0.5, 0.5, 0.5);
   QXMol mol;
-  for (const Case& c : {Case{1.7, {10, 0, 0, 0, 30, 0, 0, 20}, "30.000000", {0.5, 3.5}},
-                        Case{1.7, {12, 0, 0, 0, 18, 0, 0, 15}, "18.000000", {0.5}},
-                        Case{0.8, {12, 0, 0, 0, 18, 0, 0, 15}, "18.000000", {0.5, 3.5, -3.5}},
-                        Case{0.3, {-3, 0, -1, -1, 0}, "0.000000", {2, -1}},
-                        Case{1.7, {0, 0, 0, 0}, "0.000000", {1.5}},
-                        Case{1.7, {-1, -2}, "0.000000", {}}, Case{1.7, {}, "0.000000", {}}}) {
-    const QXScalarGrid grid = Row(c.values);
-    QXHermite h;
-    h.Setup(grid, options);
-    QXCore::QXThrow.SetDebug(true);
-    const Messages messages;
-    QXGridToAtoms search(c.radius, 0.5, 0.0, options, grid, {});
-    QXCore::QXThrow.SetDebug(false);
-    const std::string selfOverlap = std::to_string(h.GetSelfOverlap());
-    using QXCore::QXErrorLevel;
-    EXPECT_EQ(messages.all, (std::vector<Messages::Message>{
-                                {QXErrorLevel::Debug, "Maximum Grid Value found = " + c.maximum},
-                                {QXErrorLevel::Debug, "Grid self overlap= " + selfOverlap}}));
-    search.SampleStartingPoint(mol);
-    EXPECT_EQ(Coords(mol), OnX(c.xs)) << "self overlap " << selfOverlap;
+  for (const Case& c : {Case{1.7, {10, 0, 0, 0, 30, 0, 0, 20}, {0.5, 3.5}},
+                        Case{1.7, {12, 0, 0, 0, 18, 0, 0, 15}, {0.5}},
+                        Case{0.8, {12, 0, 0, 0, 18, 0, 0, 15}, {0.5, 3.5, -3.5}},
+                        Case{0.3, {-3, 0, -1, -1, 0}, {2, -1}}, Case{1.7, {0, 0, 0, 0}, {1.5}},
+                        Case{1.7, {-1, -2}, {}}, Case{1.7, {}, {}}}) {
+    QXGridToAtoms(c.radius, 0.5, 0.0, options, Row(c.values), {}).SampleStartingPoint(mol);
+    EXPECT_EQ(Coords(mol), OnX(c.xs)) << c.values.size() << " elements";
   }
   const QXScalarGrid many = Row(std::vector<float>(700, 1e6f));
   QXGridToAtoms(1.7, 0.5, 0.0, options, many, {}).SampleStartingPoint(mol);
   EXPECT_EQ(mol.NumAtoms(), 200u);
+}
+
+TEST(GridToAtomsStart, TellsTheLargestValueFromZeroUpAndTheSelfOverlap) {
+  const QXHermiteOptions options = FixedWidths(0, 0.5, 0.5, 0.5);
+  for (const auto& [value, maximum] : {std::pair(30.0f, "30.000000"), {-3.0f, "0.000000"}}) {
+    QXHermite h;
+    h.Setup(Row({value, -4}), options);
+    QXCore::QXThrow.SetDebug(true);
+    const Messages messages;
+    QXGridToAtoms search(1.7, 0.5, 0.0, options, Row({value, -4}), {});
+    QXCore::QXThrow.SetDebug(false);
+    using QXCore::QXErrorLevel;
+    const Messages::Message expected[] = {
+        {QXErrorLevel::Debug, std::string("Maximum Grid Value found = ") + maximum},
+        {QXErrorLevel::Debug, "Grid self overlap= " + std::to_string(h.GetSelfOverlap())}};
+    EXPECT_TRUE(std::ranges::equal(messages.all, expected));
+  }
 }
 
 }  // namespace

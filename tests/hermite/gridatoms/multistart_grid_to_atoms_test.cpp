@@ -14,7 +14,7 @@ const std::vector<Vector> kPlaces = {{-1.9, -1.2, 0.3}, {0.1, 2.2, -0.2}, {1.9, 
 QXScalarGrid ThreeAtoms() {
   const QXMol mol = Carbons({-1.9, -1.2, 0.3, 0.1, 2.2, -0.2, 1.9, -1.4, 0.4});
   QXScalarGrid grid = OnGrid(QXMolToGaussians(mol, 1.7), 22, 0.4f);
-  ForElements(grid, [](float& value, double, double, double) {
+  ForElements(grid, [](float& value, const Vector3d&) {
     if (value < 0.3f) value = 0;
   });
   return grid;
@@ -61,7 +61,7 @@ TEST(MultistartGridToAtoms, KeepsEndsThatAreDistinct) {
 }
 
 TEST(MultistartGridToAtoms, StartsOnNegativeElementsTooAndTellsItsProgress) {
-  QXScalarGrid grid = ZeroGrid(3, 3, 3, 1.0f);
+  QXScalarGrid grid = MakeGrid(3, 3, 3, 1.0f);
   grid.GetValues()[5] = -1.0f;
   Messages messages;
   QXCore::QXThrow.SetDebug(true);

@@ -75,7 +75,7 @@ TEST(HermiteShapeOverlay, LeavesAFitWithoutScoreAboveZeroWhereItIs) {
   QXHermiteShapeOverlay overlay = Overlay(true);
   overlay.SetupRef(OnGrid(kChain), QXTrans());
   QXScalarGrid negative = OnGrid(kChain), ref, expansion, moved;
-  ForElements(negative, [](float& value, double, double, double) { value = -value; });
+  ForElements(negative, [](float& value, const Vector3d&) { value = -value; });
   EXPECT_EQ(overlay.FindBestOverlay(negative, ref, expansion, moved, false, false), 0.0);
   for (const QXScalarGrid& grid : {expansion, moved})
     EXPECT_LT(Cosine(grid, Density(kChain)), -kCosine);
@@ -126,8 +126,9 @@ TEST(HermiteShapeOverlay, WithoutTheMinimiserScoresTheStartsAsTheyStand) {
     expected.emplace_back(O / (ref.GetSelfOverlap() + h.GetSelfOverlap() - O),
                           Coords(Turned(fit, k)));
   }
+  const double start = expected[0].first;
   QXMol poses;
-  EXPECT_NEAR(overlay.FindBestOverlay(fit, 4, poses, false, true), expected[0].first, 1e-9);
+  EXPECT_NEAR(overlay.FindBestOverlay(fit, 4, poses, false, true), start, 1e-9);
   EXPECT_EQ(poses.NumConfs(), 1u);
   overlay.FindBestOverlay(fit, 4, poses, false, false);
   ASSERT_EQ(poses.NumConfs(), 4u);
@@ -138,6 +139,9 @@ TEST(HermiteShapeOverlay, WithoutTheMinimiserScoresTheStartsAsTheyStand) {
     EXPECT_NEAR(std::stod(QXMolKit::QXGetSDData(pose, "Shape Tanimoto")), expected[k].first, 1e-6);
   }
   EXPECT_EQ(overlay.FindBestOverlay(QXMol(), 4, poses, true, false), 0.0);
+  QXHermiteShapeOverlay patient(1e-10, 0, std::sqrt(2 * kWidth), 16, false, 0.4, 6.0);
+  patient.SetupRef(kChain, QXTrans());
+  EXPECT_NEAR(patient.FindBestOverlay(fit, 1, poses, true, true), start, 1e-12) << "no iteration";
 }
 
 }  // namespace

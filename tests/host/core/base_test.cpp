@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "host/core/throw.h"
+#include "support/messages.h"
 
 namespace {
 
@@ -56,20 +56,18 @@ TEST(Base, ValuesComeBackAndOneTagHoldsOne) {
 }
 
 TEST(Base, AnotherTypeIsRefusedWithAWarning) {
-  std::vector<std::string> warnings;
-  const auto former =
-      QXThrow.SetHandler([&](QXErrorLevel, const std::string& text) { warnings.push_back(text); });
+  const QXTest::Messages messages;
   QXBase base;
   base.SetData("grid", Vector{1});
   EXPECT_FALSE(base.HasDataOfType<int>("grid"));
   EXPECT_TRUE(base.HasDataOfType<Vector>("grid"));
-  EXPECT_TRUE(warnings.empty());
+  EXPECT_TRUE(messages.all.empty());
   EXPECT_FALSE(base.SetData("grid", 5));
   EXPECT_EQ(base.GetData<int>("grid"), 0);
-  QXThrow.SetHandler(former);
   EXPECT_EQ(base.GetData<Vector>("grid"), Vector{1});
-  EXPECT_THAT(warnings, testing::SizeIs(2));
-  EXPECT_THAT(warnings, testing::Each(testing::HasSubstr("\"grid\"")));
+  EXPECT_THAT(messages.all, testing::SizeIs(2));
+  EXPECT_THAT(messages.all,
+              testing::Each(testing::Pair(QXErrorLevel::Warning, testing::HasSubstr("\"grid\""))));
 }
 
 TEST(Base, CopiesAreDeepAndSelfAssignmentKeeps) {

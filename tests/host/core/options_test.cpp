@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "host/core/throw.h"
+#include "support/messages.h"
 
 namespace {
 
@@ -54,9 +54,7 @@ TEST(Options, CopiesAreDeep) {
 }
 
 TEST(Options, IllegalValuesAreRefusedWithAWarning) {
-  std::vector<std::string> reports;
-  const auto former =
-      QXThrow.SetHandler([&](QXErrorLevel, const std::string& text) { reports.push_back(text); });
+  const QXTest::Messages messages;
   Sample options;
   EXPECT_FALSE(options.GetParameter(0)->SetValue(101u));
   EXPECT_TRUE(options.GetParameter(0)->SetValue(100u));
@@ -67,7 +65,8 @@ TEST(Options, IllegalValuesAreRefusedWithAWarning) {
   share.AddLegalRange("1", "0.25");
   EXPECT_FALSE(share.SetValue(std::nan("")));
   share.AddLegalRange("0", "1");
-  QXThrow.SetHandler(former);
+  std::vector<std::string> reports;
+  for (const auto& [level, text] : messages.all) reports.push_back(text);
   EXPECT_THAT(
       reports,
       testing::ElementsAre(

@@ -2,8 +2,9 @@
 
 #include <gmock/gmock.h>
 
-#include "grid_testing.h"
 #include "host/molkit/mol.h"
+#include "support/grids.h"
+#include "support/messages.h"
 
 namespace QXFieldKit {
 namespace {
@@ -36,11 +37,14 @@ TEST(GridOverlap, OfGaussiansIsTheirIntegral) {
 
   // On another one linear interpolation raises the values by h^2/8 of their second derivatives,
   // here 2 w times 3 axes at most.
-  const int c = Gaussian(MakeGrid(90, 92, 94, 0.15f, {0.03f, 0, 0.01f}), -3, 1.4, q);
-  const auto other = QXGridOverlap(a, c, 0, 0.0f);
-  EXPECT_TRUE(
-      AllWithin({other.begin(), other.end()}, exact,
-                {1e-6 * exact[0], 1e-6 * exact[1], -exact[2] * 3 * 0.15 * 0.15 / 8 * 2 * 1.4}));
+  for (const auto& other :
+       {MakeGrid(90, 92, 94, 0.15f, {0.03f, 0, 0.01f}), MakeGrid(64, 64, 64, 0.15f),
+        MakeGrid(64, 64, 64, 0.2f, {0, 0, 0.5f})}) {
+    const auto overlaps = QXGridOverlap(a, Gaussian(other, -3, 1.4, q), 0, 0.0f);
+    const double h = other.GetSpacing();
+    EXPECT_TRUE(AllWithin({overlaps.begin(), overlaps.end()}, exact,
+                          {1e-6 * exact[0], 1e-6 * exact[1], -exact[2] * 3 * h * h / 8 * 2 * 1.4}));
+  }
 }
 
 TEST(GridOverlap, LosesNothingOfTheOuterElements) {
@@ -67,9 +71,9 @@ TEST(GridOverlap, OfAnUnknownHandleIsAnErrorAndZero) {
 
 TEST(MolecularGaussianGrid, IsTheSumOfTheAtoms) {
   QXMolKit::QXMol mol;
-  const unsigned int elements[] = {6, 1, 30};
-  const double radii[] = {1.7, 1.2, 1.39};
-  const Vector coords = {0.1, -0.2, 0.3, 1.0, 0.2, 0.1, -1.5, 0.6, 9.0};
+  const unsigned int elements[] = {7, 1, 26, 30};
+  const double radii[] = {1.55, 1.2, 1.7, 1.39};  // iron has none of its own
+  const Vector coords = {0.1, -0.2, 0.3, 1.0, 0.2, 0.1, -2.5, 1.5, 0.0, -1.5, 0.6, 9.0};
   for (const unsigned int element : elements) mol.NewAtom(element);
   mol.SetCoords(coords.data());
   QXScalarGrid grid = MakeGrid(20, 24, 28, 0.5f, {0.5f, 0, 0});
@@ -77,7 +81,7 @@ TEST(MolecularGaussianGrid, IsTheSumOfTheAtoms) {
   QXMakeMolecularGaussianGrid(grid, mol);
   ForElements(grid, [&](float value, const Vector3d& p) {
     double sum = 0;
-    for (size_t i = 0; i < 3; ++i) {
+    for (size_t i = 0; i < 4; ++i) {
       const double d = (p - Vector3d(&coords[3 * i])).norm() / radii[i];
       sum += 2.7 * std::exp(-2.34422871067 * d * d);
     }

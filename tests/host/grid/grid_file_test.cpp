@@ -129,8 +129,8 @@ TEST_F(GridFile, MapsAreWrittenForViewersOfAllKinds) {
   doubtful.SetValues(std::array{1.0f, std::nanf(""), 3.0f}.data(), 3);
   EXPECT_TRUE(QXWriteGrid(folder_ / "b.map", doubtful));
   const std::string bytes = ReadFile(folder_ / "b.map");
-  const std::array least_most_mean = {1.0f, 3.0f, 2.0f};
-  EXPECT_EQ(Patched(Patched(bytes, 20, least_most_mean), 55, 1.0f), bytes);
+  const std::array statistics = {1.0f, 3.0f, 2.0f};  // least, largest, mean
+  EXPECT_EQ(Patched(Patched(bytes, 20, statistics), 55, 1.0f), bytes);
 }
 
 TEST_F(GridFile, ReadingWhatWasWrittenGivesTheGridAgain) {

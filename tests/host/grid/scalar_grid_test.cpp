@@ -4,11 +4,13 @@
 
 #include <limits>
 
-#include "grid_testing.h"
+#include "support/grids.h"
+#include "support/messages.h"
 
 namespace QXCore {
 namespace {
 
+using namespace QXTest;
 using testing::ElementsAre;
 using testing::Pair;
 
@@ -17,9 +19,13 @@ TEST(ScalarGrid, ElementsStandAtCellCentresAboutTheMidPoint) {
   EXPECT_EQ(QXElementCoord(0, 3, 0.5f, 1.0f), 0.5f);
   EXPECT_EQ(QXElementCoord(1, 3, 0.5f, 1.0f), 1.0f);
   EXPECT_EQ(QXElementCoord(2, 3, 0.5f, 1.0f), 1.5f);
-  const Vector box = {grid.GetXMin(), grid.GetXMax(), grid.GetYMin(),
-                      grid.GetYMax(), grid.GetZMin(), grid.GetZMax()};
-  EXPECT_THAT(box, ElementsAre(0.25, 1.75, -0.5, 0.5, -4.25, -3.75));
+  const auto box = [&grid] {
+    return Vector{grid.GetXMin(), grid.GetXMax(), grid.GetYMin(),
+                  grid.GetYMax(), grid.GetZMin(), grid.GetZMax()};
+  };
+  EXPECT_THAT(box(), ElementsAre(0.25, 1.75, -0.5, 0.5, -4.25, -3.75));
+  grid.SetSpacing(1.0f);
+  EXPECT_THAT(box(), ElementsAre(-0.5, 2.5, -1, 1, -4.5, -3.5));
 }
 
 TEST(ScalarGrid, PointsFindTheirElementClampedToTheGrid) {
@@ -88,18 +94,17 @@ TEST(ScalarGrid, NewDimensionsMakeZerosAndCopiesAreDeep) {
     EXPECT_EQ(other.GetTitle(), "first");
     EXPECT_EQ(other.GetXMax(), 0.5f);
   }
+  copy.Clear();
+  EXPECT_EQ(Geometry(copy), (Vector{0, 0, 0, 1, 0, 0, 0}));
+  EXPECT_FALSE(copy.IsTitleSet() || copy.IsSpacingSet() || copy.IsXMidSet());
+  EXPECT_EQ(copy.GetValues(), nullptr);
+  EXPECT_EQ(copy.GetXMax(), 0.0f);
   Messages messages;
   grid.SetDim(65536, 65536, 1);
   EXPECT_EQ(grid.GetSize(), 0u);
-  EXPECT_EQ(messages.all.size(), 1u);
-}
-
-TEST(ScalarGrid, KnowsTheTypesItDerivesFrom) {
-  const QXScalarGrid grid;
-  EXPECT_TRUE(grid.IsDataType(QXGridDataType<QXGrid<float>>()));
-  EXPECT_TRUE(grid.IsDataType(QXGridDataType<QXFixedGrid<float>>()));
-  EXPECT_TRUE(grid.IsDataType(QXGridDataType<QXGridBase>()));
-  EXPECT_FALSE(grid.IsDataType(QXGridDataType<QXGrid<double>>()));
+  grid.SetDim(65536, 65535, 2);
+  EXPECT_EQ(grid.GetSize(), 0u);
+  EXPECT_EQ(messages.all.size(), 2u);
 }
 
 }  // namespace

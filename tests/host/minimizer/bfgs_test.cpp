@@ -5,29 +5,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <limits>
-#include <new>
 #include <vector>
 
-#include "host/minimizer/bfgs_core.h"
+#include "support/counting_new.h"
+#include "support/messages.h"
 #include "tests/host/minimizer/problems.h"
-
-namespace {
-size_t allocations = 0;
-}  // namespace
-
-[[gnu::noinline]] void* operator new(size_t size) {
-  ++allocations;
-  if (void* block = std::malloc(size)) return block;
-  throw std::bad_alloc();
-}
-[[gnu::noinline]] void operator delete(void* block) noexcept {
-  std::free(block);
-}
-[[gnu::noinline]] void operator delete(void* block, size_t) noexcept {
-  std::free(block);
-}
 
 namespace {
 
@@ -39,8 +22,6 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 template <typename Formula>
 class BfgsProblem : public testing::Test {};
-using Problems =
-    testing::Types<Rosenbrock, PowellBadlyScaled, BrownBadlyScaled, Beale, PowellSingular, Wood>;
 TYPED_TEST_SUITE(BfgsProblem, Problems);
 
 // All these minima are 0, and the tolerance speaks of the value. It is compared with an estimate of
@@ -229,24 +210,15 @@ TEST(Bfgs, AllocatesNothingUpToSixVariablesAndTakesOneArray) {
   EXPECT_LT(f(x), 1e-8);
 }
 
-// Two searches in turns end where each ends alone, to the bit.
-TEST(BfgsCore, SearchesSideBySideShareNothing) {
-  Problem<Beale> a;
-  Problem<Rosenbrock> b;
-  QXBFGSCore first, second;
-  first.Start(2, Beale::kStart, 100, 1e-10);
-  second.Start(2, Rosenbrock::kStart, 100, 1e-10);
-  bool runFirst = true, runSecond = true;
-  while (runFirst || runSecond) {
-    if (runFirst) runFirst = first.Tell(a(first.Point(), first.Gradient()));
-    if (runSecond) runSecond = second.Tell(b(second.Point(), second.Gradient()));
-  }
-  double x[2];
-  QXBFGSOpt bfgs;
-  EXPECT_EQ(bfgs(a, Beale::kStart, x), first.BestValue());
-  EXPECT_EQ(x[0], first.BestPoint()[0]);
-  EXPECT_EQ(bfgs(b, Rosenbrock::kStart, x), second.BestValue());
-  EXPECT_EQ(x[0], second.BestPoint()[0]);
+TEST(Func, FloatFormReportsAndTheRunGoesOn) {
+  Problem<Rosenbrock> f;
+  const Messages messages;
+  const float* points[] = {nullptr};
+  EXPECT_TRUE(static_cast<QXFunc1&>(f)(points).empty());
+  EXPECT_THAT(messages.all,
+              testing::ElementsAre(testing::Pair(QXCore::QXErrorLevel::Error,
+                                                 "This is a GPU-specific method and should only be "
+                                                 "called from the derived class.")));
 }
 
 }  // namespace

@@ -16,8 +16,6 @@ using Status = QXMinimizerStatus;
 
 template <typename Formula>
 class NewtonProblem : public testing::Test {};
-using Problems =
-    testing::Types<Rosenbrock, PowellBadlyScaled, BrownBadlyScaled, Beale, PowellSingular, Wood>;
 TYPED_TEST_SUITE(NewtonProblem, Problems);
 
 // Step after step downhill to the minimum, with one array as start and result.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <Eigen/Core>
 #include <cmath>
 #include <unsupported/Eigen/AutoDiff>
@@ -122,6 +124,9 @@ struct Wood {
            10.0 * Square(T(x[1] + x[3] - 2.0)) + 0.1 * Square(T(x[1] - x[3]));
   }
 };
+
+using Problems =
+    testing::Types<Rosenbrock, PowellBadlyScaled, BrownBadlyScaled, Beale, PowellSingular, Wood>;
 
 /// Rosenbrock's function in n/2 pairs of variables; n even.
 class ExtendedRosenbrock : public CountedFunc {

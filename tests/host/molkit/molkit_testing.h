@@ -13,22 +13,12 @@ namespace QXMolKit {
 
 using QXTest::Conformers;
 using QXTest::Coords;
+using QXTest::ReadFile;
 using QXTest::TemporaryFolder;
+using QXTest::WriteFile;
 
 inline std::string TestFile(const std::string& name) {
   return std::string(QX_TEST_DATA) + "/molkit/" + name;
-}
-
-inline std::string ReadBytes(const std::string& name) {
-  std::ifstream file(name, std::ios::binary);
-  std::stringstream bytes;
-  bytes << file.rdbuf();
-  return bytes.str();
-}
-
-inline void WriteBytes(const std::string& name, const std::string& bytes) {
-  std::filesystem::remove(name);  // some file systems write a truncated file out at once
-  std::ofstream(name, std::ios::binary) << bytes;
 }
 
 inline std::vector<QXMol> ReadAll(const std::string& name) {

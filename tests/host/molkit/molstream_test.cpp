@@ -37,7 +37,7 @@ std::string Record(const std::string& title, const std::string& data) {
 std::string SmilesOf(const QXMol& mol) {
   const TemporaryFolder folder;
   WriteAll(folder / "one.smi", {mol});
-  const std::string line = ReadBytes(folder / "one.smi");
+  const std::string line = ReadFile(folder / "one.smi");
   return line.substr(0, line.find(' '));
 }
 
@@ -103,7 +103,7 @@ TEST(Reading, ReportsWhatItSkipsAndGoesOn) {
 
 TEST(Reading, RefusesFilesThatAreNone) {
   const TemporaryFolder folder;
-  WriteBytes(folder / "molecules.xyz", "");
+  WriteFile(folder / "molecules.xyz", "");
   const QXTest::Messages messages;
   for (const std::string& name : {folder / "none.sdf", folder / "molecules.xyz", folder / ""}) {
     qxmolistream in(name);
@@ -121,7 +121,7 @@ TEST(Reading, RefusesFilesThatAreNone) {
   std::filesystem::create_directory(folder / "folder.sdf");
   EXPECT_THAT(qxmolistream(folder / "folder.sdf").Error(), HasSubstr("this is a directory"));
 
-  WriteBytes(folder / "molecules.xyz", Record("renamed", ""));
+  WriteFile(folder / "molecules.xyz", Record("renamed", ""));
   qxmolistream named(folder / "molecules.xyz", QXMolFormat::SDF);
   QXMol mol;
   EXPECT_TRUE(QXReadMolecule(named, mol));
@@ -132,11 +132,11 @@ TEST(Reading, RefusesFilesThatAreNone) {
 TEST(Reading, TakesPartialChargesFromTheFile) {
   const TemporaryFolder folder;
   const std::string tag = ">  <PartialCharges>\n";
-  WriteBytes(folder / "charges.sdf",
-             Record("plain", tag + "+0.25\n\n") + Record("none", "") +
-                 Record("count", tag + "0.1 0.2\n\n") + Record("word", tag + "0.1x\n\n") +
-                 Record("nan", tag + "nan\n\n") +
-                 Record("atom", ">  <atom.dprop.PartialCharge>\n-0.5\n\n" + tag + "0.1\n\n"));
+  WriteFile(folder / "charges.sdf",
+            Record("plain", tag + "+0.25\n\n") + Record("none", "") +
+                Record("count", tag + "0.1 0.2\n\n") + Record("word", tag + "0.1x\n\n") +
+                Record("nan", tag + "nan\n\n") +
+                Record("atom", ">  <atom.dprop.PartialCharge>\n-0.5\n\n" + tag + "0.1\n\n"));
   const QXTest::Messages messages;
   std::vector<double> charges;
   for (const QXMol& mol : ReadAll(folder / "charges.sdf"))
@@ -205,7 +205,7 @@ TEST(RoundTrip, OfSDKeepsStructureCoordinatesAndData) {
     }
     // Nothing is lost by a second pass, marks of wedges and parities included.
     WriteAll(folder / "third.sdf", again);
-    EXPECT_EQ(ReadBytes(folder / "third.sdf"), ReadBytes(folder / "again.sdf"));
+    EXPECT_EQ(ReadFile(folder / "third.sdf"), ReadFile(folder / "again.sdf"));
   }
 }
 
@@ -217,7 +217,7 @@ TEST(RoundTrip, UnderstandsStereochemistry) {
   const TemporaryFolder folder;
   for (const QXMol& mol : ReadAll(TestFile("drugs.sdf"))) {
     // The SMILES of the file, with the stereochemistry of the conformer, read without coordinates.
-    WriteBytes(folder / "one.smi", QXGetSDData(mol, "SMILES_3D") + " a title\n");
+    WriteFile(folder / "one.smi", QXGetSDData(mol, "SMILES_3D") + " a title\n");
     const QXMol fromSmiles = ReadAll(folder / "one.smi").at(0);
     EXPECT_STREQ(fromSmiles.GetTitle(), "a title");
     EXPECT_EQ(fromSmiles.GetDimension(), 0u);
@@ -229,7 +229,7 @@ TEST(RoundTrip, UnderstandsStereochemistry) {
   // A hydrogen taken from any place among the neighbours leaves the centre as it is.
   for (const char* smiles : {"[H][C@](F)(Cl)Br", "F[C@]([H])(Cl)Br", "F[C@](Cl)([H])Br",
                              "F[C@](Cl)(Br)[H]", "[H]n1cccc1"}) {
-    WriteBytes(folder / "one.smi", smiles);
+    WriteFile(folder / "one.smi", smiles);
     QXMol mol = ReadAll(folder / "one.smi").at(0);
     const std::string before = SmilesOf(mol);
     QXSuppressHydrogens(mol, false, false, true);
@@ -361,7 +361,7 @@ TEST(Splitter, BoundsMemoryAndKeepsStep) {
   const std::string longTitle(100000, 'x');
   std::string charges;
   for (int i = 0; i < 14286; ++i) charges += "0.0001 ";
-  WriteBytes(folder / "long.sdf", Record(longTitle, ">  <PartialCharges>\n" + charges + "\n\n"));
+  WriteFile(folder / "long.sdf", Record(longTitle, ">  <PartialCharges>\n" + charges + "\n\n"));
   const QXTest::Messages messages;
   EXPECT_THAT(Titles(ReadAll(folder / "long.sdf")), ElementsAre(longTitle));
   ASSERT_EQ(messages.all.size(), 1u);
@@ -383,7 +383,7 @@ TEST(Reading, SurvivesRandomDamage) {
   size_t numRead = 0;
   for (int round = 0; round < 20 && std::chrono::steady_clock::now() < deadline; ++round) {
     for (const std::string& base : bases) {
-      std::string bytes = ReadBytes(base);
+      std::string bytes = ReadFile(base);
       for (auto k = 1 + random() % 6; k > 0; --k) {
         const size_t at = random() % bytes.size();
         switch (random() % 4) {
@@ -402,7 +402,7 @@ TEST(Reading, SurvivesRandomDamage) {
       }
       const std::string name =
           folder / ("damaged" + std::filesystem::path(base).extension().string());
-      WriteBytes(name, bytes);
+      WriteFile(name, bytes);
       for (const QXMol& mol : ReadAll(name)) {
         ++numRead;
         for (const double value : Coords(mol)) ASSERT_TRUE(std::isfinite(value)) << bytes;

@@ -8,8 +8,8 @@
 #include <cstring>
 #include <random>
 
-#include "counting_new.h"
 #include "molkit_testing.h"
+#include "support/counting_new.h"
 
 namespace QXMolKit {
 namespace {
@@ -63,7 +63,7 @@ const std::string& FileBytes() {
     for (int i = 0; i < 6; ++i) ring.NewAtom(6);
     for (unsigned int i = 0; i < 6; ++i) ring.NewBond(i, (i + 1) % 6, QXBondOrder::Aromatic);
     WriteAll(folder / "file.qxb", {MakeFullMolecule(), QXMol(), ring});
-    return ReadBytes(folder / "file.qxb");
+    return ReadFile(folder / "file.qxb");
   }();
   return bytes;
 }
@@ -75,7 +75,7 @@ struct Outcome {
 };
 
 Outcome ReadFrom(const TemporaryFolder& folder, const std::string& bytes) {
-  WriteBytes(folder / "damaged.qxb", bytes);
+  WriteFile(folder / "damaged.qxb", bytes);
   qxmolistream in(folder / "damaged.qxb");
   Outcome outcome;
   for (QXMol mol; QXReadMolecule(in, mol);) outcome.all.push_back(mol);
@@ -105,7 +105,7 @@ TEST(QXB, TellsForeignAndEmptyFiles) {
   const TemporaryFolder folder;
   const QXTest::Messages messages;
   for (const std::string& bytes : {std::string(), std::string("QXB"),
-                                   ReadBytes(TestFile("drugs.sdf")), FileBytes().substr(1)}) {
+                                   ReadFile(TestFile("drugs.sdf")), FileBytes().substr(1)}) {
     const Outcome outcome = ReadFrom(folder, bytes);
     EXPECT_FALSE(outcome.isGood);
     EXPECT_TRUE(outcome.all.empty());

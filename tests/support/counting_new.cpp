@@ -1,12 +1,14 @@
-#include "counting_new.h"
+#include "support/counting_new.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <new>
 
+size_t QXTest::allocations = 0;
 size_t QXTest::largestAllocation = 0;
 
 void* operator new(size_t size) {
+  ++QXTest::allocations;
   QXTest::largestAllocation = std::max(QXTest::largestAllocation, size);
   if (void* block = std::malloc(size ? size : 1)) return block;
   throw std::bad_alloc();
