@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <cmath>
 #include <fstream>
 #include <memory>
 #include <stdexcept>
@@ -50,6 +52,20 @@ inline std::vector<double> Coords(const QXMolKit::QXMolBase& mol) {
   std::vector<double> coords(3 * static_cast<size_t>(mol.NumAtoms()));
   mol.GetCoords(coords.data());
   return coords;
+}
+
+/// The largest distance from any point to the nearest of the others.
+inline double Farthest(const std::vector<double>& points, const std::vector<double>& others) {
+  double farthest = 0.0;
+  for (size_t i = 0; i < points.size(); i += 3) {
+    double nearest = HUGE_VAL;
+    for (size_t k = 0; k < others.size(); k += 3) {
+      nearest = std::min(nearest, std::hypot(points[i] - others[k], points[i + 1] - others[k + 1],
+                                             points[i + 2] - others[k + 2]));
+    }
+    farthest = std::max(farthest, nearest);
+  }
+  return farthest;
 }
 
 /// The conformers of a molecule, in order.

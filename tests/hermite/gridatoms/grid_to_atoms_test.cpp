@@ -88,18 +88,6 @@ Vector Crown() {
   return coords;
 }
 
-// The largest distance from any point to the nearest of the others.
-double Farthest(const Vector& points, const Vector& others) {
-  double farthest = 0;
-  for (size_t i = 0; i < points.size(); i += 3) {
-    double nearest = 1e9;
-    for (size_t j = 0; j < others.size(); j += 3)
-      nearest = std::min(nearest, (Vector3d(&points[i]) - Vector3d(&others[j])).norm());
-    farthest = std::max(farthest, nearest);
-  }
-  return farthest;
-}
-
 class GridToAtoms : public testing::Test {
  protected:
   QXGridToAtoms Search(double minDistance) const {
