@@ -92,13 +92,15 @@ void AtomsCommand::Declare(CLI::App& app) {
       ->required();
   AddFile(app, "--out", arguments_.output, "File for the atoms: .sdf, .pdb or .qxb")->required();
   app.add_option("--method", arguments_.method,
-                 "refine: all atoms at once, from the highest values of the grid; multistart: one "
+                 "refine: all atoms at once, from many places on the density; multistart: one "
                  "atom at a time, from random places")
       ->check(CLI::IsMember({"refine", "multistart"}, CLI::ignore_case))
       ->type_name("METHOD");
   AddNumber(app, "--radius", arguments_.radius, 0.0, "Radius of the atoms, in angstrom (refine)");
   AddNumber(app, "--start-distance", arguments_.startDistance, 0.0,
-            "Distance of the atoms to start from, in angstrom (refine)", "2.5");
+            "Least distance of the atoms to start from, in angstrom; larger where they would be "
+            "more than 200 (refine)",
+            "2.5");
   AddNumber(app, "--min-distance", arguments_.minDistance, 0.0,
             "Least distance of two atoms, in angstrom (refine)");
   AddNumber(
