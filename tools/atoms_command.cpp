@@ -99,8 +99,7 @@ void AtomsCommand::Declare(CLI::App& app) {
   AddNumber(app, "--radius", arguments_.radius, 0.0, "Radius of the atoms, in angstrom (refine)");
   AddNumber(app, "--start-distance", arguments_.startDistance, 0.0,
             "Least distance of the atoms to start from, in angstrom; larger where they would be "
-            "more than 200 (refine)",
-            "2.5");
+            "more than 200 (refine)");
   AddNumber(app, "--min-distance", arguments_.minDistance, 0.0,
             "Least distance of two atoms, in angstrom (refine)");
   AddNumber(
