@@ -49,7 +49,7 @@ bool WriteMovedGrid(const Hit& hit, const std::string& path, const std::string& 
   if (grid.HasDataOfType<QXMolKit::QXMol>(QXCore::kQXGridMoleculeTag)) {
     auto atoms = grid.GetData<QXMolKit::QXMol>(QXCore::kQXGridMoleculeTag);
     hit.motion.Transform(atoms.GetActive());
-    moved.SetData(QXCore::kQXGridMoleculeTag, atoms);
+    moved.SetData(QXCore::kQXGridMoleculeTag, std::move(atoms));
   }
   return QXCore::QXWriteGrid(path, moved, QXCore::QXGetGridFormat(formatOf));
 }
