@@ -7,6 +7,7 @@
 #include <cmath>
 #include <random>
 
+#include "bench/synthetic.h"
 #include "hermite/hermite.h"
 #include "hermite/internal.h"
 #include "host/minimizer/bfgs.h"
@@ -15,15 +16,8 @@ using namespace QXHermiteMath;
 
 namespace {
 
+constexpr double kWidth = 0.7;
 constexpr double kRadius = 1.4;
-
-QXHermiteOptions FixedOptions(unsigned int degree) {
-  QXHermiteOptions options;
-  options.SetNPolyMax(degree);
-  options.SetUseOptimalLambdas(false);
-  SetLambdas(options, 0.7, 0.7, 0.7);
-  return options;
-}
 
 // The places of a cubic lattice of 2 angstrom nearest the origin, each moved by up to `jitter` on
 // every axis.
@@ -45,7 +39,7 @@ std::vector<double> Places(size_t atoms, double jitter) {
 
 QXHermite Reference(size_t atoms, unsigned int degree) {
   QXHermite h;
-  h.Setup(makeShapeGaussians(Places(atoms, 0.4), kRadius), FixedOptions(degree));
+  h.Setup(makeShapeGaussians(Places(atoms, 0.4), kRadius), QXBench::FixedOptions(degree, kWidth));
   return h;
 }
 
@@ -57,7 +51,7 @@ QXMol Carbons(const std::vector<double>& places) {
 }
 
 QXHermiteCosAngleFunc Objective(const std::vector<double>& start, unsigned int degree) {
-  QXHermiteCosAngleFunc f(FixedOptions(degree));
+  QXHermiteCosAngleFunc f(QXBench::FixedOptions(degree, kWidth));
   f.SetupRef(Reference(start.size() / 3, degree));
   f.Setup(Carbons(start), kRadius);
   return f;
@@ -76,7 +70,7 @@ BENCHMARK(Gradient)->ArgsProduct({{60, 200}, {5, 10}})->ArgNames({"atoms", "N"})
 void GradientPlain(benchmark::State& state) {
   const auto degree = static_cast<unsigned int>(state.range(1));
   const std::vector<double> x = Places(static_cast<size_t>(state.range(0)), 0.0);
-  const QXHermiteOptions options = FixedOptions(degree);
+  const QXHermiteOptions options = QXBench::FixedOptions(degree, kWidth);
   const QXHermite ref = Reference(x.size() / 3, degree);
   const std::vector<double>& a = ref.GetCoefficients();
   for (auto _ : state) {

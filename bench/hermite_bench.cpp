@@ -11,16 +11,9 @@ using namespace QXHermiteMath;
 
 namespace {
 
+constexpr double kWidth = 0.9;
 constexpr unsigned int kAtoms = 25;
 const double kPoint[6] = {0.3, -0.2, 0.5, 0.4, -0.3, 0.2};
-
-QXHermiteOptions FixedOptions(unsigned int degree) {
-  QXHermiteOptions options;
-  options.SetNPolyMax(degree);
-  options.SetUseOptimalLambdas(false);
-  SetLambdas(options, 0.9, 0.9, 0.9);
-  return options;
-}
 
 // Multiply-adds of one planar stage.
 double StageCount(unsigned int N) {
@@ -52,7 +45,7 @@ void CountMultiplyAdds(benchmark::State& state, double perIteration) {
 void Expansion(benchmark::State& state) {
   const auto degree = static_cast<unsigned int>(state.range(0));
   const auto order = static_cast<unsigned int>(state.range(1));
-  const QXHermiteOptions options = FixedOptions(degree);
+  const QXHermiteOptions options = QXBench::FixedOptions(degree, kWidth);
   const auto gaussians = QXBench::DrugLikeGaussians(kAtoms, 1);
   QXGaussianToHermite engine(degree, 1, 1);
   for (auto _ : state) benchmark::DoNotOptimize(engine.Expand(options, gaussians, order));
@@ -63,7 +56,7 @@ BENCHMARK(Expansion)->ArgsProduct({{3, 5, 7, 10, 14}, {0, 1, 2}})->ArgNames({"N"
 // The plain form of the expansion: the public pieces, coefficient by coefficient.
 void ExpansionPlain(benchmark::State& state) {
   const auto degree = static_cast<unsigned int>(state.range(0));
-  const QXHermiteOptions options = FixedOptions(degree);
+  const QXHermiteOptions options = QXBench::FixedOptions(degree, kWidth);
   const auto gaussians = QXBench::DrugLikeGaussians(kAtoms, 1);
   QXGaussianToHermite engine(degree, 0, 0);
   engine.Expand(options, {}, 0);
@@ -117,7 +110,7 @@ void Translation(benchmark::State& state) {
   const bool derivatives = state.range(1) != 0;
   QXHermiteTranslation translation(degree);
   const QXHermiteIndex index(degree);
-  const QXHermiteOptions options = FixedOptions(degree);
+  const QXHermiteOptions options = QXBench::FixedOptions(degree, kWidth);
   std::vector<double> in(QXHermiteBasisSize(degree), 0.5), out(4 * in.size());
   for (auto _ : state) {
     if (derivatives)
@@ -135,7 +128,7 @@ BENCHMARK(Translation)->ArgsProduct({{3, 5, 7, 10, 14}, {0, 1}})->ArgNames({"N",
 void Objective(benchmark::State& state) {
   const auto degree = static_cast<unsigned int>(state.range(0));
   const bool derivatives = state.range(1) != 0;
-  const QXHermiteOptions options = FixedOptions(degree);
+  const QXHermiteOptions options = QXBench::FixedOptions(degree, kWidth);
   QXHermiteOverlap overlap;
   overlap.SetupRef(QXBench::DrugLikeGaussians(kAtoms, 1), options);
   overlap.Setup(QXBench::DrugLikeGaussians(kAtoms, 2), options);

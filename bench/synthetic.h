@@ -3,6 +3,7 @@
 #include <random>
 #include <vector>
 
+#include "hermite/foundations/options.h"
 #include "host/core/gaussian.h"
 
 namespace QXBench {
@@ -17,6 +18,15 @@ inline std::vector<QXCore::QXGaussian> DrugLikeGaussians(unsigned int atoms, uns
     gaussians.emplace_back(2.7f, 0.81115f, center, 0u);
   }
   return gaussians;
+}
+
+/// A basis of one given width, 1/angstrom.
+inline QXHermiteMath::QXHermiteOptions FixedOptions(unsigned int degree, double width) {
+  QXHermiteMath::QXHermiteOptions options;
+  options.SetNPolyMax(degree);
+  options.SetUseOptimalLambdas(false);
+  SetLambdas(options, width, width, width);
+  return options;
 }
 
 }  // namespace QXBench

@@ -4,7 +4,6 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
@@ -94,7 +93,7 @@ void AtomsCommand::Declare(CLI::App& app) {
   app.add_option("--method", arguments_.method,
                  "refine: all atoms at once, from many places on the density; multistart: one "
                  "atom at a time, from random places")
-      ->check(CLI::IsMember({"refine", "multistart"}, CLI::ignore_case))
+      ->transform(CLI::IsMember({"refine", "multistart"}, CLI::ignore_case))  // to small letters
       ->type_name("METHOD");
   AddNumber(app, "--radius", arguments_.radius, 0.0, "Radius of the atoms, in angstrom (refine)");
   AddNumber(app, "--start-distance", arguments_.startDistance, 0.0,
@@ -221,10 +220,9 @@ ExitStatus AtomsCommand::Run() {
   // Expansions hold what lies near their origin.
   const Frame place{.centre = FindInertialFrame(*grid).centre};
   MoveToOrigin(place, *grid);
-  const QXHermiteOptions options = WithWidths(arguments_.expansion, *grid, {});
-
   QXHermite expansion;
-  expansion.Setup(*grid, options);
+  expansion.Setup(*grid, WithWidths(arguments_.expansion, *grid, {}));
+  const QXHermiteOptions& options = expansion.GetOptions();
   WarnOfPoorExpansion(arguments_.file, expansion.GetSelfOverlap() / SelfOverlap(*grid), console);
   QXMol atoms = FindAtoms(*grid, options);
   if (atoms.NumAtoms() == 0) {

@@ -69,11 +69,6 @@ QXHermiteMath::QXHermiteOptions WithWidths(QXHermiteMath::QXHermiteOptions optio
     for (double& width : widths) width = std::min(width, most);
     SetLambdas(options, widths[0], widths[1], widths[2]);
   }
-  if (options.GetUseSingleLambda()) {
-    const double least =
-        std::min({options.GetLambdaX(), options.GetLambdaY(), options.GetLambdaZ()});
-    SetLambdas(options, least, least, least);
-  }
   options.SetUseOptimalLambdas(false);
   return options;
 }

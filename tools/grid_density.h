@@ -27,7 +27,7 @@ double SelfOverlap(const QXCore::QXScalarGrid& grid);
 
 /// The options with widths for a grid that is expanded about `centre`, as given ones: where they
 /// ask for it those of QXApproxHermiteBestLambda, but none so large that the functions of the basis
-/// would be finer than the elements.
+/// would be finer than the elements. One width for all axes is left to QXHermite::Setup.
 QXHermiteMath::QXHermiteOptions WithWidths(QXHermiteMath::QXHermiteOptions options,
                                            const QXCore::QXScalarGrid& grid,
                                            const std::array<double, 3>& centre);

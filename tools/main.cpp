@@ -53,7 +53,8 @@ int Main(int argc, char** argv) {
     chosen = command.get();
     chosenApp = &one;
   }
-  if (chosen == nullptr && argc > 1 && argv[1][0] != '-') {
+  // Without a command there is only --help and --version.
+  if (chosen == nullptr && argc > 1 && (argv[1][0] != '-' || std::string(argv[1]) == "--")) {
     return Usage(fmt::format("'{}' is not a command: choose one of {}", argv[1], names), "");
   }
   const std::string name = chosen == nullptr ? "" : chosen->Name() + " ";
@@ -65,9 +66,6 @@ int Main(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return app.exit(error);  // --help, --version
     return Usage(error.what(), name);
-  }
-  for (const auto& command : commands) {
-    if (app.got_subcommand(command->Name())) chosen = command.get();
   }
   if (const std::string problem = chosen->Check(); !problem.empty()) return Usage(problem, name);
   WatchForInterrupts();

@@ -117,6 +117,9 @@ std::string CheckOverlayArguments(const OverlayArguments& arguments) {
   if (const std::string idle = IdleOption(arguments); !idle.empty()) {
     return fmt::format("{}: is for molecules: leave it out", idle);
   }
+  if (!HasGrid(arguments) && arguments.gridShare != OverlayArguments().gridShare) {
+    return "--cut: is for grids: leave it out";
+  }
   if (arguments.gridShare > 1.0) return "--cut: a share is at most 1";
   if (HasGrid(arguments) && !arguments.expansion.GetUseSingleLambda()) {
     return "--UseSingleLambda false: grids are overlaid with one width: leave it out";

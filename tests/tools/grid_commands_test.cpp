@@ -158,7 +158,7 @@ TEST_F(GridCommands, AnElectronDensityTellsWhereTheNucleiAre) {
     ASSERT_EQ(Run({"overlay", "--ref", name + ".ccp4", "--fit", "fit.sdf", "--out", "on.sdf"}), 0);
     EXPECT_TRUE(Near(ReadHeavy(Path("on.sdf")), molecule, 0.3)) << seed;
   }
-  ASSERT_EQ(Run({"atoms", name + ".ccp4", "--out", "atoms.sdf"}), 0) << err_;
+  ASSERT_EQ(Run({"atoms", name + ".ccp4", "--out", "atoms.sdf", "--method", "Refine"}), 0) << err_;
   const QXMol found = ReadMol(Path("atoms.sdf"));
   EXPECT_EQ(found.NumAtoms(), molecule.NumAtoms());
   EXPECT_LT(Farthest(Coords(molecule), Coords(found)), 0.3);
@@ -249,6 +249,8 @@ TEST_F(GridCommands, WhatCannotBeUsedIsRefusedWithAReason) {
     std::string message;
   };
   const Case cases[] = {
+      {{"overlay", "--ref", kReference, "--fit", kReference, "--out", "x.sdf", "--cut", "0.3"},
+       "--cut: is for grids"},
       {{"expand", "nan.ccp4"}, "nan.ccp4: not used, not all of its values are finite"},
       {{"atoms", "nan.ccp4", "--out", "x.sdf"}, "nan.ccp4: 1 of its "},
       {{"overlay", "--ref", "nan.ccp4", "--fit", kReference, "--out", "x.sdf"},
