@@ -226,8 +226,9 @@ ExitStatus AtomsCommand::Run() {
   WarnOfPoorExpansion(arguments_.file, expansion.GetSelfOverlap() / SelfOverlap(*grid), console);
   QXMol atoms = FindAtoms(*grid, options);
   if (atoms.NumAtoms() == 0) {
-    console.Say(
-        fmt::format("{}: no atoms found: lower --threshold, or raise --NPolyMax", arguments_.file));
+    console.Say(fmt::format(
+        "{}: no atoms found: lower --threshold, or give --cut 0.7 --blur 0.3 if it has core peaks",
+        arguments_.file));
     return kNothingDone;
   }
   const Fit fit = Judge(atoms, *grid, expansion);

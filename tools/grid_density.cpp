@@ -85,8 +85,10 @@ void WarnOfCoarseGrid(const std::string& path, double held, Console& console) {
 void WarnOfPoorExpansion(const std::string& path, double held, Console& console) {
   WarnOfCoarseGrid(path, held, console);
   if (held < 0.5) {
-    console.Say(fmt::format("{}: the expansion holds only {} % of it: raise --NPolyMax", path,
-                            static_cast<int>(100 * held)));
+    console.Say(
+        fmt::format("{}: the expansion holds only {} % of it: raise --NPolyMax, or lower --cut "
+                    "if it has sharp peaks",
+                    path, static_cast<int>(100 * held)));
   }
 }
 
