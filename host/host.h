@@ -24,5 +24,7 @@
 #include "host/molkit/molstream.h"
 #include "host/molkit/sdtext.h"
 #include "host/molkit/trans.h"
+#include "host/numerics/lasso.h"
+#include "host/numerics/lasso_design.h"
 #include "host/numerics/quaternion.h"
 #include "host/numerics/random.h"
