@@ -65,9 +65,11 @@ TEST(Layering, NothingIncludesWhatStandsAboveIt) {
       {"^host/core/", "^\"host/(grid|minimizer|molkit|numerics)/"},
       {"^host/(minimizer|molkit|numerics)/", "^\"host/grid/"},
       {"^hermite/.*/", R"(^"hermite/[^/]*\.h"$)"},  // the umbrella headers are for callers
-      {"^hermite/foundations/", "^\"hermite/(expansion|frame|overlay|gridatoms)/"},
-      {"^hermite/(expansion|frame)/", "^\"hermite/(overlay|gridatoms)/"},
-      {"^hermite/overlay/", "^\"hermite/gridatoms/"},
+      {"^hermite/foundations/", "^\"hermite/(expansion|frame|multihermite|overlay|gridatoms)/"},
+      {"^hermite/(expansion|frame)/", "^\"hermite/(multihermite|overlay|gridatoms)/"},
+      {"^hermite/(multihermite|overlay)/", "^\"hermite/gridatoms/"},
+      {"^hermite/multihermite/", "^\"hermite/overlay/"},
+      {"^hermite/overlay/", "^\"hermite/multihermite/"},
       // The expansion object finds its widths and its frame by what stands in frame/, which is
       // built on the engine of expansion/: its sources may look up, its headers may not.
       {R"(^hermite/expansion/.*\.h$)", "^\"hermite/frame/"},

@@ -106,16 +106,20 @@ struct EvaluationKernel {
 }  // namespace
 
 unsigned int EvaluationGridDim(double width, double spacing) {
+  return CubeDim(
+      width, spacing, kLargestGridDim,
+      "The grid spacing for this molecule, requires grid size exceeding maximum allowed of %d,"
+      "                                in order to cover the entire molecule. Instead maximum "
+      "value will be used.                                Try increasing spacing size.");
+}
+
+unsigned int CubeDim(double width, double spacing, unsigned int largest, const char* warning) {
   constexpr unsigned int kSmallest = 5;
   // Compared before it is truncated, so that no number is too large for a dimension.
   const double steps = (width + kGridMargin) / spacing + 1.0;
-  if (steps >= kLargestGridDim) {
-    QXCore::QXThrow.Warning(
-        "The grid spacing for this molecule, requires grid size exceeding maximum allowed of %d,"
-        "                                in order to cover the entire molecule. Instead maximum "
-        "value will be used.                                Try increasing spacing size.",
-        static_cast<int>(kLargestGridDim));
-    return kLargestGridDim;
+  if (steps >= largest) {
+    QXCore::QXThrow.Warning(warning, static_cast<int>(largest));
+    return largest;
   }
   return steps >= kSmallest ? static_cast<unsigned int>(steps) + 1 : kSmallest;
 }

@@ -41,9 +41,12 @@ bool CreateGrid(unsigned int N, const std::vector<double>& coefficients, double 
                 QXScalarGrid& grid, double spacing, double lambdaX, double lambdaY, double lambdaZ,
                 const QXTrans& transform);
 
-/// The dimension of such a cube: (width + kGridMargin)/spacing + 1 truncated, plus 1; at least 5;
-/// where it would exceed kLargestGridDim, a warning and that.
+/// The dimension of such a cube: that of CubeDim, at most kLargestGridDim.
 unsigned int EvaluationGridDim(double width, double spacing);
+
+/// (width + kGridMargin)/spacing + 1 truncated, plus 1; 5 where that is below 6; where it would
+/// exceed `largest`, that, and the warning, a format with one %d for it.
+unsigned int CubeDim(double width, double spacing, unsigned int largest, const char* warning);
 
 /// Sets the elements of a grid, of any dimensions, to the expansion at their places; the same bits
 /// at every level that the machine has. coefficients: QXHermiteBasisSize(N), shell order; lambdas:
