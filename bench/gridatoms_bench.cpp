@@ -1,4 +1,5 @@
-// Atoms from grids: the gradient of the objective, beside its plain form, and whole searches.
+// Atoms from grids: the gradient of the objective and the sparse regression, each beside its plain
+// form, and whole searches.
 
 #include <benchmark/benchmark.h>
 
@@ -10,7 +11,10 @@
 #include "bench/synthetic.h"
 #include "hermite/hermite.h"
 #include "hermite/internal.h"
+#include "host/grid/field_grid.h"
+#include "host/grid/grid_gaussian.h"
 #include "host/minimizer/bfgs.h"
+#include "host/numerics/lasso.h"
 
 using namespace QXHermiteMath;
 
@@ -113,5 +117,118 @@ BENCHMARK(FindLocalMinimum)
     ->ArgsProduct({{60, 200}, {5, 10}})
     ->ArgNames({"atoms", "N"})
     ->Unit(benchmark::kMillisecond);
+
+// A map of 30 atoms, 16 angstrom wide.
+constexpr unsigned int kMapAtoms = 30;
+
+QXScalarGrid Map(unsigned int dim) {
+  QXScalarGrid grid;
+  grid.SetDim(dim, dim, dim);
+  grid.SetSpacing(16.0f / static_cast<float>(dim));
+  const std::vector<double> places = Places(kMapAtoms, 0.3);
+  for (size_t i = 0; i < places.size(); i += 3)
+    QXCore::QXAddGaussian(grid, 2.7, 2.34422871067 / (kRadius * kRadius), &places[i]);
+  return grid;
+}
+
+// The samples and candidates of a fit of a map.
+struct Samples {
+  explicit Samples(unsigned int dim) {
+    QXLassoAtoms search;
+    search.SetupGrid(Map(dim), 0.27);
+    points = search.GetGridCoordinates();
+    values = search.GetGridValues();
+    candidates = search.SampleAtoms(0.2, 0.3);
+  }
+  void Report(benchmark::State& state) const {
+    state.counters["samples"] = static_cast<double>(values.size());
+    state.counters["candidates"] = static_cast<double>(candidates.size() / 3);
+  }
+
+  std::vector<double> points, values, candidates;
+};
+
+// The fit of the atoms, twice as many as are wanted.
+void LassoGaussiansSetup(benchmark::State& state) {
+  const Samples samples(static_cast<unsigned int>(state.range(0)));
+  for (auto _ : state) {
+    QXLassoGaussians fit(samples.candidates, kRadius);
+    fit.Setup(samples.points, samples.values, 2 * kMapAtoms);
+    benchmark::DoNotOptimize(fit.GetActives().data());
+  }
+  samples.Report(state);
+}
+BENCHMARK(LassoGaussiansSetup)
+    ->Arg(32)
+    ->Arg(48)
+    ->Arg(64)
+    ->ArgName("dim")
+    ->Unit(benchmark::kMillisecond);
+
+// The same on the stored matrix.
+void LassoGaussiansSetupStored(benchmark::State& state) {
+  const Samples samples(static_cast<unsigned int>(state.range(0)));
+  const auto rows = static_cast<Eigen::Index>(samples.values.size());
+  for (auto _ : state) {
+    QXLassoGaussians fit(samples.candidates, kRadius);
+    Eigen::VectorXd norms;
+    QXNumerics::QXLasso lasso;
+    lasso.Fit(fit.BuildNormalizedDesignMatrix(samples.points, norms),
+              Eigen::VectorXd::Map(samples.values.data(), rows), 2 * kMapAtoms);
+    benchmark::DoNotOptimize(lasso.GetActives().data());
+  }
+  samples.Report(state);
+}
+BENCHMARK(LassoGaussiansSetupStored)
+    ->Arg(32)
+    ->Arg(48)
+    ->Arg(64)
+    ->ArgName("dim")
+    ->Unit(benchmark::kMillisecond);
+
+void OptimizeNumberOfAtoms(benchmark::State& state) {
+  QXLassoAtoms search;
+  search.SetupGrid(Map(64), 0.3);
+  const QXMol atoms = Carbons(Places(static_cast<size_t>(state.range(0)), 0.3));
+  QXMol best;
+  for (auto _ : state) benchmark::DoNotOptimize(search.OptimizeNumberOfAtoms(atoms, best, 1));
+}
+BENCHMARK(OptimizeNumberOfAtoms)
+    ->Arg(30)
+    ->Arg(200)
+    ->ArgName("atoms")
+    ->Unit(benchmark::kMillisecond);
+
+// The same with a density from scratch for each number of atoms.
+void OptimizeNumberOfAtomsFresh(benchmark::State& state) {
+  const QXScalarGrid map = Map(64);
+  const std::vector<double> places = Places(static_cast<size_t>(state.range(0)), 0.3);
+  for (auto _ : state) {
+    float best = 0.0f;
+    for (size_t size = 3; size <= places.size(); size += 3) {
+      QXScalarGrid density = map;
+      QXFieldKit::QXMakeMolecularGaussianGrid(
+          density, Carbons({places.begin(), places.begin() + static_cast<long>(size)}));
+      const auto [a, b, c] = QXFieldKit::QXGridOverlap(density, map);
+      best = std::max(best, c / (b - c + a));
+    }
+    benchmark::DoNotOptimize(best);
+  }
+}
+BENCHMARK(OptimizeNumberOfAtomsFresh)
+    ->Arg(30)
+    ->Arg(200)
+    ->ArgName("atoms")
+    ->Unit(benchmark::kMillisecond);
+
+void GridToMol(benchmark::State& state) {
+  const QXScalarGrid map = Map(static_cast<unsigned int>(state.range(0)));
+  QXMol mol;
+  double score = 0.0;
+  for (auto _ : state) score = QXGridToMol(map, mol, kRadius, 1.2, 0.3, kMapAtoms, 1);
+  state.counters["atoms"] = mol.NumAtoms();
+  state.counters["tanimoto"] = score;
+}
+BENCHMARK(GridToMol)->Arg(32)->Arg(64)->ArgName("dim")->Unit(benchmark::kMillisecond);
 
 }  // namespace

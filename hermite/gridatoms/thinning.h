@@ -1,6 +1,8 @@
 #pragma once
 
+#include <array>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include "host/grid/scalar_grid.h"
@@ -17,6 +19,13 @@ void UniformlySampleGrid(QXCore::QXScalarGrid const& grid, std::vector<double>& 
                          size_t most = std::numeric_limits<size_t>::max());
 
 namespace QXHermiteMath {
+
+/// A value and the place that has it.
+using ValuedPlace = std::pair<double, std::array<double, 3>>;
+
+/// The places taken, x, y, z of each, highest value first. Ends after the first `most`.
+std::vector<double> ThinPlaces(std::vector<ValuedPlace> candidates, double minDistance,
+                               size_t most = std::numeric_limits<size_t>::max());
 
 /// Replaces the atoms of mol by carbons on a thinned choice of their places, highest value first.
 /// An atom counts with the value of the element in whose cell it lies. It is dropped outside the

@@ -97,18 +97,26 @@ std::array<float, 3> QXGridOverlap(int handleA, int handleB, int, float) {
     QXThrow.Error("There is no grid of handle %d: acquire one first.", a ? handleB : handleA);
     return {0.0f, 0.0f, 0.0f};
   }
-  return {Overlap(*a, *a), Overlap(*b, *b), Overlap(*a, *b)};
+  return QXGridOverlap(*a, *b);
+}
+
+std::array<float, 3> QXGridOverlap(const QXScalarGrid& a, const QXScalarGrid& b) {
+  return {Overlap(a, a), Overlap(b, b), Overlap(a, b)};
+}
+
+void QXAddAtomGaussian(QXScalarGrid& grid, unsigned int atomicNumber, const double* centre) {
+  constexpr double kAmplitude = 2.7, kWidth = 2.34422871067;  // the width for a radius of 1
+  const double radius = QXBondiRadius(atomicNumber);
+  QXCore::QXAddGaussian(grid, kAmplitude, kWidth / (radius * radius), centre);
 }
 
 void QXMakeMolecularGaussianGrid(QXScalarGrid& grid, const QXMolKit::QXMolBase& mol) {
-  constexpr double kAmplitude = 2.7, kWidth = 2.34422871067;  // the width for a radius of 1
   std::fill_n(grid.GetValues(), grid.GetSize(), 0.0f);
   for (unsigned int i = 0; i < mol.NumAtoms(); ++i) {
     const QXMolKit::QXAtom* atom = mol.GetAtom(i);
     double centre[3];
     mol.GetCoords(atom, centre);
-    const double radius = QXBondiRadius(atom->GetAtomicNum());
-    QXCore::QXAddGaussian(grid, kAmplitude, kWidth / (radius * radius), centre);
+    QXAddAtomGaussian(grid, atom->GetAtomicNum(), centre);
   }
 }
 

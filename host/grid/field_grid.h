@@ -5,7 +5,7 @@
 #include "host/grid/scalar_grid.h"
 #include "host/molkit/molbase.h"
 
-// Overlaps of grids, by handle.
+// Overlaps of grids, and the density of a molecule on one.
 
 namespace QXFieldKit {
 
@@ -32,10 +32,17 @@ int QXAcquireGridHandle(QXFieldGrid& grid);
 /// The last two arguments are not used. An unknown handle is an error report and gives three zeros.
 std::array<float, 3> QXGridOverlap(int handleA, int handleB, int unused, float alsoUnused);
 
+/// The same of two grids that have no handles.
+std::array<float, 3> QXGridOverlap(const QXCore::QXScalarGrid& a, const QXCore::QXScalarGrid& b);
+
 /// Fills a grid of given geometry with the density of the atoms of `mol`: a Gaussian
 /// 2.7 exp(-w d^2), w = 2.34422871067/r^2, for every atom, r the Bondi radius of its element
 /// (QXBondiRadius). All values are overwritten.
 void QXMakeMolecularGaussianGrid(QXCore::QXScalarGrid& grid, const QXMolKit::QXMolBase& mol);
+
+/// Adds the Gaussian of one atom of that density, at a centre of three coordinates. Atoms added in
+/// their order give the grid of the molecule to the bit.
+void QXAddAtomGaussian(QXCore::QXScalarGrid& grid, unsigned int atomicNumber, const double* centre);
 
 /// The van der Waals radius of an element in angstrom, by A. Bondi, J. Phys. Chem. 68 (1964) 441,
 /// with the main group completed by M. Mantina et al., J. Phys. Chem. A 113 (2009) 5806; 1.7 for

@@ -64,6 +64,14 @@ inline QXScalarGrid OnGrid(const Gaussians& gaussians, unsigned int dim, float s
   return grid;
 }
 
+/// A cubic grid of numbers from -0.1 to 0.9 in no order, the same each time.
+inline QXScalarGrid NoiseGrid(unsigned int dim, float spacing) {
+  QXScalarGrid grid = MakeGrid(dim, dim, dim, spacing);
+  std::mt19937 random(5);
+  Fill(grid, [&](const Vector3d&) { return static_cast<double>(random()) / 4294967296.0 - 0.1; });
+  return grid;
+}
+
 /// The cosine of the angle between the values of a grid and the density of Gaussians there.
 inline double Cosine(QXScalarGrid grid, const Gaussians& gaussians) {
   double product = 0, squares = 0, norm = 0;
