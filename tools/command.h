@@ -34,5 +34,6 @@ std::unique_ptr<Command> MakeOverlayCommand();
 std::unique_ptr<Command> MakeExpandCommand();
 std::unique_ptr<Command> MakeGridCommand();
 std::unique_ptr<Command> MakeAtomsCommand();
+std::unique_ptr<Command> MakeFitGridCommand();
 
 }  // namespace QXTools

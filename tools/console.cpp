@@ -24,8 +24,29 @@ bool Console::IsTerminal() {
 }
 
 void Console::Say(const std::string& text) {
-  if (progress_) progress_->Clear();
+  const std::scoped_lock lock(mutex_);
+  Clear();
   std::fputs((DisplayText(text) + '\n').c_str(), stderr);
+}
+
+void Console::DrawLine(const std::string& text) {
+  const std::scoped_lock lock(mutex_);
+  std::fputs(("\r" + DisplayText(text) + "\033[K").c_str(), stderr);
+  std::fflush(stderr);
+  drawn_ = true;
+}
+
+void Console::ClearLine() {
+  const std::scoped_lock lock(mutex_);
+  Clear();
+}
+
+void Console::Clear() {
+  if (progress_) progress_->Clear();
+  if (!drawn_) return;
+  std::fputs("\r\033[K", stderr);
+  std::fflush(stderr);
+  drawn_ = false;
 }
 
 void Console::SayReport(std::string text) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
 #include <set>
 #include <string>
 #include <utility>
@@ -20,8 +21,12 @@ class Console {
   Console& operator=(const Console&) = delete;
 
   /// One line of text. What hostile titles and names hold becomes '?', see DisplayText. A stderr
-  /// that cannot be written to is no failure.
+  /// that cannot be written to is no failure. Safe from any thread.
   void Say(const std::string& text);
+
+  /// A line that stands on a terminal until the next text. Both are safe from any thread.
+  void DrawLine(const std::string& text);
+  void ClearLine();
 
   /// Reports of the library about files whose name begins with `hidden` are told with `shown` in
   /// its place, or not at all when that is empty.
@@ -38,7 +43,10 @@ class Console {
 
  private:
   void SayReport(std::string text);
+  void Clear();
 
+  std::mutex mutex_;    ///< of what stands on stderr
+  bool drawn_ = false;  ///< a line of DrawLine
   std::unique_ptr<Progress> progress_;
   std::vector<std::pair<std::string, std::string>> names_;
   std::set<std::string> said_;  ///< reports: a file that is read again is told of once

@@ -1,22 +1,15 @@
 #include "tools/expansion_file.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <cctype>
-#include <cmath>
-#include <filesystem>
-#include <fstream>
-#include <nlohmann/json.hpp>
-#include <stdexcept>
 
 #include "hermite/foundations/basis.h"
+#include "tools/json_file.h"
 
 namespace QXTools {
 namespace {
 
 using QXHermiteMath::QXHermiteOptions;
-using Json = nlohmann::ordered_json;
 
 constexpr const char* kFormat = "qxhermite expansion 1";
 constexpr const char* kOrder = "l + m + n rising, then l, then m";
@@ -53,7 +46,8 @@ QXHermiteOptions OptionsFromJson(const Json& json) {
 }
 
 Density FromJson(const Json& json) {
-  Require(json.is_object() && json.value("format", "") == kFormat, "not an expansion of this tool");
+  Require(json.is_object() && json.value("format", "") == kFormat,
+          "not an expansion of this tool (a model is for qxhermite grid)");
   Density density;
   density.title = json.at("title");
   density.source = json.at("source");
@@ -96,29 +90,11 @@ bool WriteExpansion(const Density& density, const std::string& path) {
                      {"exactSelfOverlap", density.exactSelfOverlap},
                      {"order", kOrder},
                      {"coefficients", density.expansion.GetCoefficients()}};
-  std::ofstream out(path, std::ios::binary);
-  // Titles may hold bytes that are not UTF-8.
-  out << json.dump(1, ' ', false, Json::error_handler_t::replace) << '\n';
-  out.close();
-  return !out.fail();
+  return WriteJsonFile(json, path);
 }
 
 std::optional<Density> ReadExpansion(const std::string& path, Console& console) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in || !std::filesystem::is_regular_file(path)) {
-    console.Say(
-        fmt::format("{}: cannot be opened as a file: check the name and the permissions", path));
-    return std::nullopt;
-  }
-  try {
-    return FromJson(Json::parse(in));
-  } catch (const Json::exception& error) {
-    console.Say(fmt::format("{}: cannot be read ({}): write it anew with qxhermite expand", path,
-                            error.what()));
-  } catch (const std::runtime_error& error) {
-    console.Say(fmt::format("{}: {}: write it anew with qxhermite expand", path, error.what()));
-  }
-  return std::nullopt;
+  return ReadJsonFile(path, "write it anew with qxhermite expand", console, FromJson);
 }
 
 }  // namespace QXTools

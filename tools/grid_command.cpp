@@ -3,17 +3,24 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <array>
 #include <cmath>
 #include <cstdio>
+#include <functional>
+#include <optional>
 
 #include "hermite/expansion/grid_evaluation.h"
 #include "host/grid/grid_file.h"
 #include "tools/arguments.h"
 #include "tools/command.h"
 #include "tools/density.h"
+#include "tools/expansion_file.h"
 #include "tools/grid_density.h"
 #include "tools/interrupt.h"
+#include "tools/model_file.h"
+#include "tools/model_grid.h"
 #include "tools/output_file.h"
+#include "tools/stage.h"
 
 namespace QXTools {
 namespace {
@@ -22,71 +29,155 @@ using QXCore::QXScalarGrid;
 using QXHermiteMath::kGridMargin;
 using QXHermiteMath::kLargestGridDim;
 
+constexpr double kDefaultSpacing = 0.5;
+constexpr unsigned int kLargestModelGridDim = 300;
+
 constexpr const char* kExamples = R"(Examples:
   qxhermite grid ligand.sdf --out ligand.ccp4 --npolymax 10
   qxhermite grid map.ccp4 --out smooth.cube --spacing 0.25
   qxhermite grid map.json --out map.ccp4 --width 20
+  qxhermite grid model.json --out model.ccp4 --like map.ccp4
 
 Exit status: 0 all well; 1 wrong usage, or nothing could be done.)";
+
+/// What can be put on a grid, in the coordinates of its file.
+struct Source {
+  std::string title;
+  std::array<double, 3> centre{};
+  double width = 0.0;           ///< of the cube about the centre that holds it
+  unsigned int largestDim = 0;  ///< of the cubes that `create` makes
+  std::optional<QXMolKit::QXMol> mol;
+  /// Makes a cube of a spacing and a width about the mid point of a grid, and fills it.
+  std::function<void(QXScalarGrid& grid, double spacing, double width)> create;
+  /// Fills a grid of given geometry.
+  std::function<void(QXScalarGrid& grid)> fill;
+};
+
+/// Expansions stand at the origin: the grid goes there and back. Elements move, values stay.
+template <typename Fill>
+void AtOrigin(const std::array<double, 3>& centre, QXScalarGrid& grid, Fill fill) {
+  const float mid[] = {grid.GetXMid(), grid.GetYMid(), grid.GetZMid()};
+  MoveToOrigin({.centre = centre}, grid);
+  fill();
+  grid.SetMid(mid[0], mid[1], mid[2]);
+}
+
+Source FromDensity(Density density) {
+  Source source{density.title, density.centre, density.width, kLargestGridDim, density.mol, {}, {}};
+  source.create = [density](QXScalarGrid& grid, double spacing, double width) {
+    AtOrigin(density.centre, grid, [&] { density.expansion.CreateGrid(grid, spacing, width); });
+  };
+  source.fill = [density](QXScalarGrid& grid) {
+    const QXHermiteMath::QXHermiteOptions& options = density.expansion.GetOptions();
+    const double lambdas[] = {options.GetLambdaX(), options.GetLambdaY(), options.GetLambdaZ()};
+    AtOrigin(density.centre, grid, [&] {
+      QXHermiteMath::EvaluateOnGrid(options.GetNPolyMax(),
+                                    density.expansion.GetCoefficients().data(), lambdas, grid,
+                                    QXCore::QXGetSimdLevel());
+    });
+  };
+  return source;
+}
+
+Source FromModel(Model model) {
+  const SiteCube cube = CubeOfSites(model.expansion.GetParams());
+  Source source{model.title, cube.centre, cube.width, kLargestModelGridDim, {}, {}, {}};
+  source.create = [model](QXScalarGrid& grid, double spacing, double width) mutable {
+    model.expansion.CreateGrid(grid, spacing, width);
+  };
+  source.fill = [model](QXScalarGrid& grid) { EvaluateModel(model.expansion, grid); };
+  return source;
+}
 
 class GridCommand : public Command {
  public:
   std::string Name() const override { return "grid"; }
   std::string Brief() const override {
-    return "Writes the expansion of a molecule or a grid as a density grid.";
+    return "Writes the expansion of a molecule or a grid, or a model of a grid, as a density grid.";
   }
   void Declare(CLI::App& app) override {
     DeclareDensityArguments(app, density_);
     app.footer(kExamples);
     AddFile(app, "--out", output_, "Grid file: .ccp4, .map, .mrc, .cube or .cub")->required();
+    AddFile(app, "--like", like_, "Grid file with the elements to take, instead of a cube");
     AddNumber(app, "--spacing", spacing_, 0.0, "Distance of grid points, in angstrom");
     AddNumber(app, "--width", width_, 0.0,
               "Width of the cube about the centre of the density, in angstrom; 6 are added",
               "that of the density");
   }
-  std::string Check() const override {
-    if (!IsGridFile(output_)) {
-      return fmt::format("{}: not the name of a grid: name it .ccp4, .map, .mrc, .cube or .cub",
-                         output_);
-    }
-    if (SameFile(output_, density_.file)) {
-      return fmt::format("{}: is both read and written: give another name", output_);
-    }
-    return CheckDensityArguments(density_);
-  }
+  std::string Check() const override;
   ExitStatus Run() override;
 
  private:
-  /// The grid that holds the density, with its atoms. Nothing when the grid would be too large.
-  std::optional<QXScalarGrid> MakeGrid(const Density& density, Console& console) const;
+  std::optional<Source> Load(Console& console) const;
+  /// The grid with the elements that are asked for. Nothing when that cannot be had.
+  std::optional<QXScalarGrid> MakeGrid(const Source& source, Console& console) const;
+  std::optional<QXScalarGrid> MakeCube(const Source& source, Console& console) const;
 
   DensityArguments density_;
   std::string output_;
-  double spacing_ = 0.5;
+  std::string like_;
+  double spacing_ = kDefaultSpacing;
   double width_ = 0.0;
 };
 
-std::optional<QXScalarGrid> GridCommand::MakeGrid(const Density& density, Console& console) const {
-  const double width = width_ > 0.0 ? width_ : density.width;
-  const double least = (width + kGridMargin) / (kLargestGridDim - 1.0);
+std::string GridCommand::Check() const {
+  if (!IsGridFile(output_)) {
+    return fmt::format("{}: not the name of a grid: name it .ccp4, .map, .mrc, .cube or .cub",
+                       output_);
+  }
+  for (const std::string& input : {density_.file, like_}) {
+    if (!SameFile(output_, input)) continue;
+    return fmt::format("{}: is both read and written: give another name", output_);
+  }
+  if (!like_.empty() && (spacing_ != kDefaultSpacing || width_ > 0.0)) {
+    return "--like: the elements are those of that grid: leave out --spacing and --width";
+  }
+  return CheckDensityArguments(density_);
+}
+
+std::optional<Source> GridCommand::Load(Console& console) const {
+  if (IsExpansionFile(density_.file) && IsModelFile(density_.file)) {
+    const std::optional<Model> model = ReadModel(density_.file, console);
+    return model ? std::optional(FromModel(*model)) : std::nullopt;
+  }
+  const std::optional<Density> density = LoadDensity(density_, console);
+  return density ? std::optional(FromDensity(*density)) : std::nullopt;
+}
+
+std::optional<QXScalarGrid> GridCommand::MakeCube(const Source& source, Console& console) const {
+  const double width = width_ > 0.0 ? width_ : source.width;
+  const double least = (width + kGridMargin) / (source.largestDim - 1.0);
   if (spacing_ < least) {
     console.Say(fmt::format(
         "{}: a spacing of {:g} A needs more than {} elements along an axis: take at least {:g}",
-        density_.file, spacing_, kLargestGridDim, std::ceil(least * 1e4) / 1e4));
+        density_.file, spacing_, source.largestDim, std::ceil(least * 1e4) / 1e4));
     return std::nullopt;
   }
   QXScalarGrid grid;
-  density.expansion.CreateGrid(grid, spacing_, width);
-  if (QXCore::QXCountNonFinite(grid) > 0) {
+  grid.SetMid(static_cast<float>(source.centre[0]), static_cast<float>(source.centre[1]),
+              static_cast<float>(source.centre[2]));
+  source.create(grid, spacing_, width);
+  return grid;
+}
+
+std::optional<QXScalarGrid> GridCommand::MakeGrid(const Source& source, Console& console) const {
+  std::optional<QXScalarGrid> grid;
+  if (like_.empty()) {
+    grid = MakeCube(source, console);
+  } else if (!QXCore::QXReadGrid(like_, grid.emplace())) {
+    return std::nullopt;
+  } else {
+    source.fill(*grid);
+  }
+  if (!grid) return grid;
+  if (QXCore::QXCountNonFinite(*grid) > 0) {
     console.Say(fmt::format("{}: its values are not finite: check the coefficients and the widths",
                             density_.file));
     return std::nullopt;
   }
-  // The origin of the expansion goes to where it was taken: elements move, values stay.
-  grid.SetMid(static_cast<float>(density.centre[0]), static_cast<float>(density.centre[1]),
-              static_cast<float>(density.centre[2]));
-  grid.SetTitle(density.title);
-  if (density.mol) grid.SetData(QXCore::kQXGridMoleculeTag, *density.mol);
+  grid->SetTitle(source.title);
+  if (source.mol) grid->SetData(QXCore::kQXGridMoleculeTag, *source.mol);
   return grid;
 }
 
@@ -94,9 +185,13 @@ ExitStatus GridCommand::Run() {
   Console console;
   OutputFile out(output_, console);
   if (!out.IsOpen()) return kNothingDone;
-  const std::optional<Density> density = LoadDensity(density_, console);
-  if (!density) return kNothingDone;
-  const std::optional<QXScalarGrid> grid = MakeGrid(*density, console);
+  const std::optional<Source> source = Load(console);
+  if (!source) return kNothingDone;
+  std::optional<QXScalarGrid> grid;
+  {
+    const Stage stage(console, fmt::format("{}: evaluating", density_.file));
+    grid = MakeGrid(*source, console);
+  }
   const QXCore::QXGridFormat format = QXCore::QXGetGridFormat(output_);
   if (!grid || !QXCore::QXWriteGrid(out.TemporaryPath(), *grid, format)) return kNothingDone;
   if (WasInterrupted(console) || !out.Commit()) return kNothingDone;

@@ -34,6 +34,7 @@ std::vector<std::unique_ptr<Command>> MakeCommands() {
   commands.push_back(MakeExpandCommand());
   commands.push_back(MakeGridCommand());
   commands.push_back(MakeAtomsCommand());
+  commands.push_back(MakeFitGridCommand());
   return commands;
 }
 

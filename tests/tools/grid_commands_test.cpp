@@ -2,12 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "host/grid/field_grid.h"
-#include "host/grid/grid_file.h"
-#include "host/molkit/molstream.h"
-#include "support/grids.h"
-#include "support/molecules.h"
-#include "tests/tools/tool_test.h"
+#include "tests/tools/grid_tool_test.h"
 
 namespace {
 
@@ -16,47 +11,10 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-const std::string kReference = std::string(QX_EXAMPLES) + "/reference.sdf";
 // Amplitude and exponent of an atom of radius 1.7 in a shape density.
 constexpr double kAmplitude = 2.7, kExponent = 2.34422871067 / (1.7 * 1.7);
 
-class GridCommands : public ToolTest {
- protected:
-  void WriteAtoms(const std::string& name, const std::vector<std::array<double, 3>>& places) {
-    WriteFile(Path(name), Carbons("", places).Text());
-  }
-
-  /// The density of all atoms of a molecule, on a grid around it, with the atoms.
-  void WriteDensity(const std::string& name, const QXMol& mol, float spacing = 0.5f) {
-    const std::vector<double> x = Coords(mol);
-    const Eigen::Map<const Eigen::Matrix3Xd> places(x.data(), 3, mol.NumAtoms());
-    const Vector3d low = places.rowwise().minCoeff(), high = places.rowwise().maxCoeff();
-    const auto dim = (((high - low).array() + 6.0) / spacing).cast<unsigned int>().eval();
-    QXScalarGrid grid = MakeGrid(dim[0], dim[1], dim[2], spacing, ((low + high) / 2).cast<float>());
-    QXFieldKit::QXMakeMolecularGaussianGrid(grid, mol);
-    grid.SetData(QXCore::kQXGridMoleculeTag, mol);
-    ASSERT_TRUE(QXCore::QXWriteGrid(Path(name), grid));
-  }
-
-  QXMol ReadMol(const std::string& path) const {
-    QXMol mol;
-    QXMolKit::qxmolistream in(path);
-    EXPECT_TRUE(QXMolKit::QXReadMolecule(in, mol)) << path;
-    return mol;
-  }
-  QXMol HeavyReference() const { return ReadHeavy(kReference); }
-  QXMol ReadHeavy(const std::string& path) const {
-    QXMol mol = ReadMol(path);
-    QXMolKit::QXSuppressHydrogens(mol, false, false, true);
-    mol.CompactAtoms();
-    return mol;
-  }
-  QXScalarGrid ReadGrid(const std::string& name) const {
-    QXScalarGrid grid;
-    EXPECT_TRUE(QXCore::QXReadGrid(Path(name), grid));
-    return grid;
-  }
-};
+using GridCommands = GridToolTest;
 
 testing::AssertionResult Near(const QXMol& a, const QXMol& b, double tolerance) {
   return AllNear(Coords(a), Coords(b), tolerance);

@@ -426,7 +426,7 @@ TEST_F(OverlayCommand, WrongUsageIsExplained) {
   EXPECT_EQ(Finish(Start({}, "set -- \"$1\" frobnicate")), 1);
   EXPECT_EQ(err_,
             "qxhermite: 'frobnicate' is not a command: choose one of overlay, expand, grid, "
-            "atoms\nRun qxhermite --help for the options.\n");
+            "atoms, fit-grid\nRun qxhermite --help for the options.\n");
   EXPECT_EQ(Run({"--help"}), 0);
   EXPECT_THAT(out_, testing::AllOf(HasSubstr("Examples:"), HasSubstr("Resolution Parameter."),
                                    HasSubstr("--UseOptimalLambdas")));

@@ -1,0 +1,126 @@
+// The commands around multi-centre models, run as a person runs them.
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "tests/tools/grid_tool_test.h"
+
+namespace {
+
+using namespace QXTest;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using Json = nlohmann::json;
+
+class ModelCommands : public GridToolTest {
+ protected:
+  void SetUp() override { WriteDensity("map.ccp4", HeavyReference()); }
+  int Fit(const std::vector<std::string>& more) {
+    std::vector<std::string> words = {"fit-grid",   "map.ccp4", "--out",    "model.json",
+                                      "--npolymax", "2",        "--lambda", "1.3"};
+    words.insert(words.end(), more.begin(), more.end());
+    return Run(words);
+  }
+};
+
+double Rms(const Vector& values) {
+  return Eigen::Map<const Eigen::ArrayXd>(values.data(), Eigen::Index(values.size()))
+      .matrix()
+      .norm();
+}
+
+TEST_F(ModelCommands, ModelAndResidualAddUpToTheGrid) {
+  ASSERT_EQ(Fit({"--write-grid", "residual.cube"}), 0) << err_;
+  const std::string summary = out_;
+  ASSERT_EQ(Run({"grid", "model.json", "--out", "model.ccp4", "--like", "map.ccp4"}), 0) << err_;
+  const Vector map = Values(ReadGrid("map.ccp4")), model = Values(ReadGrid("model.ccp4"));
+  Vector rest;
+  for (size_t i = 0; i < map.size(); ++i) rest.push_back(map[i] - model[i]);
+  const double largest = *std::max_element(map.begin(), map.end());
+  EXPECT_TRUE(AllNear(Values(ReadGrid("residual.cube")), rest, 1e-5 * largest));  // as printed
+  EXPECT_LT(Rms(rest), 0.25 * Rms(map));
+  char text[80];
+  std::snprintf(text, sizeof text, "%.4f on the whole grid\n", Rms(rest) / Rms(map));
+  EXPECT_THAT(summary, HasSubstr(text));
+
+  // The cube stands where the molecule does.
+  ASSERT_EQ(Run({"grid", "model.json", "--out", "cube.ccp4", "--spacing", "0.25"}), 0) << err_;
+  QXScalarGrid grid = ReadGrid("map.ccp4"), cube = ReadGrid("cube.ccp4");
+  ForElements(grid, [&, i = size_t{0}](float, const Vector3d& p) mutable {
+    const float x[] = {float(p[0]), float(p[1]), float(p[2])};
+    const double value = QXCore::QXLinearInterpolate(cube, x[0], x[1], x[2], 0.0f);
+    const double bound = model[i] > 0.3 * largest ? 0.05 * largest : HUGE_VAL;
+    ASSERT_NEAR(value, model[i++], bound);
+  });
+}
+
+TEST_F(ModelCommands, SamplesAreThinnedToTheMemoryAllowed) {
+  ASSERT_EQ(Fit({"--memory", "2", "--max-sites", "10"}), 0) << err_;
+  // 10 sites of 10 functions: no more than 2^21/800 samples.
+  unsigned int samples = 0;
+  ASSERT_EQ(std::sscanf(out_.c_str() + out_.find("Samples"), "Samples %u", &samples), 1) << out_;
+  EXPECT_THAT(samples, testing::AllOf(testing::Gt(1500u), testing::Lt(2700u)));
+  EXPECT_THAT(err_, HasSubstr("--memory allows more"));
+  EXPECT_EQ(Fit({"--memory", "2", "--sample-spacing", "0.3"}), 1);
+  EXPECT_THAT(err_, HasSubstr("--sample-spacing 0.3: needs more than 2 MiB: give at least"));
+}
+
+TEST_F(ModelCommands, DamagedModelsAreRefusedByTheNameOfTheField) {
+  ASSERT_EQ(Fit({"--max-sites", "5"}), 0) << err_;
+  const Json model = Json::parse(ReadFile(Path("model.json")));
+  ASSERT_EQ(model.at("centers").size(), 5u);
+  const std::pair<const char*, const char*> cases[] = {
+      {R"({"format": "qxhermite model 2"})", "not an expansion of this tool"},
+      {R"({"units": "bohr"})", "field units: is not angstrom"},
+      {R"({"title": null})", "field title: is missing"},
+      {R"({"degrees": [2, 2]})", "field degrees: 2 values for 5 sites"},
+      {R"({"degrees": [-1]})", "field degrees[0]: -1 is not a whole number"},
+      {R"({"degrees": [101]})", "field degrees: 101 is above 100"},
+      {R"({"widths": [0.0]})", "field widths: 0 is not positive"},
+      {R"({"widths": ["wide"]})", "field widths[0]: \"wide\" is not a finite number"},
+      {R"({"centers": [[0, 0]]})", "field centers[0]: is no list of three"},
+      {R"({"centers": {}})", "field centers: is no list"},
+      {R"({"actives": [0, 50], "coefficients": [1, 2]})", "field actives[1]: 50 is not below 50"},
+      {R"({"actives": [7, 7], "coefficients": [1, 2]})", "field actives[1]: 7 stands there twice"},
+      {R"({"actives": [7]})", "field coefficients: "},
+      {R"({"actives": [7], "coefficients": [1e999]})", "model.json: "},
+  };
+  for (const auto& [patch, message] : cases) {
+    Json damaged = model;
+    const std::string text(patch);
+    if (text.find("e999") == std::string::npos) damaged.merge_patch(Json::parse(text));
+    std::string written = damaged.dump();
+    if (text.find("e999") != std::string::npos) {
+      written.replace(written.find("\"coefficients\":[") + 16, 0, "1e999,");
+    }
+    WriteFile(Path("model.json"), written);
+    EXPECT_EQ(Run({"grid", "model.json", "--out", "out.ccp4"}), 1) << patch;
+    EXPECT_THAT(err_, HasSubstr(message)) << patch;
+    EXPECT_THAT(Files(), testing::Not(testing::Contains("out.ccp4"))) << patch;
+  }
+}
+
+TEST_F(ModelCommands, LassoFindsTheAtomsOfADensity) {
+  const QXMol molecule = HeavyReference();
+  ASSERT_EQ(
+      Run({"atoms", "map.ccp4", "--out", "atoms.sdf", "--method", "Lasso", "--radius", "1.7"}), 0)
+      << err_;
+  EXPECT_THAT(err_, IsEmpty());
+  const QXMol found = ReadMol(Path("atoms.sdf"));
+  EXPECT_LT(Farthest(Coords(molecule), Coords(found)), 0.8);
+  EXPECT_THAT(out_, HasSubstr("cosine of the densities on the grid"));
+  ASSERT_EQ(Run({"atoms", "map.ccp4", "--out", "few.sdf", "--method", "lasso", "--max-atoms", "4",
+                 "--metric", "tanimoto"}),
+            0)
+      << err_;
+  EXPECT_LE(ReadMol(Path("few.sdf")).NumAtoms(), 4u);
+  EXPECT_THAT(out_, HasSubstr("tanimoto of the densities on the grid"));
+  for (const char* metric : {"angle", "2"}) {
+    EXPECT_EQ(Run({"atoms", "map.ccp4", "--out", "x.sdf", "--method", "lasso", "--metric", metric}),
+              1);
+  }
+}
+
+}  // namespace

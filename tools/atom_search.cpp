@@ -1,0 +1,131 @@
+#include "tools/atom_search.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "hermite/expansion/mol_to_gaussians.h"
+#include "hermite/gridatoms/grid_to_atoms.h"
+#include "hermite/gridatoms/grid_to_mol.h"
+#include "hermite/gridatoms/multistart_grid_to_atoms.h"
+#include "hermite/gridatoms/places.h"
+#include "hermite/gridatoms/thinning.h"
+#include "hermite/overlay/cos_angle.h"
+#include "tools/grid_density.h"
+#include "tools/interrupt.h"
+
+namespace QXTools {
+namespace {
+
+using QXCore::QXScalarGrid;
+using QXHermiteMath::QXHermite;
+using QXHermiteMath::QXHermiteOptions;
+using QXMolKit::QXMol;
+
+// Of the starting point: the least value under an atom, as a part of the largest, and the number.
+constexpr double kStartShare = 0.05;
+constexpr size_t kMostAtoms = 200;
+
+/// Many atoms, on all but the faint parts of the density: where they are too many they crowd on one
+/// another, and the clean-up leaves one of each crowd.
+QXMol StartingPoint(const QXScalarGrid& grid, const AtomSearch& search) {
+  const double largest = *std::max_element(grid.GetValues(), grid.GetValues() + grid.GetSize());
+  std::vector<double> places;
+  const float least = static_cast<float>(kStartShare * largest);
+  const auto count = std::count_if(grid.GetValues(), grid.GetValues() + grid.GetSize(),
+                                   [least](float value) { return value >= least; });
+  // Points of greedy thinning at this distance fill the volume with more than kMostAtoms: a start
+  // from below, for each trial sorts all elements.
+  const double volumeOfOne = static_cast<double>(count) / kMostAtoms;
+  double distance =
+      std::max(search.startDistance, 0.7 * std::cbrt(volumeOfOne) * grid.GetSpacing());
+  do {
+    UniformlySampleGrid(grid, places, distance, kStartShare * largest, kMostAtoms + 1);
+    distance *= 1.1;
+  } while (places.size() > 3 * kMostAtoms);
+  QXMol atoms;
+  QXHermiteMath::SetCarbons(atoms, places);
+  return atoms;
+}
+
+/// Random starts are drawn until one falls on a value of 0.0001, whatever the unit of the grid:
+/// this makes it the threshold. The places of the atoms do not depend on the scale.
+QXScalarGrid AtScaleOfStarts(QXScalarGrid grid, double threshold) {
+  constexpr double kLeastValue = 0.0001;
+  float* const values = grid.GetValues();
+  const double largest = *std::max_element(values, values + grid.GetSize());
+  const double scale = kLeastValue / (threshold * largest);
+  std::transform(values, values + grid.GetSize(), values,
+                 [scale](float value) { return static_cast<float>(value * scale); });
+  // Rounding must not leave the search without a place to start from.
+  float& top = *std::max_element(values, values + grid.GetSize());
+  top = std::max(top, std::nextafter(static_cast<float>(kLeastValue), 1.0f));
+  return grid;
+}
+
+QXMol Refine(const QXScalarGrid& grid, const AtomSearch& search, const QXHermiteOptions& options) {
+  QXHermiteMath::QXGridToAtoms finder(search.radius, search.minDistance, search.threshold, options,
+                                      grid, {});
+  QXMol atoms = StartingPoint(grid, search);
+  // What the clean-up leaves is no minimum of its own: again, until nothing is dropped.
+  for (unsigned int before = 0; atoms.NumAtoms() != before && !Interrupted();) {
+    before = atoms.NumAtoms();
+    finder.FindLocalMinimum(atoms);
+  }
+  return atoms;
+}
+
+QXMol Multistart(const QXScalarGrid& grid, const AtomSearch& search,
+                 const QXHermiteOptions& options) {
+  QXHermiteMath::QXMultistartGridToAtoms sampler(options, AtScaleOfStarts(grid, search.threshold),
+                                                 {});
+  QXMol atoms;
+  sampler.Sample(search.starts, atoms);
+  return atoms;
+}
+
+double CosineOnGrid(const QXMol& atoms, double radius, const QXScalarGrid& grid) {
+  return Cosine(grid, OnGrid(QXHermiteMath::QXMolToGaussians(atoms, radius), grid));
+}
+
+/// refine and multistart: with the expansion of the grid.
+FoundAtoms FindByExpansion(const QXScalarGrid& grid, const AtomSearch& search,
+                           const std::string& file, Console& console) {
+  QXHermite expansion;
+  expansion.Setup(grid, WithWidths(search.expansion, grid, {}));
+  WarnOfPoorExpansion(file, expansion.GetSelfOverlap() / SelfOverlap(grid), console);
+  FoundAtoms found;
+  found.expansion = expansion.GetOptions();
+  const bool refine = search.method == "refine";
+  found.mol =
+      refine ? Refine(grid, search, found.expansion) : Multistart(grid, search, found.expansion);
+  if (found.mol.NumAtoms() == 0) return found;
+  // Single atoms are laid on the grid as overlays have them.
+  const double radius = refine ? search.radius : QXHermiteMath::kOverlayAtomRadius;
+  QXHermiteMath::QXHermiteCosAngleFunc objective(found.expansion);
+  objective.SetupRef(expansion);
+  objective.Setup(found.mol, radius);
+  found.objective = objective(Coordinates(found.mol).data());
+  found.cosine = CosineOnGrid(found.mol, radius, grid);
+  return found;
+}
+
+FoundAtoms FindByLasso(const QXScalarGrid& grid, const AtomSearch& search) {
+  constexpr unsigned int kCosine = 0, kTanimoto = 1;
+  FoundAtoms found;
+  found.score = QXHermiteMath::QXGridToMol(grid, found.mol, search.radius, search.minDistance,
+                                           search.valueFraction, search.maxAtoms,
+                                           search.metric == "cosine" ? kCosine : kTanimoto);
+  found.cosine = CosineOnGrid(found.mol, search.radius, grid);
+  return found;
+}
+
+}  // namespace
+
+FoundAtoms FindAtoms(const QXScalarGrid& grid, const AtomSearch& search, const std::string& file,
+                     Console& console) {
+  return search.method == "lasso" ? FindByLasso(grid, search)
+                                  : FindByExpansion(grid, search, file, console);
+}
+
+}  // namespace QXTools
