@@ -1,9 +1,9 @@
-"""Makes data/formamide.ccp4 and data/formamide.sdf: the middle of an electron density, and its atoms.
+"""Makes NAME.ccp4 and NAME.sdf in data: the middle of an electron density, and its atoms.
 
 Usage: python3 make_map.py density.ccp4 molecule.json FOLDER
 
 density.ccp4: 32-bit floats, columns along x, start words, as python3-gemmi reads it.
-molecule.json: "atoms" with element and coordinates, and "smiles" in the same order.
+molecule.json: "name", "atoms" with element and coordinates, and "smiles" in the same order.
 """
 
 import json
@@ -46,7 +46,7 @@ def write_molecule(data, target):
         assert molecule.GetAtomWithIdx(index).GetSymbol() == atom["element"]
         conformer.SetAtomPosition(index, Point3D(atom["x"], atom["y"], atom["z"]))
     molecule.AddConformer(conformer)
-    molecule.SetProp("_Name", "formamide")
+    molecule.SetProp("_Name", data["name"])
     with Chem.SDWriter(target) as writer:
         writer.write(molecule)
 
@@ -56,8 +56,8 @@ def main():
     with open(molecule, encoding="utf-8") as file:
         data = json.load(file)
     atoms = numpy.array([[atom[axis] for axis in "xyz"] for atom in data["atoms"]])
-    crop(source, f"{folder}/formamide.ccp4", atoms)
-    write_molecule(data, f"{folder}/formamide.sdf")
+    crop(source, f"{folder}/{data['name']}.ccp4", atoms)
+    write_molecule(data, f"{folder}/{data['name']}.sdf")
 
 
 main()

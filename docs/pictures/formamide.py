@@ -4,57 +4,19 @@ of degree 3, 5 and 10, and the pseudo-atoms found in it.
 Usage: python3 docs/pictures/formamide.py build/release/tools/qxhermite
 """
 
-import pathlib
 import subprocess
 import sys
 import tempfile
 
-import gemmi
 import matplotlib
 import numpy
-from rdkit import Chem
-from scipy.ndimage import map_coordinates
+from sections import LEVELS, ROOT, plane_of, read_atoms, read_map, section
 
 matplotlib.use("Agg")
 from matplotlib import pyplot  # noqa: E402
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
 MAP = ROOT / "examples/data/formamide.ccp4"
 MOLECULE = ROOT / "examples/data/formamide.sdf"
-HALF_WIDTH = 3.0  # angstrom
-LEVELS = [0.1, 0.3, 0.6, 1.0, 1.5, 2.0, 2.5, 3.0, 3.5]
-
-
-def read_map(path):
-    """Values, place of the first element and spacing."""
-    file = gemmi.read_ccp4_map(str(path))
-    spacing = file.header_float(11) / file.header_i32(8)
-    start = numpy.array([file.header_i32(word) for word in (5, 6, 7)]) * spacing
-    origin = numpy.array([file.header_float(word) for word in (50, 51, 52)])
-    return numpy.array(file.grid, copy=True), start + origin, spacing
-
-
-def read_atoms(path):
-    molecule = next(iter(Chem.SDMolSupplier(str(path), removeHs=False)))
-    return molecule, molecule.GetConformer().GetPositions()
-
-
-def plane_of(points):
-    """The centre of points and two unit vectors of the plane nearest to them."""
-    centre = points.mean(axis=0)
-    axes = numpy.linalg.svd(points - centre)[2]
-    return centre, axes[0], axes[1]
-
-
-def section(grid, plane):
-    """Values on the plane, by linear interpolation."""
-    values, first, spacing = grid
-    centre, u, v = plane
-    steps = numpy.linspace(-HALF_WIDTH, HALF_WIDTH, 241)
-    a, b = numpy.meshgrid(steps, steps)
-    points = centre + a[..., None] * u + b[..., None] * v
-    places = numpy.moveaxis((points - first) / spacing, -1, 0)
-    return steps, map_coordinates(values, places, order=1, cval=0.0)
 
 
 def main():
