@@ -20,7 +20,7 @@ constexpr double kNegligible = 1e-18;
 
 /// Any order of all numbers does, NaN among them.
 bool Less(double a, double b) {
-  return std::strong_order(a, b) < 0;
+  return std::strong_order(a, b) == std::strong_ordering::less;
 }
 
 std::vector<double> Distinct(std::vector<double> const& points, size_t axis) {
