@@ -16,6 +16,7 @@
 #include "tools/grid_density.h"
 #include "tools/interrupt.h"
 #include "tools/output_file.h"
+#include "tools/prepared_grid.h"
 #include "tools/stage.h"
 
 namespace QXTools {
@@ -31,6 +32,8 @@ constexpr const char* kExamples = R"(Examples:
 
 Exit status: 0 all well; 1 wrong usage, or nothing could be done.)";
 
+constexpr double kPoorCosine = 0.5;
+
 class AtomsCommand : public Command {
  public:
   std::string Name() const override { return "atoms"; }
@@ -40,21 +43,18 @@ class AtomsCommand : public Command {
   ExitStatus Run() override;
 
  private:
-  std::optional<QXScalarGrid> ReadGrid(Console& console) const;
   bool Write(const FoundAtoms& found, const std::string& path) const;
   void Print(const FoundAtoms& found) const;
 
-  std::string file_;
+  GridPreparation source_;
   std::string output_;
-  double share_ = 1.0;  ///< see CutPeaks
-  double blur_ = 0.0;   ///< 0: none
   AtomSearch search_;
 };
 
 void AtomsCommand::Declare(CLI::App& app) {
   app.option_defaults()->ignore_case();
   app.footer(kExamples);
-  AddFile(app, "GRID", file_, "Density grid: .ccp4, .map, .mrc, .cube or .cub")->required();
+  DeclareGridPreparation(app, source_);
   AddFile(app, "--out", output_, "File for the atoms: .sdf, .pdb or .qxb")->required();
   // IsMember brings the words to small letters.
   app.add_option("--method", search_.method,
@@ -81,29 +81,18 @@ void AtomsCommand::Declare(CLI::App& app) {
                  "tanimoto, for grids on the scale of atoms, 2.7 at each (lasso)")
       ->transform(CLI::IsMember({"cosine", "tanimoto"}, CLI::ignore_case))
       ->type_name("METRIC");
-  AddNumber(app, "--cut", share_, 0.0,
-            "Cut off values above the one below which this share of the density lies, before "
-            "anything else; 0.7 suits electron densities with core peaks");
-  AddNumber(app, "--blur", blur_, 0.0,
-            "Convolve the grid first with a Gaussian of this standard deviation, in angstrom; 0.3 "
-            "suits electron densities with core peaks",
-            "none");
   AddCount(app, "--starts", search_.starts, 1, "Number of random places (multistart)");
   AddExpansionOptions(app, search_.expansion);
 }
 
 std::string AtomsCommand::Check() const {
-  if (!IsGridFile(file_)) {
-    return fmt::format("{}: not the name of a grid: give .ccp4, .map, .mrc, .cube or .cub", file_);
-  }
+  if (const std::string problem = CheckGridPreparation(source_); !problem.empty()) return problem;
   using QXMolKit::QXMolFormat;
   const QXMolFormat format = QXMolKit::QXGetMolFormat(output_);
   if (format != QXMolFormat::SDF && format != QXMolFormat::PDB && format != QXMolFormat::QXB) {
     return fmt::format("{}: atoms cannot be written in this format: name it .sdf, .pdb or .qxb",
                        output_);
   }
-  if (share_ > 1.0) return "--cut: a share is at most 1";
-  if (blur_ > 10.0) return "--blur: more than 10 A leaves nothing of a density";
   if (search_.threshold > 1.0) return "--threshold: a fraction is at most 1";
   if (search_.valueFraction >= 1.0) return "--value-fraction: a fraction is below 1";
   if (search_.expansion.GetUseCenterOfMass()) {
@@ -112,17 +101,9 @@ std::string AtomsCommand::Check() const {
   return {};
 }
 
-std::optional<QXScalarGrid> AtomsCommand::ReadGrid(Console& console) const {
-  std::optional<QXScalarGrid> grid = ReadDensityGrid(file_, console);
-  if (!grid) return grid;
-  CutPeaks(*grid, share_);
-  if (blur_ > 0.0) Blur(*grid, blur_);
-  return grid;
-}
-
 bool AtomsCommand::Write(const FoundAtoms& found, const std::string& path) const {
   QXMolKit::QXMol atoms = found.mol;
-  atoms.SetTitle(std::filesystem::path(file_).stem().string());
+  atoms.SetTitle(std::filesystem::path(source_.file).stem().string());
   const auto set = [&atoms](const std::string& tag, double value) {
     QXMolKit::QXSetSDData(*atoms.GetActive(), tag, fmt::format("{:.6f}", value));
   };
@@ -152,27 +133,31 @@ ExitStatus AtomsCommand::Run() {
   Console console;
   OutputFile out(output_, console);
   if (!out.IsOpen()) return kNothingDone;
-  std::optional<QXScalarGrid> grid = ReadGrid(console);
+  std::optional<QXScalarGrid> grid = ReadPreparedGrid(source_, console);
   if (!grid) return kNothingDone;
   // Expansions hold what lies near their origin.
   const Frame place{.centre = FindInertialFrame(*grid).centre};
   MoveToOrigin(place, *grid);
   FoundAtoms found;
   {
-    const Stage stage(console, fmt::format("{}: finding atoms", file_));
-    found = FindAtoms(*grid, search_, file_, console);
+    const Stage stage(console, fmt::format("{}: finding atoms", source_.file));
+    found = FindAtoms(*grid, search_, source_.file, console);
   }
   if (found.mol.NumAtoms() == 0) {
-    console.Say(
-        fmt::format("{}: no atoms found: lower {}, or give --cut 0.7 --blur 0.3 if it has "
-                    "core peaks",
-                    file_, search_.method == "lasso" ? "--value-fraction" : "--threshold"));
+    console.Say(fmt::format("{}: no atoms found: lower {}, or give {}", source_.file,
+                            search_.method == "lasso" ? "--value-fraction" : "--threshold",
+                            kCorePeaksRemedy));
     return kNothingDone;
   }
   if (!std::isfinite(found.objective.value_or(0.0)) || !std::isfinite(found.cosine)) {
-    console.Say(
-        fmt::format("{}: the atoms found do not overlap with it: choose another --radius", file_));
+    console.Say(fmt::format("{}: the atoms found do not overlap with it: choose another --radius",
+                            source_.file));
     return kNothingDone;
+  }
+  if (found.cosine < kPoorCosine) {
+    console.Say(
+        fmt::format("{}: the atoms stand for little of it: choose another --radius, or give {}",
+                    source_.file, kCorePeaksRemedy));
   }
   QXMolKit::QXTranslate(found.mol, place.centre.data());
   if (!Write(found, out.TemporaryPath())) return kNothingDone;

@@ -22,6 +22,7 @@
 #include "tools/model_file.h"
 #include "tools/model_grid.h"
 #include "tools/output_file.h"
+#include "tools/prepared_grid.h"
 #include "tools/stage.h"
 
 namespace QXTools {
@@ -38,9 +39,10 @@ constexpr const char* kExamples = R"(Examples:
 Exit status: 0 all well; 1 wrong usage, or nothing could be done.)";
 
 constexpr unsigned int kLargestDegree = 20;
+constexpr double kPoorRms = 0.5;
 
 struct FitGridArguments {
-  std::string file;
+  GridPreparation source;
   std::string output;
   std::string residual;  ///< empty: none
   unsigned int degree = 3;
@@ -85,8 +87,7 @@ class FitGridCommand : public Command {
 void FitGridCommand::Declare(CLI::App& app) {
   app.option_defaults()->ignore_case();
   app.footer(kExamples);
-  AddFile(app, "GRID", arguments_.file, "Density grid: .ccp4, .map, .mrc, .cube or .cub")
-      ->required();
+  DeclareGridPreparation(app, arguments_.source);
   AddFile(app, "--out", arguments_.output, "File for the model: .json")->required();
   AddFile(app, "--write-grid", arguments_.residual,
           "Grid file for what the model leaves: grid minus model, at the elements of the grid");
@@ -107,9 +108,7 @@ void FitGridCommand::Declare(CLI::App& app) {
 
 std::string FitGridCommand::Check() const {
   const FitGridArguments& a = arguments_;
-  if (!IsGridFile(a.file)) {
-    return fmt::format("{}: not the name of a grid: give .ccp4, .map, .mrc, .cube or .cub", a.file);
-  }
+  if (const std::string problem = CheckGridPreparation(a.source); !problem.empty()) return problem;
   if (!IsExpansionFile(a.output)) {
     return fmt::format("{}: not the name of a model: name it .json", a.output);
   }
@@ -117,7 +116,7 @@ std::string FitGridCommand::Check() const {
     return fmt::format("{}: not the name of a grid: name it .ccp4, .map, .mrc, .cube or .cub",
                        a.residual);
   }
-  if (!a.residual.empty() && SameFile(a.residual, a.file)) {
+  if (!a.residual.empty() && SameFile(a.residual, a.source.file)) {
     return fmt::format("{}: is both read and written: give another name", a.residual);
   }
   if (a.degree == 1) return "--npolymax: degree 1 gives no more functions than 0: give 0 or 2";
@@ -158,7 +157,7 @@ std::optional<QXScalarGrid> FitGridCommand::Sample(const QXScalarGrid& grid, dou
   console.Say(fmt::format(
       "{}: sampled every {:.3f} A instead of {:.3f}, so that the fit takes {} MiB: --memory allows "
       "more",
-      arguments_.file, least, own, arguments_.memory));
+      arguments_.source.file, least, own, arguments_.memory));
   return Resampled(grid, least);
 }
 
@@ -166,14 +165,14 @@ std::vector<double> FitGridCommand::FindSites(const QXScalarGrid& grid, Console&
   constexpr double kBytesPerSample = 512.0;  // of the search, which stores no matrix
   const std::optional<QXScalarGrid> samples = Sample(grid, kBytesPerSample, console);
   if (!samples) return {};
-  const Stage stage(console, fmt::format("{}: finding sites", arguments_.file));
+  const Stage stage(console, fmt::format("{}: finding sites", arguments_.source.file));
   QXHermiteMath::QXLassoAtoms search;
   search.SetupGrid(*samples, 0.0);
   QXMolKit::QXMol sites;
   search.FindAtoms(sites, 0.5 * arguments_.siteSpacing, arguments_.siteSpacing,
                    arguments_.valueFraction, arguments_.maxSites);
   if (sites.NumAtoms() == 0) {
-    console.Say(fmt::format("{}: no sites found: lower --value-fraction", arguments_.file));
+    console.Say(fmt::format("{}: no sites found: lower --value-fraction", arguments_.source.file));
   }
   return Coordinates(sites);
 }
@@ -187,12 +186,14 @@ std::optional<Fitted> FitGridCommand::Fit(const QXScalarGrid& grid,
   QXHermiteMath::QXLassoAtoms source;
   source.SetupGrid(*samples, 0.0);
   Fitted fitted{QXMultiHermite(layout), std::move(*samples)};
-  const Stage stage(console, fmt::format("{}: fitting {} functions at {} sites", arguments_.file,
-                                         layout.NumBasis(), layout.NumSites()));
+  const Stage stage(console,
+                    fmt::format("{}: fitting {} functions at {} sites", arguments_.source.file,
+                                layout.NumBasis(), layout.NumSites()));
   fitted.expansion.Setup(source.GetGridCoordinates(), source.GetGridValues(),
                          static_cast<unsigned int>(layout.NumBasis() * arguments_.activeFraction));
   if (fitted.expansion.NumActives() > 0) return fitted;
-  console.Say(fmt::format("{}: no function takes part: raise --active-fraction", arguments_.file));
+  console.Say(
+      fmt::format("{}: no function takes part: raise --active-fraction", arguments_.source.file));
   return std::nullopt;
 }
 
@@ -222,7 +223,7 @@ ExitStatus FitGridCommand::Run() {
   Console console;
   OutputFile out(arguments_.output, console);
   if (!out.IsOpen()) return kNothingDone;
-  const std::optional<QXScalarGrid> grid = ReadDensityGrid(arguments_.file, console);
+  const std::optional<QXScalarGrid> grid = ReadPreparedGrid(arguments_.source, console);
   if (!grid) return kNothingDone;
   const std::vector<double> sites = FindSites(*grid, console);
   if (sites.empty()) return kNothingDone;
@@ -233,18 +234,18 @@ ExitStatus FitGridCommand::Run() {
   const QXScalarGrid& samples = fitted->samples;
   QXScalarGrid onSamples = samples, onGrid = *grid;
   {
-    const Stage stage(console, fmt::format("{}: evaluating the model", arguments_.file));
+    const Stage stage(console, fmt::format("{}: evaluating the model", arguments_.source.file));
     EvaluateModel(expansion, onSamples);
     EvaluateModel(expansion, onGrid);
   }
   const double ofSamples =
       RelativeRms(onSamples, samples, [](double value) { return value > 0.0; });
   const double ofGrid = RelativeRms(onGrid, *grid, [](double) { return true; });
-  if (!(ofGrid < 1.0)) {
+  if (!(ofGrid < kPoorRms)) {
     console.Say(
-        fmt::format("{}: the model is no better than none: lower --npolymax, raise "
-                    "--active-fraction, or give samples nearer to each other (--memory)",
-                    arguments_.file));
+        fmt::format("{}: the model leaves much of it: raise --active-fraction, choose "
+                    "another --lambda, give samples nearer to each other (--memory), or give {}",
+                    arguments_.source.file, kCorePeaksRemedy));
   }
   if (!std::isfinite(ofSamples) || !std::isfinite(ofGrid)) return kNothingDone;
   const std::string source =
