@@ -5,6 +5,7 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
+#include "hermite/hermite.h"
 #include "tests/tools/grid_tool_test.h"
 
 namespace {
@@ -25,10 +26,8 @@ class ModelCommands : public GridToolTest {
   }
 };
 
-double Rms(const Vector& values) {
-  return Eigen::Map<const Eigen::ArrayXd>(values.data(), Eigen::Index(values.size()))
-      .matrix()
-      .norm();
+double Norm(const Vector& values) {
+  return Eigen::VectorXd::Map(values.data(), Eigen::Index(values.size())).norm();
 }
 
 TEST_F(ModelCommands, ModelAndResidualAddUpToTheGrid) {
@@ -40,11 +39,13 @@ TEST_F(ModelCommands, ModelAndResidualAddUpToTheGrid) {
   for (size_t i = 0; i < map.size(); ++i) rest.push_back(map[i] - model[i]);
   const double largest = *std::max_element(map.begin(), map.end());
   EXPECT_TRUE(AllNear(Values(ReadGrid("residual.cube")), rest, 1e-5 * largest));  // as printed
-  EXPECT_LT(Rms(rest), 0.25 * Rms(map));
+  EXPECT_LT(Norm(rest), 0.25 * Norm(map));
   char text[80];
-  std::snprintf(text, sizeof text, "%.4f on the whole grid\n", Rms(rest) / Rms(map));
+  std::snprintf(text, sizeof text, "%.4f on the whole grid\n", Norm(rest) / Norm(map));
   EXPECT_THAT(summary, HasSubstr(text));
 
+  EXPECT_EQ(Run({"grid", "model.json", "--out", "cube.ccp4", "--spacing", "0.01"}), 1);
+  EXPECT_THAT(err_, HasSubstr("needs more than 300 elements"));
   // The cube stands where the molecule does.
   ASSERT_EQ(Run({"grid", "model.json", "--out", "cube.ccp4", "--spacing", "0.25"}), 0) << err_;
   QXScalarGrid grid = ReadGrid("map.ccp4"), cube = ReadGrid("cube.ccp4");
@@ -54,6 +55,46 @@ TEST_F(ModelCommands, ModelAndResidualAddUpToTheGrid) {
     const double bound = model[i] > 0.3 * largest ? 0.05 * largest : HUGE_VAL;
     ASSERT_NEAR(value, model[i++], bound);
   });
+}
+
+// The same model as by the library, from the same arguments.
+TEST_F(ModelCommands, OptionsReachTheFit) {
+  ASSERT_EQ(Fit({"--max-sites", "7", "--site-spacing", "1.2", "--value-fraction", "0.8",
+                 "--active-fraction", "0.3"}),
+            0)
+      << err_;
+  const auto expected = QXHermiteMath::QXGridToMultiHermite().FitMultiHermite(
+      ReadGrid("map.ccp4"), 2, 1.3, 1.2, 0.8, 7, 0.3);
+  const Json model = Json::parse(ReadFile(Path("model.json")));
+  EXPECT_EQ(model.at("actives"), Json(expected.GetActives()));
+  Vector centers, coefficients;
+  for (const Json& center : model.at("centers"))
+    for (const Json& x : center) centers.push_back(x);
+  EXPECT_EQ(centers, expected.GetParams().GetCenterValues());
+  for (const unsigned int index : expected.GetActives())
+    coefficients.push_back(expected.GetCoefficient(index));
+  EXPECT_EQ(model.at("coefficients"), Json(coefficients));
+  ASSERT_EQ(Fit({"--max-sites", "3", "--sample-spacing", "0.75"}), 0) << err_;
+  EXPECT_THAT(out_, HasSubstr("0.75 A apart"));
+}
+
+TEST_F(ModelCommands, WhatCannotBeUsedIsRefusedWithAReason) {
+  const std::pair<std::vector<std::string>, const char*> cases[] = {
+      {{"--npolymax", "1"}, "degree 1 gives no more functions"},
+      {{"--npolymax", "21"}, "--npolymax: is at most 20"},
+      {{"--value-fraction", "1"}, "a fraction is below 1"},
+      {{"--active-fraction", "1.1"}, "a share is at most 1"},
+      {{"--active-fraction", "1e-9"}, "no function takes part: raise --active-fraction"},
+      {{"--write-grid", "./map.ccp4"}, "is both read and written"},
+      {{"--write-grid", "x.json"}, "x.json: not the name of a grid"},
+  };
+  for (const auto& [words, message] : cases) {
+    std::vector<std::string> all = {"fit-grid", "map.ccp4", "--out", "x.json"};
+    all.insert(all.end(), words.begin(), words.end());
+    EXPECT_EQ(Run(all), 1) << message;
+    EXPECT_THAT(err_, HasSubstr(message));
+    EXPECT_THAT(Files(), testing::ElementsAre("map.ccp4")) << message;
+  }
 }
 
 TEST_F(ModelCommands, SamplesAreThinnedToTheMemoryAllowed) {
@@ -77,7 +118,10 @@ TEST_F(ModelCommands, DamagedModelsAreRefusedByTheNameOfTheField) {
       {R"({"title": null})", "field title: is missing"},
       {R"({"degrees": [2, 2]})", "field degrees: 2 values for 5 sites"},
       {R"({"degrees": [-1]})", "field degrees[0]: -1 is not a whole number"},
-      {R"({"degrees": [101]})", "field degrees: 101 is above 100"},
+      {R"({"degrees": [2, 2, 2, 2, 101]})", "field degrees: 101 is above 100"},
+      {R"({"widths": [1, 1]})", "field widths: 2 values for 5 sites"},
+      {R"({"actives": [4294967296], "coefficients": [1]})", "field actives[0]: 4294967296 is not"},
+      {R"({"actives": [0], "coefficients": [1e300]})", "its values are not finite"},
       {R"({"widths": [0.0]})", "field widths: 0 is not positive"},
       {R"({"widths": ["wide"]})", "field widths[0]: \"wide\" is not a finite number"},
       {R"({"centers": [[0, 0]]})", "field centers[0]: is no list of three"},
@@ -116,7 +160,16 @@ TEST_F(ModelCommands, LassoFindsTheAtomsOfADensity) {
             0)
       << err_;
   EXPECT_LE(ReadMol(Path("few.sdf")).NumAtoms(), 4u);
-  EXPECT_THAT(out_, HasSubstr("tanimoto of the densities on the grid"));
+  char text[80];
+  std::snprintf(
+      text, sizeof text, "Cosine     %.6f, of",
+      Cosine(ReadGrid("map.ccp4"), QXHermiteMath::QXMolToGaussians(ReadMol(Path("few.sdf")), 1.3)));
+  EXPECT_THAT(out_.substr(0, out_.find("Cosine") + 17), HasSubstr(std::string(text).substr(0, 15)));
+  ASSERT_EQ(Run({"atoms", "map.ccp4", "--out", "high.sdf", "--method", "lasso", "--value-fraction",
+                 "0.95"}),
+            0)
+      << err_;
+  EXPECT_LT(ReadMol(Path("high.sdf")).NumAtoms(), 8u);
   for (const char* metric : {"angle", "2"}) {
     EXPECT_EQ(Run({"atoms", "map.ccp4", "--out", "x.sdf", "--method", "lasso", "--metric", metric}),
               1);
