@@ -12,7 +12,6 @@
 #include "hermite/gridatoms/thinning.h"
 #include "hermite/overlay/cos_angle.h"
 #include "tools/grid_density.h"
-#include "tools/interrupt.h"
 
 namespace QXTools {
 namespace {
@@ -68,7 +67,7 @@ QXMol Refine(const QXScalarGrid& grid, const AtomSearch& search, const QXHermite
                                       grid, {});
   QXMol atoms = StartingPoint(grid, search);
   // What the clean-up leaves is no minimum of its own: again, until nothing is dropped.
-  for (unsigned int before = 0; atoms.NumAtoms() != before && !Interrupted();) {
+  for (unsigned int before = 0; atoms.NumAtoms() != before;) {
     before = atoms.NumAtoms();
     finder.FindLocalMinimum(atoms);
   }
@@ -107,16 +106,28 @@ FoundAtoms FindByExpansion(const QXScalarGrid& grid, const AtomSearch& search,
   objective.Setup(found.mol, radius);
   found.objective = objective(Coordinates(found.mol).data());
   found.cosine = CosineOnGrid(found.mol, radius, grid);
+  found.radius = radius;
   return found;
+}
+
+/// Values that products of single precision hold, whatever the unit of the grid.
+QXScalarGrid WithLargest(QXScalarGrid grid, float wanted) {
+  float* const values = grid.GetValues();
+  const double scale = wanted / *std::max_element(values, values + grid.GetSize());
+  std::transform(values, values + grid.GetSize(), values,
+                 [scale](float value) { return static_cast<float>(value * scale); });
+  return grid;
 }
 
 FoundAtoms FindByLasso(const QXScalarGrid& grid, const AtomSearch& search) {
   constexpr unsigned int kCosine = 0, kTanimoto = 1;
+  const bool cosine = search.metric == "cosine";
   FoundAtoms found;
-  found.score = QXHermiteMath::QXGridToMol(grid, found.mol, search.radius, search.minDistance,
-                                           search.valueFraction, search.maxAtoms,
-                                           search.metric == "cosine" ? kCosine : kTanimoto);
+  found.score = QXHermiteMath::QXGridToMol(cosine ? WithLargest(grid, 1.0f) : grid, found.mol,
+                                           search.radius, search.minDistance, search.valueFraction,
+                                           search.maxAtoms, cosine ? kCosine : kTanimoto);
   found.cosine = CosineOnGrid(found.mol, search.radius, grid);
+  found.radius = search.radius;
   return found;
 }
 

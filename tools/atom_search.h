@@ -32,6 +32,7 @@ struct AtomSearch {
 struct FoundAtoms {
   QXMolKit::QXMol mol;
   double cosine = 0.0;  ///< of the densities at the elements of the grid
+  double radius = 0.0;  ///< of the atoms there
   /// 1 - cosine of the expansions, with the options they had (refine, multistart).
   std::optional<double> objective;
   QXHermiteMath::QXHermiteOptions expansion;

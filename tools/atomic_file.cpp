@@ -10,6 +10,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "tools/interrupt.h"
+
 namespace QXTools {
 namespace {
 
@@ -62,10 +64,13 @@ AtomicFile::AtomicFile(const std::string& path) : path_(path) {
   if (!opened) error_ = fmt::format("{}: cannot be written: choose another place", path);
   target_ = target.string();
   temporary_ = name;
+  RemoveWhenEnded(temporary_.c_str());
 }
 
 AtomicFile::~AtomicFile() {
-  if (!temporary_.empty()) ::unlink(temporary_.c_str());
+  if (temporary_.empty()) return;
+  ::unlink(temporary_.c_str());
+  KeepWhenEnded(temporary_.c_str());
 }
 
 bool AtomicFile::Commit() {
@@ -74,6 +79,7 @@ bool AtomicFile::Commit() {
         fmt::format("{}: cannot be written ({}): choose another place", path_, SystemText(errno));
     return false;
   }
+  KeepWhenEnded(temporary_.c_str());
   temporary_.clear();
   return true;
 }

@@ -43,15 +43,19 @@ class AtomsCommand : public Command {
   ExitStatus Run() override;
 
  private:
+  /// What is wrong when an option is given that the method does not read.
+  std::string IdleOption() const;
   bool Write(const FoundAtoms& found, const std::string& path) const;
   void Print(const FoundAtoms& found) const;
 
+  const CLI::App* app_ = nullptr;
   GridPreparation source_;
   std::string output_;
   AtomSearch search_;
 };
 
 void AtomsCommand::Declare(CLI::App& app) {
+  app_ = &app;
   app.option_defaults()->ignore_case();
   app.footer(kExamples);
   DeclareGridPreparation(app, source_);
@@ -85,8 +89,37 @@ void AtomsCommand::Declare(CLI::App& app) {
   AddExpansionOptions(app, search_.expansion);
 }
 
+std::string AtomsCommand::IdleOption() const {
+  const std::pair<std::string, std::string> readBy[] = {
+      {"--radius", "refine lasso"},
+      {"--min-distance", "refine lasso"},
+      {"--threshold", "refine multistart"},
+      {"--start-distance", "refine"},
+      {"--starts", "multistart"},
+      {"--value-fraction", "lasso"},
+      {"--max-atoms", "lasso"},
+      {"--metric", "lasso"},
+  };
+  const std::string& method = search_.method;
+  for (const CLI::Option* option : app_->get_options()) {
+    if (option->count() == 0) continue;
+    bool read = method != "lasso" || option->get_group() != "Expansion";
+    for (const auto& [name, methods] : readBy) {
+      if (option->get_name() == name) read = methods.find(method) != std::string::npos;
+    }
+    if (!read) {
+      return fmt::format("{}: is not for --method {}: leave it out", option->get_name(), method);
+    }
+  }
+  return {};
+}
+
 std::string AtomsCommand::Check() const {
   if (const std::string problem = CheckGridPreparation(source_); !problem.empty()) return problem;
+  if (SameFile(output_, source_.file)) {
+    return fmt::format("{}: is both read and written: give another name", output_);
+  }
+  if (const std::string problem = IdleOption(); !problem.empty()) return problem;
   using QXMolKit::QXMolFormat;
   const QXMolFormat format = QXMolKit::QXGetMolFormat(output_);
   if (format != QXMolFormat::SDF && format != QXMolFormat::PDB && format != QXMolFormat::QXB) {
@@ -125,7 +158,8 @@ void AtomsCommand::Print(const FoundAtoms& found) const {
     text += fmt::format("Score      {:.6f}, {} of the densities on the grid, radius {} A\n",
                         *found.score, search_.metric, QXHermiteMath::kOverlayAtomRadius);
   }
-  text += fmt::format("Cosine     {:.6f}, of the densities on the grid\n", found.cosine);
+  text += fmt::format("Cosine     {:.6f}, of the densities on the grid, radius {} A\n",
+                      found.cosine, found.radius);
   std::fputs(text.c_str(), stdout);
 }
 
@@ -140,16 +174,16 @@ ExitStatus AtomsCommand::Run() {
   MoveToOrigin(place, *grid);
   FoundAtoms found;
   {
-    const Stage stage(console, fmt::format("{}: finding atoms", source_.file));
+    const Stage stage(console, source_.file, "finding atoms");
     found = FindAtoms(*grid, search_, source_.file, console);
   }
   if (found.mol.NumAtoms() == 0) {
-    console.Say(fmt::format("{}: no atoms found: lower {}, or give {}", source_.file,
-                            search_.method == "lasso" ? "--value-fraction" : "--threshold",
-                            kCorePeaksRemedy));
+    console.Say(fmt::format(
+        "{}: no atoms found: lower {}, choose another --radius, or give {}", source_.file,
+        search_.method == "lasso" ? "--value-fraction" : "--threshold", kCorePeaksRemedy));
     return kNothingDone;
   }
-  if (!std::isfinite(found.objective.value_or(0.0)) || !std::isfinite(found.cosine)) {
+  if (!std::isfinite(found.objective.value_or(0.0) + found.score.value_or(0.0) + found.cosine)) {
     console.Say(fmt::format("{}: the atoms found do not overlap with it: choose another --radius",
                             source_.file));
     return kNothingDone;

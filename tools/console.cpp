@@ -1,5 +1,6 @@
 #include "tools/console.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -31,7 +32,9 @@ void Console::Say(const std::string& text) {
 
 void Console::DrawLine(const std::string& text) {
   const std::scoped_lock lock(mutex_);
-  std::fputs(("\r" + DisplayText(text) + "\033[K").c_str(), stderr);
+  struct winsize size = {};
+  const bool known = ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 10;
+  std::fputs(("\r" + DisplayText(text, known ? size.ws_col - 1u : 79u) + "\033[K").c_str(), stderr);
   std::fflush(stderr);
   drawn_ = true;
 }
@@ -56,6 +59,7 @@ void Console::SayReport(std::string text) {
     text.replace(0, hidden.size(), shown);
     break;
   }
+  if (!source_.empty() && !text.starts_with(source_)) text = source_ + ": " + text;
   if (said_.insert(text).second) Say(text);
 }
 

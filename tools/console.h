@@ -24,7 +24,8 @@ class Console {
   /// that cannot be written to is no failure. Safe from any thread.
   void Say(const std::string& text);
 
-  /// A line that stands on a terminal until the next text. Both are safe from any thread.
+  /// A line that stands on a terminal until the next text, cut to its width. Both are safe from any
+  /// thread.
   void DrawLine(const std::string& text);
   void ClearLine();
 
@@ -33,6 +34,9 @@ class Console {
   void ShowAs(const std::string& hidden, const std::string& shown) {
     names_.emplace_back(hidden, shown);
   }
+
+  /// Reports of the library that name no file are told as about this one, unless it is empty.
+  void SetSource(const std::string& file) { source_ = file; }
 
   /// Draws progress from now on. total: records to come, as far as known.
   void StartProgress(size_t total) { progress_ = std::make_unique<Progress>(total); }
@@ -49,6 +53,7 @@ class Console {
   bool drawn_ = false;  ///< a line of DrawLine
   std::unique_ptr<Progress> progress_;
   std::vector<std::pair<std::string, std::string>> names_;
+  std::string source_;
   std::set<std::string> said_;  ///< reports: a file that is read again is told of once
 };
 

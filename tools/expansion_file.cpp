@@ -28,42 +28,40 @@ Json OptionsToJson(const QXHermiteOptions& options) {
   return json;
 }
 
-void Require(bool condition, const char* problem) {
-  if (!condition) throw std::runtime_error(problem);
-}
-
 QXHermiteOptions OptionsFromJson(const Json& json) {
   QXHermiteOptions options;
   for (size_t place = 0; place < options.NumParameters(); ++place) {
     QXCore::QXParameter& parameter = *options.GetParameter(place);
-    if (!parameter.SetFromText(json.at(NameOf(parameter)).dump())) {
-      throw std::runtime_error(NameOf(parameter) + " has an illegal value");
-    }
+    const std::string name = NameOf(parameter);
+    const Json value = GetField<Json>(json, name);
+    RequireField(value.is_primitive() && parameter.SetFromText(value.dump()), name,
+                 "has an illegal value");
   }
-  const double x = options.GetLambdaX(), y = options.GetLambdaY(), z = options.GetLambdaZ();
-  Require(x > 0.0 && y > 0.0 && z > 0.0, "a width is not a positive number");
+  for (const double width : {options.GetLambdaX(), options.GetLambdaY(), options.GetLambdaZ()}) {
+    RequireField(width > 0.0, "options", "a width is not a positive number");
+  }
   return options;
 }
 
 Density FromJson(const Json& json) {
-  Require(json.is_object() && json.value("format", "") == kFormat,
-          "not an expansion of this tool (a model is for qxhermite grid)");
+  RequireField(GetField<std::string>(json, "format") == kFormat, "format",
+               fmt::format("is not \"{}\" (models are for qxhermite grid)", kFormat));
   Density density;
-  density.title = json.at("title");
-  density.source = json.at("source");
-  Require(json.at("center").size() == 3, "the center has not three coordinates");
-  density.centre = json.at("center");
-  density.width = json.at("width");
-  density.exactSelfOverlap = json.at("exactSelfOverlap");
-  const QXHermiteOptions options = OptionsFromJson(json.at("options"));
-  const std::vector<double> coefficients = json.at("coefficients");
+  density.title = GetField<std::string>(json, "title");
+  density.source = GetField<std::string>(json, "source");
+  const auto center = GetField<std::vector<double>>(json, "center");
+  RequireField(center.size() == 3, "center", "has not three coordinates");
+  std::copy_n(center.begin(), 3, density.centre.begin());
+  density.width = GetField<double>(json, "width");
+  RequireField(density.width >= 0.0, "width", "is negative");
+  density.exactSelfOverlap = GetField<double>(json, "exactSelfOverlap");
+  RequireField(density.exactSelfOverlap > 0.0, "exactSelfOverlap", "is not positive");
+  const QXHermiteOptions options = OptionsFromJson(GetField<Json>(json, "options"));
+  const auto coefficients = GetField<std::vector<double>>(json, "coefficients");
   const size_t wanted = QXHermiteMath::QXHermiteBasisSize(options.GetNPolyMax());
-  if (coefficients.size() != wanted) {
-    throw std::runtime_error(fmt::format("{} coefficients, but degree {} has {}",
-                                         coefficients.size(), options.GetNPolyMax(), wanted));
-  }
-  Require(density.width >= 0.0 && density.exactSelfOverlap > 0.0,
-          "a width or a self overlap is not positive");
+  RequireField(coefficients.size() == wanted, "coefficients",
+               fmt::format("{} values, but degree {} has {}", coefficients.size(),
+                           options.GetNPolyMax(), wanted));
   density.expansion.Setup(coefficients, options);
   return density;
 }
@@ -94,7 +92,8 @@ bool WriteExpansion(const Density& density, const std::string& path) {
 }
 
 std::optional<Density> ReadExpansion(const std::string& path, Console& console) {
-  return ReadJsonFile(path, "write it anew with qxhermite expand", console, FromJson);
+  return ReadJsonFile(path, "write it anew with qxhermite expand, or fit-grid for a model", console,
+                      FromJson);
 }
 
 }  // namespace QXTools

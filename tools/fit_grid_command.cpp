@@ -20,7 +20,6 @@
 #include "tools/inertial_frame.h"
 #include "tools/interrupt.h"
 #include "tools/model_file.h"
-#include "tools/model_grid.h"
 #include "tools/output_file.h"
 #include "tools/prepared_grid.h"
 #include "tools/stage.h"
@@ -39,7 +38,10 @@ constexpr const char* kExamples = R"(Examples:
 Exit status: 0 all well; 1 wrong usage, or nothing could be done.)";
 
 constexpr unsigned int kLargestDegree = 20;
+constexpr double kWidestSpacing = 100.0;
 constexpr double kPoorRms = 0.5;
+/// RMS on the grid over that on samples further apart.
+constexpr double kMuchWorse = 3.0;
 
 struct FitGridArguments {
   GridPreparation source;
@@ -71,15 +73,17 @@ class FitGridCommand : public Command {
   ExitStatus Run() override;
 
  private:
-  /// The grid, or one of a wider spacing where that was asked for, or where the samples would take
+  /// The grid, or one of a wider spacing where that is asked for, or where the samples would take
   /// more memory than allowed. Nothing when both contradict each other, which the console is told.
-  std::optional<QXScalarGrid> Sample(const QXScalarGrid& grid, double bytesPerSample,
-                                     Console& console) const;
+  /// asked: 0 for none.
+  std::optional<QXScalarGrid> Sample(const QXScalarGrid& grid, const char* what, double asked,
+                                     double bytesPerSample, Console& console) const;
+  /// Tells what there is to say about errors such as these.
+  void Judge(const Fitted& fitted, double ofSamples, double ofGrid, Console& console) const;
   /// x, y and z of each. None when that cannot be done, which the console is told.
   std::vector<double> FindSites(const QXScalarGrid& grid, Console& console) const;
   std::optional<Fitted> Fit(const QXScalarGrid& grid, const std::vector<double>& sites,
                             Console& console) const;
-  bool WriteResidual(const QXScalarGrid& residual, Console& console) const;
 
   FitGridArguments arguments_;
 };
@@ -112,6 +116,9 @@ std::string FitGridCommand::Check() const {
   if (!IsExpansionFile(a.output)) {
     return fmt::format("{}: not the name of a model: name it .json", a.output);
   }
+  if (SameFile(a.output, a.source.file)) {
+    return fmt::format("{}: is both read and written: give another name", a.output);
+  }
   if (!a.residual.empty() && !IsGridFile(a.residual)) {
     return fmt::format("{}: not the name of a grid: name it .ccp4, .map, .mrc, .cube or .cub",
                        a.residual);
@@ -119,9 +126,15 @@ std::string FitGridCommand::Check() const {
   if (!a.residual.empty() && SameFile(a.residual, a.source.file)) {
     return fmt::format("{}: is both read and written: give another name", a.residual);
   }
+  if (!a.residual.empty() && SameFile(a.residual, a.output)) {
+    return fmt::format("{}: is to be written twice: give another name", a.residual);
+  }
   if (a.degree == 1) return "--npolymax: degree 1 gives no more functions than 0: give 0 or 2";
   if (a.degree > kLargestDegree) return fmt::format("--npolymax: is at most {}", kLargestDegree);
   if (a.valueFraction >= 1.0) return "--value-fraction: a fraction is below 1";
+  if (a.sampleSpacing > kWidestSpacing || a.siteSpacing > kWidestSpacing) {
+    return fmt::format("--sample-spacing, --site-spacing: are at most {} A", kWidestSpacing);
+  }
   if (a.activeFraction > 1.0) return "--active-fraction: a share is at most 1";
   return {};
 }
@@ -138,41 +151,41 @@ QXScalarGrid Resampled(const QXScalarGrid& grid, double spacing) {
   return samples;
 }
 
-std::optional<QXScalarGrid> FitGridCommand::Sample(const QXScalarGrid& grid, double bytesPerSample,
+std::optional<QXScalarGrid> FitGridCommand::Sample(const QXScalarGrid& grid, const char* what,
+                                                   double asked, double bytesPerSample,
                                                    Console& console) const {
   const double allowed = arguments_.memory * 1048576.0;
   const double own = grid.GetSpacing();
   // The spacing at which the positive part of the grid just fits in.
   const double least =
       own * std::cbrt(bytesPerSample * static_cast<double>(NumPositive(grid)) / allowed);
-  const double asked = arguments_.sampleSpacing;
-  if (asked > 0.0 && asked < least) {
+  if (least <= own && asked <= own) return grid;  // between its elements a grid tells nothing
+  if (asked >= least) return Resampled(grid, asked);
+  if (asked > 0.0) {
     console.Say(fmt::format(
         "--sample-spacing {}: needs more than {} MiB: give at least {:.3f}, or raise --memory",
         asked, arguments_.memory, std::ceil(least * 1000) / 1000));
     return std::nullopt;
   }
-  if (asked > 0.0) return Resampled(grid, asked);
-  if (least <= own) return grid;
-  console.Say(fmt::format(
-      "{}: sampled every {:.3f} A instead of {:.3f}, so that the fit takes {} MiB: --memory allows "
-      "more",
-      arguments_.source.file, least, own, arguments_.memory));
+  console.Say(
+      fmt::format("{}: {} every {:.3f} A instead of {:.3f}, to take {} MiB: raise --memory "
+                  "for all elements",
+                  arguments_.source.file, what, least, own, arguments_.memory));
   return Resampled(grid, least);
 }
 
 std::vector<double> FitGridCommand::FindSites(const QXScalarGrid& grid, Console& console) const {
   constexpr double kBytesPerSample = 512.0;  // of the search, which stores no matrix
-  const std::optional<QXScalarGrid> samples = Sample(grid, kBytesPerSample, console);
-  if (!samples) return {};
-  const Stage stage(console, fmt::format("{}: finding sites", arguments_.source.file));
+  const auto samples = Sample(grid, "searched for sites", 0.0, kBytesPerSample, console);
+  const Stage stage(console, arguments_.source.file, "finding sites");
   QXHermiteMath::QXLassoAtoms search;
   search.SetupGrid(*samples, 0.0);
   QXMolKit::QXMol sites;
   search.FindAtoms(sites, 0.5 * arguments_.siteSpacing, arguments_.siteSpacing,
                    arguments_.valueFraction, arguments_.maxSites);
   if (sites.NumAtoms() == 0) {
-    console.Say(fmt::format("{}: no sites found: lower --value-fraction", arguments_.source.file));
+    console.Say(fmt::format("{}: no sites found: lower --value-fraction, or raise --site-spacing",
+                            arguments_.source.file));
   }
   return Coordinates(sites);
 }
@@ -181,19 +194,23 @@ std::optional<Fitted> FitGridCommand::Fit(const QXScalarGrid& grid,
                                           const std::vector<double>& sites,
                                           Console& console) const {
   const QXHermiteMath::QXMultiHermiteParameters layout(arguments_.degree, arguments_.width, sites);
-  std::optional<QXScalarGrid> samples = Sample(grid, 8.0 * layout.NumBasis(), console);
+  std::optional<QXScalarGrid> samples =
+      Sample(grid, "fitted", arguments_.sampleSpacing, 8.0 * layout.NumBasis(), console);
   if (!samples) return std::nullopt;
   QXHermiteMath::QXLassoAtoms source;
   source.SetupGrid(*samples, 0.0);
   Fitted fitted{QXMultiHermite(layout), std::move(*samples)};
-  const Stage stage(console,
-                    fmt::format("{}: fitting {} functions at {} sites", arguments_.source.file,
-                                layout.NumBasis(), layout.NumSites()));
+  const Stage stage(
+      console, arguments_.source.file,
+      fmt::format("fitting {} functions at {} sites", layout.NumBasis(), layout.NumSites()));
   fitted.expansion.Setup(source.GetGridCoordinates(), source.GetGridValues(),
                          static_cast<unsigned int>(layout.NumBasis() * arguments_.activeFraction));
+  // Without those that entered last and have no weight yet, and those that left.
+  fitted.expansion.SetCoefficients(fitted.expansion.GetDenseCoefficients());
   if (fitted.expansion.NumActives() > 0) return fitted;
   console.Say(
-      fmt::format("{}: no function takes part: raise --active-fraction", arguments_.source.file));
+      fmt::format("{}: no function takes part: raise --active-fraction, or choose another --lambda",
+                  arguments_.source.file));
   return std::nullopt;
 }
 
@@ -211,54 +228,67 @@ double RelativeRms(const QXScalarGrid& model, const QXScalarGrid& grid, Counts c
   return std::sqrt(errors / values);
 }
 
-bool FitGridCommand::WriteResidual(const QXScalarGrid& residual, Console& console) const {
-  OutputFile out(arguments_.residual, console);
-  return out.IsOpen() &&
-         QXCore::QXWriteGrid(out.TemporaryPath(), residual,
-                             QXCore::QXGetGridFormat(arguments_.residual)) &&
-         out.Commit();
+void FitGridCommand::Judge(const Fitted& fitted, double ofSamples, double ofGrid,
+                           Console& console) const {
+  const std::string& file = arguments_.source.file;
+  if (NumPositive(fitted.samples) < fitted.expansion.GetParams().NumBasis()) {
+    console.Say(
+        fmt::format("{}: there are fewer samples than functions, and between them the model "
+                    "means nothing: lower --npolymax, or raise --memory",
+                    file));
+  } else if (ofGrid > kMuchWorse * ofSamples) {
+    console.Say(
+        fmt::format("{}: the model is far worse between the samples: raise --memory, or "
+                    "lower --sample-spacing or --npolymax",
+                    file));
+  }
+  if (ofGrid >= kPoorRms) {
+    console.Say(fmt::format(
+        "{}: the model {}: choose another --lambda, raise --active-fraction, or give {}", file,
+        ofGrid < 1.0 ? "leaves much of it" : "is no better than none, and is not written",
+        kCorePeaksRemedy));
+  }
 }
 
 ExitStatus FitGridCommand::Run() {
   Console console;
   OutputFile out(arguments_.output, console);
-  if (!out.IsOpen()) return kNothingDone;
-  const std::optional<QXScalarGrid> grid = ReadPreparedGrid(arguments_.source, console);
+  std::optional<OutputFile> residual;
+  if (!arguments_.residual.empty()) residual.emplace(arguments_.residual, console);
+  if (!out.IsOpen() || (residual && !residual->IsOpen())) return kNothingDone;
+  std::optional<QXScalarGrid> grid = ReadPreparedGrid(arguments_.source, console);
   if (!grid) return kNothingDone;
   const std::vector<double> sites = FindSites(*grid, console);
   if (sites.empty()) return kNothingDone;
-  const std::optional<Fitted> fitted = Fit(*grid, sites, console);
+  std::optional<Fitted> fitted = Fit(*grid, sites, console);
   if (!fitted) return kNothingDone;
 
-  const QXMultiHermite& expansion = fitted->expansion;
+  QXMultiHermite& expansion = fitted->expansion;
   const QXScalarGrid& samples = fitted->samples;
   QXScalarGrid onSamples = samples, onGrid = *grid;
   {
-    const Stage stage(console, fmt::format("{}: evaluating the model", arguments_.source.file));
-    EvaluateModel(expansion, onSamples);
-    EvaluateModel(expansion, onGrid);
+    const Stage stage(console, arguments_.source.file, "evaluating the model");
+    expansion.EvaluateOnGrid(onSamples);
+    expansion.EvaluateOnGrid(onGrid);
   }
   const double ofSamples =
       RelativeRms(onSamples, samples, [](double value) { return value > 0.0; });
   const double ofGrid = RelativeRms(onGrid, *grid, [](double) { return true; });
-  if (!(ofGrid < kPoorRms)) {
-    console.Say(
-        fmt::format("{}: the model leaves much of it: raise --active-fraction, choose "
-                    "another --lambda, give samples nearer to each other (--memory), or give {}",
-                    arguments_.source.file, kCorePeaksRemedy));
-  }
-  if (!std::isfinite(ofSamples) || !std::isfinite(ofGrid)) return kNothingDone;
+  Judge(*fitted, ofSamples, std::isfinite(ofGrid) ? ofGrid : HUGE_VAL, console);
+  if (!(ofGrid < 1.0)) return kNothingDone;
+
   const std::string source =
-      fmt::format("grid, {} x {} x {} elements, spacing {} A", grid->GetXDim(), grid->GetYDim(),
+      fmt::format("grid, {} x {} x {} elements, spacing {:.6g} A", grid->GetXDim(), grid->GetYDim(),
                   grid->GetZDim(), grid->GetSpacing());
   if (!WriteModel({grid->GetTitle(), source, expansion}, out.TemporaryPath())) return kNothingDone;
-  if (WasInterrupted(console)) return kNothingDone;
-  if (!arguments_.residual.empty()) {
+  if (residual) {
     std::transform(grid->GetValues(), grid->GetValues() + grid->GetSize(), onGrid.GetValues(),
                    onGrid.GetValues(), std::minus<float>());
-    if (!WriteResidual(onGrid, console)) return kNothingDone;
+    const QXCore::QXGridFormat format = QXCore::QXGetGridFormat(arguments_.residual);
+    if (!QXCore::QXWriteGrid(residual->TemporaryPath(), onGrid, format)) return kNothingDone;
   }
-  if (!out.Commit()) return kNothingDone;
+  if (WasInterrupted(console) || !out.Commit()) return kNothingDone;
+  if (residual && !residual->Commit()) return kNothingDone;
   const auto layout = expansion.GetParams();
   std::fputs(fmt::format("Sites         {}\n"
                          "Functions     {}, degree {}, width {} 1/A\n"

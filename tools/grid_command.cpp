@@ -18,8 +18,8 @@
 #include "tools/grid_density.h"
 #include "tools/interrupt.h"
 #include "tools/model_file.h"
-#include "tools/model_grid.h"
 #include "tools/output_file.h"
+#include "tools/site_cube.h"
 #include "tools/stage.h"
 
 namespace QXTools {
@@ -28,9 +28,6 @@ namespace {
 using QXCore::QXScalarGrid;
 using QXHermiteMath::kGridMargin;
 using QXHermiteMath::kLargestGridDim;
-
-constexpr double kDefaultSpacing = 0.5;
-constexpr unsigned int kLargestModelGridDim = 300;
 
 constexpr const char* kExamples = R"(Examples:
   qxhermite grid ligand.sdf --out ligand.ccp4 --npolymax 10
@@ -81,11 +78,12 @@ Source FromDensity(Density density) {
 
 Source FromModel(Model model) {
   const SiteCube cube = CubeOfSites(model.expansion.GetParams());
-  Source source{model.title, cube.centre, cube.width, kLargestModelGridDim, {}, {}, {}};
+  Source source{model.title, cube.centre, cube.width, QXHermiteMath::kLargestMultiGridDim,
+                {},          {},          {}};
   source.create = [model](QXScalarGrid& grid, double spacing, double width) mutable {
     model.expansion.CreateGrid(grid, spacing, width);
   };
-  source.fill = [model](QXScalarGrid& grid) { EvaluateModel(model.expansion, grid); };
+  source.fill = [model](QXScalarGrid& grid) mutable { model.expansion.EvaluateOnGrid(grid); };
   return source;
 }
 
@@ -104,6 +102,9 @@ class GridCommand : public Command {
     AddNumber(app, "--width", width_, 0.0,
               "Width of the cube about the centre of the density, in angstrom; 6 are added",
               "that of the density");
+    app.get_option("--like")
+        ->excludes(app.get_option("--spacing"))
+        ->excludes(app.get_option("--width"));
   }
   std::string Check() const override;
   ExitStatus Run() override;
@@ -117,7 +118,7 @@ class GridCommand : public Command {
   DensityArguments density_;
   std::string output_;
   std::string like_;
-  double spacing_ = kDefaultSpacing;
+  double spacing_ = 0.5;
   double width_ = 0.0;
 };
 
@@ -129,9 +130,6 @@ std::string GridCommand::Check() const {
   for (const std::string& input : {density_.file, like_}) {
     if (!SameFile(output_, input)) continue;
     return fmt::format("{}: is both read and written: give another name", output_);
-  }
-  if (!like_.empty() && (spacing_ != kDefaultSpacing || width_ > 0.0)) {
-    return "--like: the elements are those of that grid: leave out --spacing and --width";
   }
   return CheckDensityArguments(density_);
 }
@@ -189,13 +187,13 @@ ExitStatus GridCommand::Run() {
   if (!source) return kNothingDone;
   std::optional<QXScalarGrid> grid;
   {
-    const Stage stage(console, fmt::format("{}: evaluating", density_.file));
+    const Stage stage(console, density_.file, "evaluating");
     grid = MakeGrid(*source, console);
   }
   const QXCore::QXGridFormat format = QXCore::QXGetGridFormat(output_);
   if (!grid || !QXCore::QXWriteGrid(out.TemporaryPath(), *grid, format)) return kNothingDone;
   if (WasInterrupted(console) || !out.Commit()) return kNothingDone;
-  std::fputs(fmt::format("{}: {} x {} x {} elements, spacing {} A\n", output_, grid->GetXDim(),
+  std::fputs(fmt::format("{}: {} x {} x {} elements, spacing {:.6g} A\n", output_, grid->GetXDim(),
                          grid->GetYDim(), grid->GetZDim(), grid->GetSpacing())
                  .c_str(),
              stdout);

@@ -36,6 +36,15 @@ inline void RequireField(bool condition, const std::string& name, const std::str
   if (!condition) throw std::runtime_error(fmt::format("field {}: {}", name, problem));
 }
 
+/// Parses a file. Throws std::runtime_error where values are nested deeper than any of ours.
+inline Json ParseJson(std::istream& in) {
+  constexpr int kDeepest = 16;
+  return Json::parse(in, [](int depth, Json::parse_event_t, const Json&) {
+    if (depth > kDeepest) throw std::runtime_error("lists are nested too deep");
+    return true;
+  });
+}
+
 /// What `convert` makes of the JSON in a file. Nothing when the file cannot be read or `convert`
 /// throws std::runtime_error, which the console is told, with what to do: `remedy`.
 template <typename Convert>
@@ -48,7 +57,7 @@ auto ReadJsonFile(const std::string& path, const std::string& remedy, Console& c
     return std::nullopt;
   }
   try {
-    return convert(Json::parse(in));
+    return convert(ParseJson(in));
   } catch (const Json::exception& error) {
     console.Say(fmt::format("{}: cannot be read ({}): {}", path, error.what(), remedy));
   } catch (const std::runtime_error& error) {

@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdint>
-#include <set>
 #include <vector>
 
 #include "hermite/foundations/basis.h"
@@ -16,6 +14,7 @@ namespace {
 using QXHermiteMath::QXMultiHermite;
 using QXHermiteMath::QXMultiHermiteParameters;
 
+constexpr const char* kFormatFamily = "qxhermite model ";
 constexpr const char* kFormat = "qxhermite model 1";
 constexpr const char* kFunctions =
     "H_l(w x) H_m(w y) H_n(w z) exp(-w^2 (x^2 + y^2 + z^2)/2), w the width, x, y, z from the "
@@ -57,13 +56,18 @@ const Json& GetList(const Json& json, const std::string& name) {
   return *field;
 }
 
+/// A value in a message.
+std::string Name(const Json& value) {
+  return value.is_structured() ? value.type_name() : value.dump();
+}
+
 /// The whole numbers of a list. Negative ones, which would wrap, and fractions are refused.
 std::vector<unsigned int> ToCounts(const Json& list, const std::string& name) {
   std::vector<unsigned int> counts;
   for (const Json& value : list) {
     RequireField(value.is_number_unsigned() && value.get<uint64_t>() < kMostFunctions,
                  fmt::format("{}[{}]", name, counts.size()),
-                 fmt::format("{} is not a whole number in range", value.dump()));
+                 fmt::format("{} is not a whole number in range", Name(value)));
     counts.push_back(value.get<unsigned int>());
   }
   return counts;
@@ -72,9 +76,8 @@ std::vector<unsigned int> ToCounts(const Json& list, const std::string& name) {
 std::vector<double> ToNumbers(const Json& list, const std::string& name) {
   std::vector<double> numbers;
   for (const Json& value : list) {
-    RequireField(value.is_number() && std::isfinite(value.get<double>()),
-                 fmt::format("{}[{}]", name, numbers.size()),
-                 fmt::format("{} is not a finite number", value.dump()));
+    RequireField(value.is_number(), fmt::format("{}[{}]", name, numbers.size()),
+                 fmt::format("{} is not a number", Name(value)));
     numbers.push_back(value.get<double>());
   }
   return numbers;
@@ -104,6 +107,7 @@ QXMultiHermiteParameters LayoutFromJson(const Json& json) {
   const std::vector<double> widths = ToNumbers(GetList(json, "widths"), "widths");
   const std::vector<double> centers = ToCenters(GetList(json, "centers"));
   const size_t sites = centers.size() / 3;
+  RequireField(sites > 0, "centers", "is empty");
   RequireOneOrEach(degrees.size(), sites, "degrees");
   RequireOneOrEach(widths.size(), sites, "widths");
   for (const double width : widths) {
@@ -127,25 +131,23 @@ QXMultiHermite ExpansionFromJson(const Json& json) {
   const std::vector<double> coefficients = ToNumbers(GetList(json, "coefficients"), "coefficients");
   RequireField(coefficients.size() == actives.size(), "coefficients",
                fmt::format("{} values for {} actives", coefficients.size(), actives.size()));
-  std::set<unsigned int> distinct;
+  RequireField(!actives.empty(), "actives", "is empty");
   for (size_t i = 0; i < actives.size(); ++i) {
+    const std::string name = fmt::format("actives[{}]", i);
     RequireField(
-        actives[i] < layout.NumBasis(), fmt::format("actives[{}]", i),
+        actives[i] < layout.NumBasis(), name,
         fmt::format("{} is not below {}, the number of functions", actives[i], layout.NumBasis()));
-    RequireField(distinct.insert(actives[i]).second, fmt::format("actives[{}]", i),
-                 fmt::format("{} stands there twice", actives[i]));
+    RequireField(i == 0 || actives[i] > actives[i - 1], name,
+                 fmt::format("{} does not rise above the one before", actives[i]));
   }
   QXMultiHermite expansion(layout);
   expansion.SetCoefficients(coefficients, actives);
   return expansion;
 }
 
-bool IsModel(const Json& json) {
-  return json.is_object() && json.contains("format") && json["format"] == kFormat;
-}
-
 Model FromJson(const Json& json) {
-  RequireField(IsModel(json), "format", fmt::format("is not \"{}\"", kFormat));
+  RequireField(GetField<std::string>(json, "format") == kFormat, "format",
+               fmt::format("is not \"{}\"", kFormat));
   RequireField(GetField<std::string>(json, "units") == "angstrom", "units", "is not angstrom");
   return {GetField<std::string>(json, "title"), GetField<std::string>(json, "source"),
           ExpansionFromJson(json)};
@@ -155,7 +157,13 @@ Model FromJson(const Json& json) {
 
 bool IsModelFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
-  return in && std::filesystem::is_regular_file(path) && IsModel(Json::parse(in, nullptr, false));
+  if (!in || !std::filesystem::is_regular_file(path)) return false;
+  try {
+    const Json json = ParseJson(in);
+    return json.is_object() && GetField<std::string>(json, "format").starts_with(kFormatFamily);
+  } catch (const std::exception&) {
+    return false;  // what is wrong is told when it is read
+  }
 }
 
 bool WriteModel(const Model& model, const std::string& path) {

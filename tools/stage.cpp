@@ -2,15 +2,16 @@
 
 #include <fmt/format.h>
 
-#include <utility>
-
 namespace QXTools {
 
-Stage::Stage(Console& console, std::string text) : console_(console), text_(std::move(text)) {
+Stage::Stage(Console& console, const std::string& file, const std::string& text)
+    : console_(console), text_(fmt::format("{}: {}", file, text)) {
+  console.SetSource(file);
   if (Console::IsTerminal()) teller_ = std::thread([this] { Tell(); });
 }
 
 Stage::~Stage() {
+  console_.SetSource({});
   if (!teller_.joinable()) return;
   {
     const std::scoped_lock lock(mutex_);
@@ -27,7 +28,7 @@ void Stage::Tell() {
   std::unique_lock lock(mutex_);
   const auto ended = [this] { return ended_; };
   for (seconds time(1); !changed_.wait_until(lock, start + time, ended); time += seconds(1)) {
-    console_.DrawLine(fmt::format("{} ... {} s", text_, time.count()));
+    console_.DrawLine(fmt::format("{} s  {} ...", time.count(), text_));
   }
 }
 

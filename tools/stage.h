@@ -7,16 +7,18 @@
 #include <thread>
 
 #include "tools/console.h"
+#include "tools/interrupt.h"
 
 namespace QXTools {
 
-/// Tells on a terminal what a long computation is at, and for how long, from its first full second
-/// to its end.
+/// A long computation for a file: from its first full second on, a terminal is told what it is at,
+/// and for how long. Reports of the library come out under the name of the file. An interrupt ends
+/// the process, see EndsAtOnce.
 ///
-///     const Stage stage(console, "finding atoms");
+///     const Stage stage(console, "map.ccp4", "finding atoms");
 class Stage {
  public:
-  Stage(Console& console, std::string text);
+  Stage(Console& console, const std::string& file, const std::string& text);
   ~Stage();
   Stage(const Stage&) = delete;
   Stage& operator=(const Stage&) = delete;
@@ -24,6 +26,7 @@ class Stage {
  private:
   void Tell();
 
+  EndsAtOnce ends_;
   Console& console_;
   std::string text_;
   std::mutex mutex_;

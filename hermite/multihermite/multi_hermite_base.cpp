@@ -104,28 +104,38 @@ std::vector<double> QXMultiHermiteBase::Evaluate(std::vector<double> const& poin
   return sums;
 }
 
+void QXMultiHermiteBase::AddToGrid(QXScalarGrid& grid) {
+  // The tables along the three axes are those of the points on a diagonal, the shorter axes with
+  // their last element again and again.
+  const size_t longest = std::max({grid.GetXDim(), grid.GetYDim(), grid.GetZDim()});
+  std::vector<double> diagonal(3 * longest);
+  for (int axis = 0; axis < 3; ++axis) {
+    const std::vector<float> coords = QXElementCoords(grid, axis);
+    for (size_t i = 0; i < longest; ++i)
+      diagonal[3 * i + axis] = coords[std::min(i, coords.size() - 1)];
+  }
+  WorkTables work = MakeWorkTables(params);
+  for (unsigned int site : SitesWithActives()) {
+    SiteTables tables(params, {site}, longest);
+    tables.Fill(*this, diagonal.data(), longest, work);
+    AddTerms(Terms({site}, tables), grid, QXCore::QXGetSimdLevel());
+  }
+}
+
+bool QXMultiHermiteBase::EvaluateOnGrid(QXScalarGrid& grid) {
+  std::fill_n(grid.GetValues(), grid.GetSize(), 0.0f);
+  if (grid.GetSize() > 0) AddToGrid(grid);
+  return true;
+}
+
 bool QXMultiHermiteBase::CreateGrid(QXScalarGrid& grid, double spacing, double extent) {
-  constexpr unsigned int kLargestDim = 300;
   const unsigned int dim = CubeDim(
-      extent, spacing, kLargestDim,
+      extent, spacing, kLargestMultiGridDim,
       "The grid spacing requires grid size exceeding maximum allowed of %d, in order to cover the "
       "entire molecule. Instead maximum value will be used. Try increasing spacing size.");
   grid.SetDim(dim, dim, dim);
   grid.SetSpacing(static_cast<float>(spacing));
-
-  // The elements of a cube are as many along each axis: the tables are those of the points on its
-  // diagonal.
-  std::vector<double> diagonal(3 * size_t{dim});
-  for (int axis = 0; axis < 3; ++axis) {
-    const std::vector<float> coords = QXElementCoords(grid, axis);
-    for (size_t i = 0; i < dim; ++i) diagonal[3 * i + axis] = coords[i];
-  }
-  WorkTables work = MakeWorkTables(params);
-  for (unsigned int site : SitesWithActives()) {
-    SiteTables tables(params, {site}, dim);
-    tables.Fill(*this, diagonal.data(), dim, work);
-    AddTerms(Terms({site}, tables), grid, QXCore::QXGetSimdLevel());
-  }
+  AddToGrid(grid);
   return true;
 }
 

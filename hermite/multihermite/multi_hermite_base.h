@@ -13,6 +13,9 @@ using QXCore::QXScalarGrid;
 struct HermiteTerm;
 class SiteTables;
 
+/// The largest dimension of the cubes of QXMultiHermiteBase::CreateGrid.
+inline constexpr unsigned int kLargestMultiGridDim = 300;
+
 /// A sum of products of one-dimensional functions about several sites,
 ///
 ///   f(r) = sum over active (s, lmn) of c b_l(lambda_s (x - x_s)) b_m(lambda_s (y - y_s))
@@ -65,10 +68,14 @@ class QXMultiHermiteBase {
   std::vector<double> Evaluate(std::vector<double> const& points);
 
   /// Makes `grid` a cube of the given spacing that reaches 3 angstrom beyond `extent` on either
-  /// side, about its mid point as it stands, and fills it. The dimension is that of CubeDim; where
-  /// it would exceed 300, there is a warning, and that. Each site is summed in double and added to
-  /// the grid in single precision, one site after the other. Always true.
+  /// side, about its mid point as it stands, and fills it. The dimension is that of CubeDim: at
+  /// most kLargestMultiGridDim, with a warning where more would be needed. Each site is summed in
+  /// double and added to the grid in single precision, one site after the other. Always true.
   bool CreateGrid(QXScalarGrid& grid, double spacing, double extent);
+
+  /// Sets the elements of a grid, of any geometry, to the values at their places, summed likewise.
+  /// Always true.
+  bool EvaluateOnGrid(QXScalarGrid& grid);
 
  protected:
   QXMultiHermiteBase(const QXMultiHermiteBase&) = default;
@@ -86,6 +93,8 @@ class QXMultiHermiteBase {
   // The active functions of these sites, whose tables are given.
   std::vector<HermiteTerm> Terms(std::vector<unsigned int> const& sites,
                                  SiteTables const& tables) const;
+  // What all sites give, to a grid with elements.
+  void AddToGrid(QXScalarGrid& grid);
 };
 
 /// The indices of each site, in the order given.

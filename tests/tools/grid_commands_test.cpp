@@ -73,6 +73,8 @@ TEST_F(GridCommands, ExpansionInAFileIsTheExpansion) {
     ASSERT_EQ(Run({"grid", input, "--npolymax", "7", "--out", "direct.ccp4"}), 0) << err_;
     ASSERT_EQ(Run({"grid", "a.json", "--out", "by-file.ccp4"}), 0) << err_;
     EXPECT_EQ(ReadFile(Path("by-file.ccp4")), ReadFile(Path("direct.ccp4")));
+    ASSERT_EQ(Run({"grid", "a.json", "--out", "like.ccp4", "--like", "direct.ccp4"}), 0) << err_;
+    EXPECT_TRUE(AllNear(Values(ReadGrid("like.ccp4")), Values(ReadGrid("direct.ccp4")), 1e-4));
   }
 }
 
@@ -218,13 +220,15 @@ TEST_F(GridCommands, WhatCannotBeUsedIsRefusedWithAReason) {
       {{"grid", "zero.cube", "--out", "x.ccp4"}, "zero.cube: no value is positive"},
       {{"expand", "cut.ccp4"}, "cut.ccp4: "},
       {{"expand", "missing.cube"}, "missing.cube: "},
-      {{"expand", "bad.json"}, "bad.json: cannot be read"},
+      {{"expand", "bad.json"}, "bad.json: field title: has a value of the wrong type"},
       {{"expand", "short.json"}, "short.json: cannot be read"},
-      {{"expand", "degree.json"}, "degree.json: NPolyMax has an illegal value: write it anew"},
-      {{"expand", "few.json"}, "few.json: 4 coefficients, but degree 0 has 1: write it anew"},
-      {{"expand", "zero.json"}, "zero.json: a width is not a positive number"},
-      {{"expand", "extent.json"}, "extent.json: a width or a self overlap is not positive"},
-      {{"expand", "space.json"}, "space.json: the center has not three coordinates"},
+      {{"expand", "degree.json"},
+       "degree.json: field NPolyMax: has an illegal value: write it anew"},
+      {{"expand", "few.json"},
+       "few.json: field coefficients: 4 values, but degree 0 has 1: write it anew"},
+      {{"expand", "zero.json"}, "zero.json: field options: a width is not a positive number"},
+      {{"expand", "extent.json"}, "extent.json: field width: is negative"},
+      {{"expand", "space.json"}, "space.json: field center: has not three coordinates"},
       {{"expand", "good.txt"}, "good.txt: the extension names no format: use .sdf"},
       {{"expand", "good.ccp4", "--hydrogens"}, "--hydrogens: is for molecules"},
       {{"expand", "good.ccp4", "--record", "2"}, "--record: is for molecules"},

@@ -2,8 +2,13 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <thread>
 
 #include "hermite/hermite.h"
 #include "tests/tools/grid_tool_test.h"
@@ -87,6 +92,9 @@ TEST_F(ModelCommands, WhatCannotBeUsedIsRefusedWithAReason) {
       {{"--active-fraction", "1e-9"}, "no function takes part: raise --active-fraction"},
       {{"--write-grid", "./map.ccp4"}, "is both read and written"},
       {{"--write-grid", "x.json"}, "x.json: not the name of a grid"},
+      {{"--write-grid", "absent/x.ccp4"}, "absent/x.ccp4: cannot be written"},
+      {{"--lambda", "0.01"}, "map.ccp4: the model is no better than none, and is not written"},
+      {{"--lambda", "1e-300"}, "map.ccp4: 660 of 660 columns of a LASSO fit are not finite"},
   };
   for (const auto& [words, message] : cases) {
     std::vector<std::string> all = {"fit-grid", "map.ccp4", "--out", "x.json"};
@@ -103,9 +111,51 @@ TEST_F(ModelCommands, SamplesAreThinnedToTheMemoryAllowed) {
   unsigned int samples = 0;
   ASSERT_EQ(std::sscanf(out_.c_str() + out_.find("Samples"), "Samples %u", &samples), 1) << out_;
   EXPECT_THAT(samples, testing::AllOf(testing::Gt(1500u), testing::Lt(2700u)));
-  EXPECT_THAT(err_, HasSubstr("--memory allows more"));
-  EXPECT_EQ(Fit({"--memory", "2", "--sample-spacing", "0.3"}), 1);
-  EXPECT_THAT(err_, HasSubstr("--sample-spacing 0.3: needs more than 2 MiB: give at least"));
+  EXPECT_THAT(err_, HasSubstr("to take 2 MiB: raise --memory"));
+  EXPECT_EQ(Fit({"--memory", "2", "--sample-spacing", "0.8"}), 1);
+  EXPECT_THAT(err_, HasSubstr("--sample-spacing 0.8: needs more than 2 MiB: give at least"));
+  // Between its elements a grid tells nothing.
+  ASSERT_EQ(Fit({"--sample-spacing", "0.1", "--max-sites", "3"}), 0) << err_;
+  EXPECT_THAT(out_, HasSubstr(", 0.5 A apart\n"));
+  Run({"fit-grid", "map.ccp4", "--out", "x.json", "--npolymax", "6", "--memory", "2"});
+  EXPECT_THAT(err_, HasSubstr("there are fewer samples than functions"));
+  ASSERT_EQ(Run({"fit-grid", "map.ccp4", "--out", "x.json", "--lambda", "9"}), 0);
+  EXPECT_THAT(err_, HasSubstr("the model leaves much of it: choose another --lambda"));
+}
+
+TEST_F(ModelCommands, InputsAreNeverWrittenTo) {
+  std::filesystem::create_symlink("map.ccp4", Path("link.json"));
+  std::filesystem::create_symlink("map.ccp4", Path("link.sdf"));
+  WriteFile(Path("model.json"), "of an earlier run");
+  std::filesystem::create_symlink("model.json", Path("link.cube"));
+  const std::string map = ReadFile(Path("map.ccp4"));
+  for (const std::vector<std::string>& words :
+       {std::vector<std::string>{"fit-grid", "map.ccp4", "--out", "link.json"},
+        {"fit-grid", "map.ccp4", "--out", "model.json", "--write-grid", "link.cube"},
+        {"atoms", "map.ccp4", "--out", "link.sdf"},
+        {"grid", kReference, "--out", "map.ccp4", "--like", "map.ccp4"}}) {
+    EXPECT_EQ(Run(words), 1);
+    EXPECT_THAT(err_, testing::AnyOf(HasSubstr("is both read and written"),
+                                     HasSubstr("is to be written twice")));
+  }
+  EXPECT_TRUE(ReadFile(Path("map.ccp4")) == map);
+}
+
+TEST_F(ModelCommands, AnInterruptEndsAFitAtOnceAndTidiesUp) {
+  const pid_t child =
+      Start({"fit-grid", "map.ccp4", "--out", "model.json", "--npolymax", "10", "--memory", "200"});
+  const auto begun = [&] { return Files().size() > 1; };
+  for (int i = 0; i < 3000 && !begun(); ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  // The fit takes many seconds.
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  const auto before = std::chrono::steady_clock::now();
+  ::kill(child, SIGINT);
+  EXPECT_EQ(Finish(child), -SIGINT);
+  EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(5));
+  EXPECT_THAT(err_, testing::EndsWith("\ninterrupted: nothing was written\n"));
+  EXPECT_THAT(Files(), testing::ElementsAre("map.ccp4"));
 }
 
 TEST_F(ModelCommands, DamagedModelsAreRefusedByTheNameOfTheField) {
@@ -113,7 +163,9 @@ TEST_F(ModelCommands, DamagedModelsAreRefusedByTheNameOfTheField) {
   const Json model = Json::parse(ReadFile(Path("model.json")));
   ASSERT_EQ(model.at("centers").size(), 5u);
   const std::pair<const char*, const char*> cases[] = {
-      {R"({"format": "qxhermite model 2"})", "not an expansion of this tool"},
+      {R"({"format": "qxhermite model 2"})", "field format: is not \"qxhermite model 1\""},
+      {R"({"format": "qxhermite"})", "field format: is not \"qxhermite expansion 1\""},
+      {R"({"title": [[[[[[[[[[[[[[[[[[[[]]]]]]]]]]]]]]]]]]]]})", "lists are nested too deep"},
       {R"({"units": "bohr"})", "field units: is not angstrom"},
       {R"({"title": null})", "field title: is missing"},
       {R"({"degrees": [2, 2]})", "field degrees: 2 values for 5 sites"},
@@ -123,11 +175,13 @@ TEST_F(ModelCommands, DamagedModelsAreRefusedByTheNameOfTheField) {
       {R"({"actives": [4294967296], "coefficients": [1]})", "field actives[0]: 4294967296 is not"},
       {R"({"actives": [0], "coefficients": [1e300]})", "its values are not finite"},
       {R"({"widths": [0.0]})", "field widths: 0 is not positive"},
-      {R"({"widths": ["wide"]})", "field widths[0]: \"wide\" is not a finite number"},
+      {R"({"widths": ["wide"]})", "field widths[0]: \"wide\" is not a number"},
       {R"({"centers": [[0, 0]]})", "field centers[0]: is no list of three"},
       {R"({"centers": {}})", "field centers: is no list"},
+      {R"({"centers": []})", "field centers: is empty"},
+      {R"({"actives": [], "coefficients": []})", "field actives: is empty"},
       {R"({"actives": [0, 50], "coefficients": [1, 2]})", "field actives[1]: 50 is not below 50"},
-      {R"({"actives": [7, 7], "coefficients": [1, 2]})", "field actives[1]: 7 stands there twice"},
+      {R"({"actives": [7, 7], "coefficients": [1, 2]})", "field actives[1]: 7 does not rise"},
       {R"({"actives": [7]})", "field coefficients: "},
       {R"({"actives": [7], "coefficients": [1e999]})", "model.json: "},
   };
@@ -170,9 +224,23 @@ TEST_F(ModelCommands, LassoFindsTheAtomsOfADensity) {
             0)
       << err_;
   EXPECT_LT(ReadMol(Path("high.sdf")).NumAtoms(), 8u);
-  for (const char* metric : {"angle", "2"}) {
-    EXPECT_EQ(Run({"atoms", "map.ccp4", "--out", "x.sdf", "--method", "lasso", "--metric", metric}),
-              1);
+  for (const char* idle : {"--starts", "--npolymax", "--threshold"}) {
+    EXPECT_EQ(Run({"atoms", "map.ccp4", "--out", "x.sdf", "--method", "lasso", idle, "1"}), 1);
+    EXPECT_THAT(err_, HasSubstr("is not for --method lasso: leave it out")) << idle;
+  }
+  EXPECT_EQ(Run({"atoms", "map.ccp4", "--out", "x.sdf", "--max-atoms", "3"}), 1);
+  EXPECT_EQ(Run({"atoms", "map.ccp4", "--out", "x.sdf", "--method", "lasso", "--metric", "2"}), 1);
+  // The cosine knows of no scale.
+  for (const float scale : {1e-30f, 1e30f}) {
+    QXScalarGrid map = ReadGrid("map.ccp4");
+    ForElements(map, [&](float& value, const Vector3d&) { value *= scale; });
+    ASSERT_TRUE(QXCore::QXWriteGrid(Path("scaled.ccp4"), map));
+    ASSERT_EQ(Run({"atoms", "scaled.ccp4", "--out", "scaled.sdf", "--method", "lasso",
+                   "--value-fraction", "0.95"}),
+              0)
+        << err_;
+    EXPECT_TRUE(
+        AllNear(Coords(ReadMol(Path("scaled.sdf"))), Coords(ReadMol(Path("high.sdf"))), 1e-4));
   }
 }
 

@@ -40,7 +40,6 @@ struct SdRecord {
     const std::string& line = lines.at(4 + atom);
     return {std::stod(line), std::stod(line.substr(10)), std::stod(line.substr(20))};
   }
-  std::string Element(size_t atom) const { return lines.at(4 + atom).substr(31, 2); }
   /// Begin, end and order of all bonds, as text.
   std::string Bonds() const {
     std::string all;

@@ -2,8 +2,7 @@
 
 #include <array>
 
-#include "hermite/multihermite/multi_hermite.h"
-#include "host/grid/scalar_grid.h"
+#include "hermite/multihermite/multi_hermite_parameters.h"
 
 namespace QXTools {
 
@@ -13,9 +12,7 @@ struct SiteCube {
   double width = 0.0;
 };
 
+/// Of at least one site.
 SiteCube CubeOfSites(const QXHermiteMath::QXMultiHermiteParameters& layout);
-
-/// Sets the elements of a grid, of any geometry, to the expansion at their places.
-void EvaluateModel(QXHermiteMath::QXMultiHermite expansion, QXCore::QXScalarGrid& grid);
 
 }  // namespace QXTools
