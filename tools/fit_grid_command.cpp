@@ -119,10 +119,7 @@ std::string FitGridCommand::Check() const {
   if (SameFile(a.output, a.source.file)) {
     return fmt::format("{}: is both read and written: give another name", a.output);
   }
-  if (!a.residual.empty() && !IsGridFile(a.residual)) {
-    return fmt::format("{}: not the name of a grid: name it .ccp4, .map, .mrc, .cube or .cub",
-                       a.residual);
-  }
+  if (!a.residual.empty() && !IsGridFile(a.residual)) return CheckGridName(a.residual);
   if (!a.residual.empty() && SameFile(a.residual, a.source.file)) {
     return fmt::format("{}: is both read and written: give another name", a.residual);
   }

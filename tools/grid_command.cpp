@@ -123,10 +123,7 @@ class GridCommand : public Command {
 };
 
 std::string GridCommand::Check() const {
-  if (!IsGridFile(output_)) {
-    return fmt::format("{}: not the name of a grid: name it .ccp4, .map, .mrc, .cube or .cub",
-                       output_);
-  }
+  if (std::string problem = CheckGridName(output_); !problem.empty()) return problem;
   for (const std::string& input : {density_.file, like_}) {
     if (!SameFile(output_, input)) continue;
     return fmt::format("{}: is both read and written: give another name", output_);

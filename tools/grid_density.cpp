@@ -37,6 +37,11 @@ bool IsGridFile(const std::string& path) {
   return QXCore::QXGetGridFormat(path) != QXCore::QXGridFormat::Unknown;
 }
 
+std::string CheckGridName(const std::string& path) {
+  if (IsGridFile(path)) return {};
+  return fmt::format("{}: not the name of a grid: take .ccp4, .map, .mrc, .cube or .cub", path);
+}
+
 std::optional<QXScalarGrid> ReadDensityGrid(const std::string& path, Console& console) {
   QXScalarGrid grid;
   if (!QXCore::QXReadGrid(path, grid)) return std::nullopt;

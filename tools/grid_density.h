@@ -17,6 +17,8 @@ namespace QXTools {
 
 /// True when the name ends as that of a grid file.
 bool IsGridFile(const std::string& path);
+/// What is wrong with the name of a grid file, or an empty text.
+std::string CheckGridName(const std::string& path);
 
 /// Reads a grid of finite values, some of them positive. Nothing otherwise, which the console is
 /// told.

@@ -24,10 +24,7 @@ void DeclareGridPreparation(CLI::App& app, GridPreparation& preparation) {
 }
 
 std::string CheckGridPreparation(const GridPreparation& preparation) {
-  if (!IsGridFile(preparation.file)) {
-    return fmt::format("{}: not the name of a grid: give .ccp4, .map, .mrc, .cube or .cub",
-                       preparation.file);
-  }
+  if (std::string problem = CheckGridName(preparation.file); !problem.empty()) return problem;
   if (preparation.share > 1.0) return "--cut: a share is at most 1";
   if (preparation.blur > 10.0) return "--blur: more than 10 A leaves nothing of a density";
   return {};

@@ -154,7 +154,7 @@ TEST_F(ModelCommands, AnInterruptEndsAFitAtOnceAndTidiesUp) {
   ::kill(child, SIGINT);
   EXPECT_EQ(Finish(child), -SIGINT);
   EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(5));
-  EXPECT_THAT(err_, testing::EndsWith("\ninterrupted: nothing was written\n"));
+  EXPECT_THAT(err_, testing::EndsWith("interrupted: nothing was written\n"));
   EXPECT_THAT(Files(), testing::ElementsAre("map.ccp4"));
 }
 
