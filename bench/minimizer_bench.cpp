@@ -17,6 +17,40 @@ namespace {
 
 using namespace QXTest;
 
+struct Beale {
+  static constexpr int kVariables = 2;
+  static constexpr double kStart[] = {1, 1};
+  template <typename T>
+  static T Value(const T* x) {
+    const T a = x[1], b = a * a, c = b * a;
+    return Square(T(1.5 - x[0] * (1.0 - a))) + Square(T(2.25 - x[0] * (1.0 - b))) +
+           Square(T(2.625 - x[0] * (1.0 - c)));
+  }
+};
+
+/// Rosenbrock's function in n/2 pairs of variables; n even.
+class ExtendedRosenbrock : public CountedFunc {
+ public:
+  explicit ExtendedRosenbrock(unsigned int n) : n_(n) {}
+  using CountedFunc::operator();
+  unsigned int NumVar() const override { return n_; }
+  double operator()(const double* x, double* gradient) override {
+    ++evaluations;
+    Problem<Rosenbrock> pair;
+    double value = 0;
+    for (unsigned int i = 0; i < n_; i += 2) value += pair(x + i, gradient + i);
+    return value;
+  }
+  std::vector<double> Start() const {
+    std::vector<double> start;
+    for (unsigned int i = 0; i < n_; i += 2) start.insert(start.end(), {-1.2, 1.0});
+    return start;
+  }
+
+ private:
+  unsigned int n_;
+};
+
 constexpr double kTolerance = 1e-10;
 
 struct Outcome {

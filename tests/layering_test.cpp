@@ -49,9 +49,8 @@ std::vector<Include> Find(const std::string& file, const std::string& included) 
   std::vector<Include> found;
   for (const Include& include : Includes()) {
     if (std::regex_search(include.file, filePattern) &&
-        std::regex_search(include.included, includedPattern)) {
+        std::regex_search(include.included, includedPattern))
       found.push_back(include);
-    }
   }
   return found;
 }

@@ -27,12 +27,11 @@ void QXActiveCholesky::Append() {
 // then may be negative, which is as good.
 void QXActiveCholesky::Remove(Eigen::Index k) {
   for (Eigen::Index j = 0; j < size_; ++j)
-    for (Eigen::Index i = std::max(j - 1, k); i + 1 < size_; ++i) factor_(i, j) = factor_(i + 1, j);
+    for (Eigen::Index i = k; i + 1 < size_; ++i) factor_(i, j) = factor_(i + 1, j);
   --size_;
   for (Eigen::Index j = k; j < size_; ++j) {
     Eigen::JacobiRotation<double> rotation;
     rotation.makeGivens(factor_(j, j), factor_(j, j + 1), &factor_(j, j));
-    factor_(j, j + 1) = 0;
     const Eigen::Index below = size_ - j - 1;
     factor_.block(j + 1, j, below, 2).applyOnTheRight(0, 1, rotation);
   }

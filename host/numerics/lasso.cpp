@@ -7,10 +7,6 @@
 
 namespace QXNumerics {
 
-void QXLasso::Fit(const Eigen::MatrixXd& X, const Eigen::VectorXd& y) {
-  Fit(X, y, kNoLimit);
-}
-
 void QXLasso::Fit(const Eigen::MatrixXd& X, const Eigen::VectorXd& y, unsigned int maxActives) {
   Fit(QXDenseDesign(X), y, maxActives);
 }

@@ -24,14 +24,20 @@ namespace QXNumerics {
 /// - Path and actives are empty where there is nothing to fit: no rows, no columns, maxActives 0,
 ///   or every product of a column with y is 0, as with a zero y. So they are, after a warning, for
 ///   a y that is not finite.
-/// - Columns that are not finite never enter, with one warning that counts them; nor do columns of
-///   zeros.
-/// - A column within 3e-7 of its length of the span of the active ones does not enter as long as it
-///   is: of equal columns the first one does. At most as many columns as rows are active at once.
-/// - Where rounding, about 1e-13 of the lengths of y and the longest column, hides what comes next,
-///   the path ends.
-/// - Takes the time of few products X^T V, with one vector for each one or two columns that enter,
-///   and memory for about twice as many numbers for each as X has rows and columns.
+/// - Columns that are not finite, or whose product with y is not, never enter, with one warning
+///   that counts them.
+/// - Lengths of columns should be from 1e-150 to 1e150, and their products with y from 1e-290 to
+///   1e290 or 0. Columns that are much longer or shorter than that, zero ones among them, never
+///   enter, without a word; of smaller products rounding takes a larger part.
+/// - Ties have an order: for t stands t (1 + 1e-13 sqrt(j + 1)) with column j.
+/// - A column within 3e-7 of its length of the span of the active ones does not enter as long as
+///   it is: of equal columns the first one does. At most as many columns as rows are active at
+///   once.
+/// - The path ends where t falls to the rounding of correlations: 1e-13 of the length of y times
+///   that of the longest column that has entered.
+/// - Takes the time of few products X^T V, with one vector for each one or two of the n columns
+///   that enter. Keeps about 2n vectors of one number for each column of X, and for a while 64 or
+///   fewer columns of X.
 class QXLasso {
  public:
   static constexpr unsigned int kNoLimit = std::numeric_limits<unsigned int>::max();
@@ -39,8 +45,7 @@ class QXLasso {
   /// Computes the path of the columns of X against y, replacing any before: to its end, the least
   /// squares solution of the columns entered, or with maxActives to where one more than maxActives
   /// distinct columns would have entered.
-  void Fit(const Eigen::MatrixXd& X, const Eigen::VectorXd& y);
-  void Fit(const Eigen::MatrixXd& X, const Eigen::VectorXd& y, unsigned int maxActives);
+  void Fit(const Eigen::MatrixXd& X, const Eigen::VectorXd& y, unsigned int maxActives = kNoLimit);
   void Fit(const QXLassoDesign& X, const Eigen::VectorXd& y, unsigned int maxActives = kNoLimit);
 
   /// Entry k holds k + 1 coefficients, of the first k + 1 columns of GetActives(): the solution at

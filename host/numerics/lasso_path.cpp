@@ -24,6 +24,18 @@ constexpr double kSpan = 1e-13;
 // a few kEpsilon of the product of lengths. The walk ends a safe way above.
 constexpr double kFloor = 256 * kEpsilon;
 
+// In designs of small whole numbers, or with copies, several columns come to the bound at one
+// point, and which of them are to enter there depends on all: in a wrong order one stays behind
+// with its correlation above the bound, or they take turns for ever. So the penalty of column j is
+// t (1 + kTie sqrt(j + 1)). That takes events at one point apart by more than rounding, and the
+// path is that of a problem next to the one given, which has one order. Roots, as hardly any sum of
+// them with small whole factors is 0, and rising, so that of equal columns the first one enters.
+constexpr double kTie = 1e-13;
+
+// A correlation that falls with the bound but for the differences of penalties ties with it to the
+// end: it is not on its way to the bound.
+constexpr double kGain = 100 * kTie;
+
 }  // namespace
 
 void QXLassoPath::Walk(unsigned int maxActives) {
@@ -35,7 +47,6 @@ void QXLassoPath::Walk(unsigned int maxActives) {
       {static_cast<size_t>(design_.Rows()), static_cast<size_t>(design_.Cols()), maxActives_});
   size_t leavesToCome = 1000 + 100 * most;
   for (;;) {
-    FindDirection();
     const Event next = NextEvent();
     Advance(next.fall);
     if (bound_ <= floor_) break;
@@ -65,6 +76,7 @@ bool QXLassoPath::Start() {
   columns_.assign(static_cast<size_t>(design_.Cols()), Column());
   size_t barred = 0;
   for (Index j = 0; j < design_.Cols(); ++j) {
+    At(j).penalty = 1 + kTie * std::sqrt(static_cast<double>(j + 1));
     if (std::isfinite(correlations_[j])) {
       bound_ = std::max(bound_, std::fabs(correlations_[j]));
     } else {
@@ -73,8 +85,9 @@ bool QXLassoPath::Start() {
     }
   }
   if (barred > 0)
-    QXCore::QXThrow.Warning("%zu of %zu columns of a LASSO fit are not finite: they are left out.",
-                            barred, columns_.size());
+    QXCore::QXThrow.Warning(
+        "%zu of %zu columns of a LASSO fit are not finite or too large: they are left out.", barred,
+        columns_.size());
   return bound_ > 0;
 }
 
@@ -94,19 +107,19 @@ QXLassoPath::Event QXLassoPath::NextEvent() {
   return next;
 }
 
-// Of the columns outside, the one whose correlation is the first to meet the falling bound, from
-// inside, which the rates tell: so the copy of an active column is none, nor is one that has just
-// left, which is said outright as well, for two such columns might take turns by rounding. It may
-// have carried a correlation across the bound, too: then it meets it here.
+// Of the columns outside, the one whose correlation is the first to meet its penalty, from inside,
+// which the rates tell: so the copy of an active column is none, nor is one that has just left.
+// Rounding may have carried a correlation across, and so may active columns in whose span its
+// column was: then it meets it here.
 void QXLassoPath::FindJoin(Event& next) {
   for (Index j = 0; j < design_.Cols(); ++j) {
     Column& column = At(j);
     if (column.state != State::Out) continue;
     column.nextJoin = kInfinity;
     for (const double sign : {1.0, -1.0}) {
-      const double gain = 1 - sign * rates_[j];
-      if (!(gain > 0) || column.leftAt == sign * bound_) continue;
-      const double fall = std::max(0.0, bound_ - sign * correlations_[j]) / gain;
+      const double gain = column.penalty - sign * rates_[j];
+      if (!(gain > kGain)) continue;
+      const double fall = std::max(0.0, column.penalty * bound_ - sign * correlations_[j]) / gain;
       column.nextJoin = std::min(column.nextJoin, fall);
       if (fall < next.fall) next = {Event::Join, fall, j};
     }
@@ -151,19 +164,19 @@ bool QXLassoPath::Join(Index j) {
   active_.push_back(j);
   At(j).state = State::Active;
   At(j).pull = correlations_[j] / bound_;
-  floor_ = std::max(floor_, kFloor * std::sqrt(square) * target_.norm());
+  floor_ = std::max(floor_, kFloor * std::sqrt(square) * target_.stableNorm());
+  FindDirection();
   return true;
 }
 
 void QXLassoPath::Leave(Index k) {
   Value(k) = 0;
-  Column& column = At(ActiveIndex(k));
-  column.state = State::Out;
-  column.leftAt = std::copysign(bound_, column.pull);
+  At(ActiveIndex(k)).state = State::Out;
   cholesky_.Remove(k);
   active_.erase(active_.begin() + k);
   for (Column& other : columns_)
     if (other.state == State::InSpan) other.state = State::Out;
+  FindDirection();
 }
 
 // Column j of G and with it, as long as they are no more than about twice those that have entered,

@@ -20,9 +20,10 @@ namespace QXNumerics {
 /// up to where another column's correlation reaches t, and it joins; or a coefficient reaches 0,
 /// and its column leaves; or t is 0. Only the columns of G that belong to A are ever needed.
 ///
-/// For s_j stands c_j/t as it is with rounding. So the active correlations go to 0 in proportion:
-/// what rounding has done to one is not carried along while t falls, it falls with it, and the path
-/// is that of a problem with penalties t |s_j| that differ by as little.
+/// For s_j stands c_j/t as it is, which is 1 or -1 but for rounding and for what gives an order to
+/// columns that would join at one point. So the active correlations go to 0 in proportion: what
+/// there is of either is not carried along while t falls, it falls with it, and the path is that of
+/// a problem with penalties t |s_j| that differ by as little.
 class QXLassoPath {
  public:
   /// Neither argument is copied.
@@ -43,9 +44,9 @@ class QXLassoPath {
   enum class State : char { Out, Active, InSpan, Barred };
   struct Column {
     State state = State::Out;
-    double pull = 0;    ///< its correlation over the bound, while active: 1 or -1 but for rounding
-    Index entry = -1;   ///< its place in `actives`
-    double leftAt = 0;  ///< the bound when it left last, with the sign of its pull
+    double pull = 0;      ///< its correlation over the bound, while active
+    Index entry = -1;     ///< its place in `actives`
+    double penalty = 1;   ///< on its coefficient, over the bound: 1 but for ties
     double nextJoin = 0;  ///< the fall of the bound at which it would join, as of FindJoin
   };
   struct Event {

@@ -105,6 +105,15 @@ inline Gaussians RandomGaussians(unsigned int count, unsigned int seed, bool cha
   return gaussians;
 }
 
+/// The coordinates of points in a cube about the origin, with a fixed seed.
+inline Vector RandomPoints(size_t count, double reach, unsigned int seed) {
+  std::mt19937 random(seed);
+  std::uniform_real_distribution<double> uniform(-reach, reach);
+  Vector points(3 * count);
+  for (double& x : points) x = uniform(random);
+  return points;
+}
+
 /// Coefficients of order 1 when multiplied with the norms: random, with a fixed seed.
 inline Vector RandomCoefficients(unsigned int N, unsigned int seed) {
   std::mt19937 random(seed);

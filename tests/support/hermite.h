@@ -32,6 +32,12 @@ inline QXHermiteMath::QXHermite Expanded(const Gaussians& gaussians,
   return h;
 }
 
+inline QXMolKit::QXTrans Shift(const Vector& by) {
+  QXMolKit::QXTrans trans;
+  trans.Append(QXMolKit::QXTranslation(by.data()));
+  return trans;
+}
+
 /// The value of an expansion at a point relative to its centre.
 inline double Value(const QXHermiteMath::QXHermite& h, const Vector3d& r) {
   return Evaluate(h.GetCoefficients(), h.GetOptions(), r[0], r[1], r[2]);

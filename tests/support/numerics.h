@@ -7,8 +7,10 @@
 namespace QXTest {
 
 using Vector = std::vector<double>;
+using UInts = std::vector<unsigned int>;
 
 constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
+constexpr double kFloatEpsilon = std::numeric_limits<float>::epsilon();
 
 /// The integral of f over [from, to] by the trapezoidal rule, which for smooth functions that
 /// vanish at both ends converges faster than any power of the step: with exp(-a x^2) in the

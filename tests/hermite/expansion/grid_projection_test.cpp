@@ -6,8 +6,6 @@
 namespace QXHermiteMath {
 namespace {
 
-constexpr double kFloatEpsilon = std::numeric_limits<float>::epsilon();
-
 /// The triple loop over elements, each with the whole basis. magnitudes: the sums of |terms|.
 Vector PlainProjection(QXScalarGrid grid, unsigned int N, const Vector& lambdas,
                        const Vector& center, Vector& magnitudes) {

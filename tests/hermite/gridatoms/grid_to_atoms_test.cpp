@@ -91,12 +91,9 @@ Vector Crown() {
 class GridToAtoms : public testing::Test {
  protected:
   QXGridToAtoms Search(double minDistance) const {
-    QXTrans trans;
-    trans.Append(QXMolKit::QXTranslation(kShift));
-    return QXGridToAtoms(kRadius, minDistance, 0.2, kOptions, grid_, trans);
+    return QXGridToAtoms(kRadius, minDistance, 0.2, kOptions, grid_, Shift({10, 20, 30}));
   }
 
-  static constexpr double kShift[] = {10, 20, 30};
   const Vector atoms_ = Crown();
   const QXScalarGrid grid_ = OnGrid(makeShapeGaussians(atoms_, kRadius), 48, 0.25f);
   TemporaryFolder folder_;

@@ -27,63 +27,63 @@ TEST(LassoAtoms, KeepElementsStrictlyAboveAFractionOfTheMaximum) {
   struct Case {
     std::vector<float> values;
     double fraction;
-    Vector kept, ys;
+    std::vector<size_t> kept;
   };
-  QXLassoAtoms search;
-  for (const Case& c : {Case{{2, 0, -1, 4}, 0.0, {2, 4}, {-1.5, 1.5}},  // no zero element
-                        Case{{2, 0, -1, 4}, 0.5, {4}, {1.5}},
-                        Case{{-2, -1, -4, -3}, 2.0, {}, {}},  // the maximum is 0 at least
-                        Case{{-2, 3, 0, std::nanf("")}, -1.0, {-2, 3, 0}, {-1.5, -0.5, 0.5}}}) {
-    QXScalarGrid grid = MakeGrid(1, 4, 1, 1.0f);
+  const Vector places[] = {{-0.5, 0, -0.5}, {0.5, 0, -0.5}, {-0.5, 0, 0.5}, {0.5, 0, 0.5}};
+  for (const Case& c : {Case{{2, 0, -1, 4}, 0.0, {0, 3}},  // no zero element
+                        Case{{2, 0, -1, 4}, 0.5, {3}},
+                        Case{{-2, -1, -4, -3}, 2.0, {}},  // the maximum is 0 at least
+                        Case{{-2, 3, 0, std::nanf("")}, -1.0, {0, 1, 2}}}) {
+    QXScalarGrid grid = MakeGrid(2, 1, 2, 1.0f);
     std::ranges::copy(c.values, grid.GetValues());
-    search.SetupGrid(grid, c.fraction);
-    Vector places;
-    for (double y : c.ys) places.insert(places.end(), {0, y, 0});
-    EXPECT_EQ(search.GetGridValues(), c.kept);
-    EXPECT_EQ(search.GetGridCoordinates(), places);
+    QXLassoAtoms search = Search(grid, c.fraction);
+    Vector values, coordinates;
+    for (const size_t i : c.kept) {
+      values.push_back(c.values[i]);
+      coordinates.insert(coordinates.end(), places[i].begin(), places[i].end());
+    }
+    EXPECT_EQ(search.GetGridValues(), values);
+    EXPECT_EQ(search.GetGridCoordinates(), coordinates);
+    EXPECT_EQ(search.SampleAtoms(0.1, 0.5).size(), c.kept.empty() ? 0u : 3u) << "one, the highest";
   }
-  QXScalarGrid square = MakeGrid(2, 1, 2, 1.0f);  // x fastest
-  Fill(square, [](const Vector3d&) { return 1.0; });
-  search.SetupGrid(square, 0.0);
-  EXPECT_EQ(search.GetGridCoordinates(),
-            (Vector{-0.5, 0, -0.5, 0.5, 0, -0.5, -0.5, 0, 0.5, 0.5, 0, 0.5}));
 }
 
 TEST(LassoAtoms, LookForHigherValuesTowardsLargerCoordinatesOnly) {
-  // On a ramp along one axis the highest draw is that of the largest step along it.
-  for (int axis = 0; axis < 3; ++axis) {
-    QXCore::QXRandom random(false);
-    double steps[3], largest[3] = {-1, -1, -1};
-    for (int draw = 0; draw < 100; ++draw) {
-      for (double& step : steps) step = 0.5 * random.NextFloat();
-      if (steps[axis] > largest[axis]) std::copy_n(steps, 3, largest);
-    }
-    QXScalarGrid ramp = MakeGrid(8, 8, 8, 0.5f);
-    Fill(ramp, [&](const Vector3d& p) { return 10 + p[axis]; });
-    QXLassoAtoms up = Search(ramp, 0.0);
-    Fill(ramp, [&](const Vector3d& p) { return 10 - p[axis]; });
-    QXLassoAtoms down = Search(ramp, 0.0);
-    const Vector places = up.GetGridCoordinates();
-    for (const unsigned int i : {0u, 1u + 8 * (2 + 8 * 3), 1u + 8 * (2 + 8 * 3)}) {
-      const Vector3d start = Vector3d::Map(&places[3 * i]);
-      // The same draws each time. Float coordinates and values round at 1e-7 and 1e-6.
-      const auto [value, place] = up.SampleGridLocalMaximum(i);
-      EXPECT_NEAR(value, 10 + start[axis] + largest[axis], 2e-6);
-      EXPECT_TRUE(AllNear(
-          place, {start[0] + largest[0], start[1] + largest[1], start[2] + largest[2]}, 0.0));
-      EXPECT_EQ(down.SampleGridLocalMaximum(i),
-                std::pair(10 - start[axis], Vector(start.begin(), start.end())));
-    }
+  const auto next = [](QXCore::QXRandom& random, double spacing) {
+    Vector3d step;
+    for (double& s : step) s = spacing * random.NextFloat();
+    return step;
+  };
+  const Vector3d slope(1, 0.5, 0.25);
+  QXCore::QXRandom draws(false), again(false);
+  Vector3d highest(0, 0, 0);
+  for (int draw = 0; draw < 100; ++draw)
+    if (const Vector3d step = next(draws, 0.5); slope.dot(step) > slope.dot(highest))
+      highest = step;
+  QXScalarGrid ramp = MakeGrid(8, 8, 8, 0.5f);
+  Fill(ramp, [&](const Vector3d& p) { return 10 + slope.dot(p); });
+  QXLassoAtoms up = Search(ramp, 0.0);
+  Fill(ramp, [&](const Vector3d& p) { return 10 - slope.dot(p); });
+  QXLassoAtoms down = Search(ramp, 0.0);
+  const Vector places = up.GetGridCoordinates();
+  for (const unsigned int i : {0u, 1u + 8 * (2 + 8 * 3), 1u + 8 * (2 + 8 * 3)}) {
+    const Vector3d start = Vector3d::Map(&places[3 * i]), end = start + highest;
+    // The same draws each time. Float coordinates and values round at 1e-7 and 1e-6.
+    const auto [value, place] = up.SampleGridLocalMaximum(i);
+    EXPECT_NEAR(value, 10 + slope.dot(end), 2e-6);
+    EXPECT_EQ(place, Vector(end.begin(), end.end()));
+    EXPECT_EQ(down.SampleGridLocalMaximum(i),
+              std::pair(10 - slope.dot(start), Vector(start.begin(), start.end())));
   }
   // Between the outermost elements and the box the grid is 0, beyond it nothing.
   QXScalarGrid row = MakeGrid(2, 1, 1, 1.0f);
   row.GetValues()[0] = 5;
   row.GetValues()[1] = -1;
-  const auto [value, place] = Search(row, -1.0).SampleGridLocalMaximum(1);
-  EXPECT_EQ(value, 0.0);
-  for (const double x : place) EXPECT_TRUE(0 < x && x < 1.0) << x;
-  EXPECT_LT(place[0] - 0.5, 0.5);
-  EXPECT_LT(std::max(place[1], place[2]), 0.5);
+  Vector3d inside;
+  do inside = next(again, 1.0);
+  while (inside.maxCoeff() >= 0.5);
+  EXPECT_EQ(Search(row, -1.0).SampleGridLocalMaximum(1),
+            std::pair(0.0, Vector{0.5 + inside[0], inside[1], inside[2]}));
 }
 
 // Thinning by the rule as it reads: from the last of the sorted pairs down.

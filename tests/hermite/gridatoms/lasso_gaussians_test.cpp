@@ -13,14 +13,6 @@ using Eigen::VectorXd;
 
 constexpr double kWidth = 2.34422871067;
 
-Vector RandomPoints(size_t count, double reach, unsigned int seed) {
-  std::mt19937 random(seed);
-  std::uniform_real_distribution<double> uniform(-reach, reach);
-  Vector points(3 * count);
-  for (double& x : points) x = uniform(random);
-  return points;
-}
-
 // The elements of a grid in a ball with holes: rows of all lengths, some with gaps.
 Vector Samples() {
   QXScalarGrid grid = MakeGrid(13, 12, 11, 0.4f, {0.1f, 0, 0});

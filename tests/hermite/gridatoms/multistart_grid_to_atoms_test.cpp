@@ -34,8 +34,7 @@ std::vector<Vector> Ends(const QXScalarGrid& grid, unsigned int degree, unsigned
 }
 
 TEST(MultistartGridToAtoms, FindsTheAtomsOfAGridAtTheSamePlacesEachTime) {
-  QXTrans trans;
-  trans.Append(QXMolKit::QXTranslation(kPlaces[1].data()));
+  const QXTrans trans = Shift(kPlaces[1]);
   // Starts lie up to 4 angstrom out, where the basis still holds 98 % of an atom: a Poisson
   // distribution of mean (lambda 4)^2/2 up to degree 20.
   std::vector<Vector> ends = Ends(ThreeAtoms(), 20, 10, trans);

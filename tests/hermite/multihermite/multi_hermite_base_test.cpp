@@ -2,17 +2,11 @@
 
 #include <gmock/gmock.h>
 
-#include <random>
-
 #include "support/grids.h"
 #include "support/hermite.h"
 
 namespace QXHermiteMath {
 namespace {
-
-using UInts = std::vector<unsigned int>;
-
-constexpr double kFloatEpsilon = std::numeric_limits<float>::epsilon();
 
 /// Four sites of several degrees and widths; all functions of the first, none of the second, every
 /// third of the others.
@@ -43,14 +37,6 @@ std::pair<double, double> PlainValue(const QXMultiHermite& model, const double* 
     magnitude += std::fabs(term);
   }
   return {static_cast<double>(sum), static_cast<double>(magnitude)};
-}
-
-Vector RandomPoints(size_t count) {
-  std::mt19937 random(9);
-  std::normal_distribution<double> normal(0.0, 1.5);
-  Vector points(3 * count);
-  for (double& x : points) x = normal(random);
-  return points;
 }
 
 TEST(MultiHermiteBase, StoresWhatIsGivenSparsely) {
@@ -86,7 +72,7 @@ TEST(MultiHermiteBase, RefusesToReadAnInactiveIndex) {
 // Rounding: a few operations for each of the degrees of three functions, and one a term.
 TEST(MultiHermiteBase, EvaluatesTheSumOfItsFunctions) {
   QXMultiHermite model = Model();
-  const Vector points = RandomPoints(70);
+  const Vector points = RandomPoints(70, 2.5, 9);
   Vector expected, bounds;
   for (size_t i = 0; i < points.size(); i += 3) {
     const auto [value, magnitude] = PlainValue(model, &points[i]);
@@ -141,7 +127,7 @@ TEST(MultiHermiteBase, RoundsTheGridAfterEachSite) {
 
 TEST(MultiHermiteBase, MovesTheDensity) {
   QXMultiHermite model = Model(), moved = model;
-  const Vector points = RandomPoints(20), before = model.Evaluate(points);
+  const Vector points = RandomPoints(20, 2.5, 9), before = model.Evaluate(points);
   const Matrix R = EulerMatrix({0.3, -0.7, 1.9});
   EXPECT_TRUE(moved.Rotate(Vector(R.data(), R.data() + 9)));
   EXPECT_TRUE(moved.Translate({1, -2, 3}));

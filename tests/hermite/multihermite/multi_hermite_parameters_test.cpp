@@ -5,8 +5,6 @@
 namespace QXHermiteMath {
 namespace {
 
-using UInts = std::vector<unsigned int>;
-
 TEST(MultiHermiteParameters, LaysTheSitesOutOneAfterTheOther) {
   const Vector two = {0, 0, 0, 1, 2, 3};
   const struct {

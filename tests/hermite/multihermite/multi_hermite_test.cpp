@@ -7,16 +7,6 @@
 namespace QXHermiteMath {
 namespace {
 
-using UInts = std::vector<unsigned int>;
-
-Vector RandomPoints(size_t count, unsigned int seed) {
-  std::mt19937 random(seed);
-  std::uniform_real_distribution<double> uniform(-2.5, 2.5);
-  Vector points(3 * count);
-  for (double& x : points) x = uniform(random);
-  return points;
-}
-
 TEST(BuildHermites, LeavesTheFunctionOfDegreeOneWhenItIsTheLast) {
   for (unsigned int n : {0u, 1u}) {
     Vector out(2, 5.0);
@@ -26,8 +16,9 @@ TEST(BuildHermites, LeavesTheFunctionOfDegreeOneWhenItIsTheLast) {
 }
 
 TEST(DesignMatrix, HasEveryFunctionAtEveryPoint) {
-  const QXMultiHermiteParameters params(UInts{2, 0, 4}, Vector{0.9, 0.7, 1.1}, RandomPoints(3, 1));
-  const Vector points = RandomPoints(150, 2);
+  const QXMultiHermiteParameters params(UInts{2, 0, 4}, Vector{0.9, 0.7, 1.1},
+                                        RandomPoints(3, 2.5, 1));
+  const Vector points = RandomPoints(150, 2.5, 2);
   const Eigen::MatrixXd X = QXMultiHermite(params).BuildDesignMatrix(points);
   ASSERT_EQ(X.rows(), 150);
   ASSERT_EQ(X.cols(), 10 + 1 + 35);
@@ -43,7 +34,7 @@ TEST(DesignMatrix, HasEveryFunctionAtEveryPoint) {
 
 // Columns of degree 1 in a basis of that degree are zeros, 0/0 when normalised, and never chosen.
 TEST(DesignMatrix, HasNoFunctionsOfDegreeOneInABasisOfThatDegree) {
-  const Vector points = RandomPoints(40, 3);
+  const Vector points = RandomPoints(40, 2.5, 3);
   Vector values;
   for (size_t i = 0; i < points.size(); i += 3) values.push_back(points[i]);
   QXMultiHermite model(QXMultiHermiteParameters(1, 1.0, {0, 0, 0, 0.5, 0, 0}));

@@ -6,30 +6,21 @@
 namespace QXHermiteMath {
 namespace {
 
-QXMol OneAtom(double x, const char* title = "") {
-  QXMol mol;
-  mol.NewAtom(6);
-  const double coords[] = {x, 0, 0};
-  mol.SetCoords(coords);
-  mol.SetTitle(title);
-  return mol;
-}
-
 TEST(PostProcess, ReturnsTheBestPosesFirstMovedByTheTransform) {
   using Poses = std::vector<std::pair<double, QXMol>>;
-  const Poses poses = {{0.2, OneAtom(2)},
-                       {std::nan(""), OneAtom(1)},  // without a score: last
-                       {0.9, OneAtom(9, "best")},
-                       {0.1, OneAtom(0)},
-                       {0.5, OneAtom(5)}};
+  const auto atom = [](double x) { return Carbons({x, 0, 0}); };
+  Poses poses = {{0.2, atom(2)},
+                 {std::nan(""), atom(1)},  // without a score: last
+                 {0.9, atom(9)},
+                 {0.1, atom(0)},
+                 {0.5, atom(5)}};
+  poses[2].second.SetTitle("best");
   for (const auto& [score, pose] : poses) pose.GetActive()->SetData("tag", Vector{Coords(pose)[0]});
-  const double shift[] = {100, 0, 0};
-  QXTrans trans;
-  trans.Append(QXMolKit::QXTranslation(shift));
+  const QXTrans trans = Shift({100, 0, 0});
   for (const auto& [nPoses, expected] :
        {std::pair(2u, Vector{109, 105}), {1u, {109}}, {7u, {109, 105, 102, 100, 101}}, {0u, {}}}) {
     Poses list = poses;
-    QXMol result = OneAtom(77);
+    QXMol result = atom(77);
     EXPECT_EQ(PostProcessOverlayData(list, nPoses, trans, result), 0.9);
     EXPECT_EQ(list[1].first, 0.1) << "sorted in place";
     const auto conformers = Conformers(result);
@@ -42,7 +33,7 @@ TEST(PostProcess, ReturnsTheBestPosesFirstMovedByTheTransform) {
     EXPECT_STREQ(result.GetTitle(), nPoses == 0 ? "" : "best");
   }
   Poses none;
-  QXMol result = OneAtom(77);
+  QXMol result = atom(77);
   EXPECT_EQ(PostProcessOverlayData(none, 3, trans, result), 0.0);
   EXPECT_EQ(result.NumAtoms(), 0u);
 }

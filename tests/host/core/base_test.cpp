@@ -70,21 +70,4 @@ TEST(Base, AnotherTypeIsRefusedWithAWarning) {
               testing::Each(testing::Pair(QXErrorLevel::Warning, testing::HasSubstr("\"grid\""))));
 }
 
-TEST(Base, CopiesAreDeepAndSelfAssignmentKeeps) {
-  QXBase source;
-  source.SetData("grid", Vector{1});
-  QXBase copy = source, assigned;
-  assigned.SetData("potential", Vector{9});
-  assigned = source;
-  source.SetData("grid", Vector{2});
-  EXPECT_EQ(copy.GetData<Vector>("grid"), Vector{1});
-  EXPECT_EQ(assigned.GetData<Vector>("grid"), Vector{1});
-  EXPECT_FALSE(assigned.HasData("potential"));
-  const QXBase& self = copy;
-  copy = self;
-  EXPECT_EQ(copy.GetData<Vector>("grid"), Vector{1});
-  assigned = QXBase();
-  EXPECT_FALSE(assigned.HasData("grid"));
-}
-
 }  // namespace

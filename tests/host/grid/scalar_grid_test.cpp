@@ -61,9 +61,8 @@ TEST(ScalarGrid, InterpolationIsTrilinearAndOutsideOnTheUpperFace) {
               static_cast<float>(f(p)));
   }
   constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
-  for (const float x : {1.5f, 0.49f, 1e30f, kNan}) {
+  for (const float x : {1.5f, 0.49f, 1e30f, kNan})
     EXPECT_EQ(QXLinearInterpolate<float>(grid, x, 0.0f, 0.0f, -99.0f), -99.0f) << x;
-  }
 }
 
 TEST(ScalarGrid, WrongValuesAreRefusedWithAWarning) {

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 #include <vector>
 
 #include "tests/host/minimizer/problems.h"
@@ -38,57 +37,34 @@ TYPED_TEST(NewtonProblem, FindsTheMinimumAndNeverClimbs) {
   EXPECT_LE(value, 1e-12);
 }
 
-/// A separable objective of two variables that is barred, or lacks derivatives, where asked.
-class Separable : public QXFunc2 {
- public:
-  using Part = void (*)(double x, double* valueSlopeCurvature);
-  Separable(Part part, double wall) : part_(part), wall_(wall) {}
-  using QXFunc2::operator();
-  unsigned int NumVar() const override { return 2; }
-  const double* GetFComponents(const double*) override { return nullptr; }
-  double operator()(const double* x) override {
-    double a[3], b[3];
-    part_(x[0], a);
-    part_(x[1], b);
-    return x[0] < wall_ ? std::nan("") : a[0] + b[0];
+struct Parabola {
+  static constexpr int kVariables = 2;
+  template <typename T>
+  static T Value(const T* x) {
+    return Square(T(x[0] - 3.0)) + Square(T(x[1] - 3.0));
   }
-  double operator()(const double*, double*) override { return std::nan(""); }
-  bool operator()(const double* x, double* hessian, double* gradient) override {
-    double a[3], b[3];
-    part_(x[0], a);
-    part_(x[1], b);
-    gradient[0] = a[1];
-    gradient[1] = b[1];
-    hessian[0] = a[2];
-    hessian[1] = 0;
-    hessian[2] = b[2];
-    return hasDerivatives;
-  }
-  bool hasDerivatives = true;
-
- private:
-  Part part_;
-  double wall_;
 };
 
-void Parabola(double x, double* f) {
-  f[0] = (x - 3) * (x - 3);
-  f[1] = 2 * (x - 3);
-  f[2] = 2;
-}
-void Cosine(double x, double* f) {
-  f[0] = std::cos(x);
-  f[1] = -std::sin(x);
-  f[2] = -std::cos(x);
-}
-void Distance(double x, double* f) {  // a full Newton step from beyond 1 goes farther out
-  f[0] = std::sqrt(1 + x * x);
-  f[1] = x / f[0];
-  f[2] = 1 / (f[0] * f[0] * f[0]);
-}
+struct Cosines {
+  static constexpr int kVariables = 2;
+  template <typename T>
+  static T Value(const T* x) {
+    using std::cos;
+    return cos(x[0]) + cos(x[1]);
+  }
+};
+
+struct Distances {  // a full Newton step from beyond 1 goes farther out
+  static constexpr int kVariables = 2;
+  template <typename T>
+  static T Value(const T* x) {
+    using std::sqrt;
+    return sqrt(T(1.0 + Square(x[0]))) + sqrt(T(1.0 + Square(x[1])));
+  }
+};
 
 TEST(Newton, OneStepSolvesAParabolaAndAStationaryStartStays) {
-  Separable f(Parabola, -100);
+  Problem<Parabola> f;
   double x[] = {-5, 20};
   QXNewtonOpt newton;
   newton(f, nullptr, x, x);
@@ -103,13 +79,13 @@ TEST(Newton, OneStepSolvesAParabolaAndAStationaryStartStays) {
 }
 
 TEST(Newton, LeavesMaximaAndDoesNotOvershoot) {
-  Separable cosine(Cosine, -100);
+  Problem<Cosines> cosine;
   double x[] = {0.1, -0.3};  // close to the maximum at 0
   QXNewtonOpt newton;
   newton(cosine, nullptr, x, x);
   EXPECT_NEAR(cosine(x), -2, 1e-15);  // an error of 1e-8 in x, squared
 
-  Separable distance(Distance, -100);
+  Problem<Distances> distance;
   double y[] = {5, -40};
   newton(distance, nullptr, y, y);
   EXPECT_NEAR(y[0], 0, 1e-7);
@@ -118,10 +94,14 @@ TEST(Newton, LeavesMaximaAndDoesNotOvershoot) {
 
 // A value in single precision is a staircase: it may refuse the last step but not go on for ever.
 TEST(Newton, ToleranceIsTheLastStepAlsoOnAValueOfLowPrecision) {
-  Separable smooth(Cosine, -100);
-  Separable stairs([](double x, double* v) { Cosine(x, v), v[0] = static_cast<float>(v[0]); },
-                   -100);
-  for (Separable* f : {&smooth, &stairs}) {
+  struct Stairs : Problem<Cosines> {
+    using Problem::operator();
+    double operator()(const double* x) override {
+      return static_cast<float>(Problem::operator()(x));
+    }
+  } stairs;
+  Problem<Cosines> smooth;
+  for (Problem<Cosines>* f : {&smooth, static_cast<Problem<Cosines>*>(&stairs)}) {
     QXNewtonOpt newton;
     newton.SetTolerance(0.01);
     double x[] = {2.5, 3.7};
@@ -134,7 +114,16 @@ TEST(Newton, ToleranceIsTheLastStepAlsoOnAValueOfLowPrecision) {
 }
 
 TEST(Newton, PointsThatAreNotFiniteAreNeverResults) {
-  Separable f(Parabola, 3.5);  // the minimum lies beyond the wall
+  struct Wall : Problem<Parabola> {  // the minimum lies beyond it
+    using Problem::operator();
+    double operator()(const double* x) override {
+      return x[0] < 3.5 ? std::nan("") : Problem::operator()(x);
+    }
+    bool operator()(const double* x, double* hessian, double* gradient) override {
+      return hasDerivatives && Problem::operator()(x, hessian, gradient);
+    }
+    bool hasDerivatives = true;
+  } f;
   double x[] = {5, 0};
   QXNewtonOpt newton;
   newton(f, nullptr, x, x);

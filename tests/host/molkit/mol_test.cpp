@@ -2,9 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
-#include <random>
-
 #include "molkit_testing.h"
 
 namespace QXMolKit {
@@ -154,29 +151,6 @@ TEST(SuppressHydrogens, LeavesTheHeavyAtomsOfAllConformers) {
   EXPECT_EQ(hydrogen.NumAtoms(), 0u);
 }
 
-TEST(SDText, BehavesAsAListOfPairs) {
-  std::mt19937 random(7);
-  QXSDText text;
-  std::vector<std::pair<std::string, std::string>> model;
-  for (int step = 0; step < 3000; ++step) {
-    const std::string tag(1, static_cast<char>('a' + random() % 12));
-    const auto place = std::ranges::find(model, tag, &std::pair<std::string, std::string>::first);
-    const std::string value(random() % 5, static_cast<char>('A' + random() % 26));
-    if (random() % 3 == 0) {
-      EXPECT_EQ(text.Delete(tag), place != model.end());
-      if (place != model.end()) model.erase(place);
-    } else {
-      text.Set(tag, value);
-      (place != model.end() ? *place : model.emplace_back(tag, "")).second = value;
-    }
-    ASSERT_EQ(text.Size(), model.size());
-    for (size_t i = 0; i < model.size(); ++i) {
-      ASSERT_EQ(text.Tag(i), model[i].first);
-      ASSERT_EQ(text.Value(i), model[i].second);
-    }
-  }
-}
-
 TEST(SDText, OfMoleculeAndConformersShowsThrough) {
   QXMol mol = MakeMolecule();
   QXConfBase& first = *Conformers(mol)[0];
@@ -201,6 +175,8 @@ TEST(SDText, OfMoleculeAndConformersShowsThrough) {
   EXPECT_TRUE(QXDeleteSDData(mol, "Score"));
   EXPECT_FALSE(QXDeleteSDData(mol, "Score"));
   EXPECT_FALSE(QXHasSDData(second, "Score"));
+  QXSetSDData(second, "New", "3");  // behind what was shortened and deleted
+  EXPECT_THAT(QXGetSDTags(second), ElementsAre("Set", "Own", "New"));
 }
 
 }  // namespace

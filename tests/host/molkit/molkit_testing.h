@@ -75,9 +75,8 @@ inline QXMol MakeMolecule() {
   mol.SetTitle("ethanol");
   for (const unsigned int element : {1u, 6u, 1u, 8u, 6u, 1u, 1u, 1u, 1u}) mol.NewAtom(element);
   for (const auto& [begin, end] :
-       {std::pair{1u, 0u}, {1u, 2u}, {1u, 3u}, {1u, 4u}, {4u, 5u}, {4u, 6u}, {4u, 7u}, {3u, 8u}}) {
+       {std::pair{1u, 0u}, {1u, 2u}, {1u, 3u}, {1u, 4u}, {4u, 5u}, {4u, 6u}, {4u, 7u}, {3u, 8u}})
     mol.NewBond(begin, end, QXBondOrder::Single);
-  }
   std::vector<double> coords(27);
   for (size_t i = 0; i < coords.size(); ++i) coords[i] = 0.125 * static_cast<double>(i);
   mol.SetCoords(coords.data());

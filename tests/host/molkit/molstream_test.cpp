@@ -61,16 +61,12 @@ TEST(Reading, GivesTheWellFormedRecordsOfHostileFiles) {
       {"v3000.sdf", {"toluene", "glycine", "ethanol"}},
       {"zero_atoms.sdf", {"ethanol", "nothing", "glycine"}},
   };
-  const std::map<std::string, unsigned int> numAtoms = {{"ethanol", 9},  {"toluene", 15},
-                                                        {"glycine", 10}, {"acetonitrile", 6},
-                                                        {"nothing", 0},  {"argon", 1}};
   for (const auto& [file, titles] : wellFormed) {
     const QXTest::Messages messages;
     const std::vector<QXMol> all = ReadAll(TestFile("hostile/" + file));
     EXPECT_EQ(Titles(all), titles) << file;
     for (const QXMol& mol : all) {
-      const auto known = numAtoms.find(mol.GetTitle());
-      EXPECT_TRUE(known == numAtoms.end() || mol.NumAtoms() == known->second) << file;
+      EXPECT_EQ(mol.NumAtoms() == 0, mol.GetTitle() == std::string("nothing")) << file;
       for (const double value : Coords(mol)) EXPECT_LT(std::fabs(value), 100) << file;
     }
   }
@@ -282,18 +278,12 @@ TEST(Writing, MakesTextSafe) {
 
 TEST(Writing, FitsWhatTheColumnsDoNotHold) {
   const TemporaryFolder folder;
-  QXMol large, far;
   std::vector<double> coords;
-  for (unsigned int i = 0; i < 1200; ++i) {
-    large.NewAtom(6);
-    if (i > 0) large.NewBond(i - 1, i, QXBondOrder::Single);
-    coords.insert(coords.end(), {0.5 * i, 1, 0.25});
-  }
-  large.SetCoords(coords.data());
-  far.NewAtom(6);
+  for (int i = 0; i < 1200; ++i) coords.insert(coords.end(), {0.5 * i, 1, 0.25});
   const std::vector<double> place = {-12345.5, 250000, 1};
-  far.SetCoords(place.data());
-  WriteAll(folder / "large.sdf", {large, far});
+  QXMol large = QXTest::Carbons(coords);
+  for (unsigned int i = 1; i < 1200; ++i) large.NewBond(i - 1, i, QXBondOrder::Single);
+  WriteAll(folder / "large.sdf", {large, QXTest::Carbons(place)});
   const std::vector<QXMol> all = ReadAll(folder / "large.sdf");
   ASSERT_EQ(all.size(), 2u);
   EXPECT_EQ(Coords(all[0]), coords);
@@ -386,19 +376,10 @@ TEST(Reading, SurvivesRandomDamage) {
       std::string bytes = ReadFile(base);
       for (auto k = 1 + random() % 6; k > 0; --k) {
         const size_t at = random() % bytes.size();
-        switch (random() % 4) {
-          case 0:
-            bytes[at] = static_cast<char>(random() % 256);
-            break;
-          case 1:
-            bytes.erase(at, random() % 40);
-            break;
-          case 2:
-            bytes.insert(at, bytes.substr(random() % bytes.size(), random() % 40));
-            break;
-          default:
-            bytes.insert(at, std::to_string(random()));
-        }
+        if (random() % 3 > 0)
+          bytes.replace(at, random() % 40, bytes.substr(random() % bytes.size(), random() % 40));
+        else
+          bytes[at] = static_cast<char>(random() % 256);
       }
       const std::string name =
           folder / ("damaged" + std::filesystem::path(base).extension().string());

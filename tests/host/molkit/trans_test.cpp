@@ -75,10 +75,7 @@ TEST(Trans, RotateAndTranslateMoveAllConformers) {
     }
   }
   // Narrowed once: 1e8 + 1 is no float, so that a sum in single precision would give 0.
-  QXMol far;
-  far.NewAtom(6);
-  const double place[3] = {1e8, 1, 1e8};
-  far.SetCoords(place);
+  QXMol far = QXTest::Carbons({1e8, 1, 1e8});
   const double shear[9] = {1, 1, -1, 0, 1, 0, 0, 0, 1};
   QXRotate(far, shear);
   EXPECT_EQ(Coords(far), Vector({1, 1, 1e8}));
