@@ -27,12 +27,12 @@ namespace QXNumerics {
 /// - Columns that are not finite, or whose product with y is not, never enter, with one warning
 ///   that counts them.
 /// - Lengths of columns should be from 1e-150 to 1e150, and their products with y from 1e-290 to
-///   1e290 or 0. Columns that are much longer or shorter than that, zero ones among them, never
-///   enter, without a word; of smaller products rounding takes a larger part.
+///   1e290 or 0. Shorter columns, those of zeros among them, never enter; with longer ones, or
+///   products beyond, the path may end early or be empty.
 /// - Ties have an order: for t stands t (1 + 1e-13 sqrt(j + 1)) with column j.
 /// - A column within 3e-7 of its length of the span of the active ones does not enter as long as
-///   it is: of equal columns the first one does. At most as many columns as rows are active at
-///   once.
+///   it is: of equal columns the first one does, but for rounding. At most as many columns as rows
+///   are active at once.
 /// - The path ends where t falls to the rounding of correlations: 1e-13 of the length of y times
 ///   that of the longest column that has entered.
 /// - Takes the time of few products X^T V, with one vector for each one or two of the n columns
