@@ -19,9 +19,10 @@ void EndNow(int number) {
   for (const auto& file : temporaryFiles) {
     if (const char* path = file.load()) ::unlink(path);
   }
-  constexpr std::string_view kText = "interrupted: nothing was written\n";
-  if (Console::IsTerminal() && ::write(STDERR_FILENO, "\n", 1) < 0) return;
-  if (::write(STDERR_FILENO, kText.data(), kText.size()) < 0) ::_exit(1);
+  // Below the line of a Stage, where there is one.
+  constexpr std::string_view kText = "\ninterrupted: nothing was written\n";
+  const size_t first = Console::IsTerminal() ? 0 : 1;
+  if (::write(STDERR_FILENO, kText.data() + first, kText.size() - first) < 0) ::_exit(1);
   ::raise(number);  // SA_RESETHAND brought the default action back
 }
 
