@@ -47,19 +47,24 @@ QXMol StartingPoint(const QXScalarGrid& grid, const AtomSearch& search) {
   return atoms;
 }
 
-/// Random starts are drawn until one falls on a value of 0.0001, whatever the unit of the grid:
-/// this makes it the threshold. The places of the atoms do not depend on the scale.
-QXScalarGrid AtScaleOfStarts(QXScalarGrid grid, double threshold) {
-  constexpr double kLeastValue = 0.0001;
+/// The grid in units in which its largest value is `wanted`.
+QXScalarGrid WithLargest(QXScalarGrid grid, double wanted) {
   float* const values = grid.GetValues();
-  const double largest = *std::max_element(values, values + grid.GetSize());
-  const double scale = kLeastValue / (threshold * largest);
+  const double scale = wanted / *std::max_element(values, values + grid.GetSize());
   std::transform(values, values + grid.GetSize(), values,
                  [scale](float value) { return static_cast<float>(value * scale); });
-  // Rounding must not leave the search without a place to start from.
-  float& top = *std::max_element(values, values + grid.GetSize());
-  top = std::max(top, std::nextafter(static_cast<float>(kLeastValue), 1.0f));
   return grid;
+}
+
+/// Random starts are drawn until one falls on a value of 0.0001, whatever the unit of the grid:
+/// this makes it the threshold. The places of the atoms do not depend on the scale.
+QXScalarGrid AtScaleOfStarts(const QXScalarGrid& grid, double threshold) {
+  constexpr double kLeastValue = 0.0001;
+  QXScalarGrid scaled = WithLargest(grid, kLeastValue / threshold);
+  // Rounding must not leave the search without a place to start from.
+  float& top = *std::max_element(scaled.GetValues(), scaled.GetValues() + scaled.GetSize());
+  top = std::max(top, std::nextafter(static_cast<float>(kLeastValue), 1.0f));
+  return scaled;
 }
 
 QXMol Refine(const QXScalarGrid& grid, const AtomSearch& search, const QXHermiteOptions& options) {
@@ -110,20 +115,12 @@ FoundAtoms FindByExpansion(const QXScalarGrid& grid, const AtomSearch& search,
   return found;
 }
 
-/// Values that products of single precision hold, whatever the unit of the grid.
-QXScalarGrid WithLargest(QXScalarGrid grid, float wanted) {
-  float* const values = grid.GetValues();
-  const double scale = wanted / *std::max_element(values, values + grid.GetSize());
-  std::transform(values, values + grid.GetSize(), values,
-                 [scale](float value) { return static_cast<float>(value * scale); });
-  return grid;
-}
-
 FoundAtoms FindByLasso(const QXScalarGrid& grid, const AtomSearch& search) {
   constexpr unsigned int kCosine = 0, kTanimoto = 1;
+  // The scale matters to the Tanimoto only, and single precision holds the products of few.
   const bool cosine = search.metric == "cosine";
   FoundAtoms found;
-  found.score = QXHermiteMath::QXGridToMol(cosine ? WithLargest(grid, 1.0f) : grid, found.mol,
+  found.score = QXHermiteMath::QXGridToMol(cosine ? WithLargest(grid, 1.0) : grid, found.mol,
                                            search.radius, search.minDistance, search.valueFraction,
                                            search.maxAtoms, cosine ? kCosine : kTanimoto);
   found.cosine = CosineOnGrid(found.mol, search.radius, grid);

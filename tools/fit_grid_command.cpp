@@ -262,11 +262,15 @@ ExitStatus FitGridCommand::Run() {
 
   QXMultiHermite& expansion = fitted->expansion;
   const QXScalarGrid& samples = fitted->samples;
-  QXScalarGrid onSamples = samples, onGrid = *grid;
+  QXScalarGrid onGrid = *grid, onSamples = samples;
   {
     const Stage stage(console, arguments_.source.file, "evaluating the model");
-    expansion.EvaluateOnGrid(onSamples);
     expansion.EvaluateOnGrid(onGrid);
+    if (samples.GetSpacing() == grid->GetSpacing()) {  // they are the grid
+      onSamples = onGrid;
+    } else {
+      expansion.EvaluateOnGrid(onSamples);
+    }
   }
   const double ofSamples =
       RelativeRms(onSamples, samples, [](double value) { return value > 0.0; });

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
@@ -27,7 +28,6 @@ namespace {
 
 using QXCore::QXScalarGrid;
 using QXHermiteMath::kGridMargin;
-using QXHermiteMath::kLargestGridDim;
 
 constexpr const char* kExamples = R"(Examples:
   qxhermite grid ligand.sdf --out ligand.ccp4 --npolymax 10
@@ -42,49 +42,33 @@ struct Source {
   std::string title;
   std::array<double, 3> centre{};
   double width = 0.0;           ///< of the cube about the centre that holds it
-  unsigned int largestDim = 0;  ///< of the cubes that `create` makes
+  unsigned int largestDim = 0;  ///< of a cube of it
   std::optional<QXMolKit::QXMol> mol;
-  /// Makes a cube of a spacing and a width about the mid point of a grid, and fills it.
-  std::function<void(QXScalarGrid& grid, double spacing, double width)> create;
   /// Fills a grid of given geometry.
   std::function<void(QXScalarGrid& grid)> fill;
 };
 
-/// Expansions stand at the origin: the grid goes there and back. Elements move, values stay.
-template <typename Fill>
-void AtOrigin(const std::array<double, 3>& centre, QXScalarGrid& grid, Fill fill) {
-  const float mid[] = {grid.GetXMid(), grid.GetYMid(), grid.GetZMid()};
-  MoveToOrigin({.centre = centre}, grid);
-  fill();
-  grid.SetMid(mid[0], mid[1], mid[2]);
-}
-
-Source FromDensity(Density density) {
-  Source source{density.title, density.centre, density.width, kLargestGridDim, density.mol, {}, {}};
-  source.create = [density](QXScalarGrid& grid, double spacing, double width) {
-    AtOrigin(density.centre, grid, [&] { density.expansion.CreateGrid(grid, spacing, width); });
-  };
-  source.fill = [density](QXScalarGrid& grid) {
+Source FromDensity(const Density& density) {
+  // The expansion stands at the origin: the grid goes there and back. Elements move, values stay.
+  const auto fill = [density](QXScalarGrid& grid) {
     const QXHermiteMath::QXHermiteOptions& options = density.expansion.GetOptions();
     const double lambdas[] = {options.GetLambdaX(), options.GetLambdaY(), options.GetLambdaZ()};
-    AtOrigin(density.centre, grid, [&] {
-      QXHermiteMath::EvaluateOnGrid(options.GetNPolyMax(),
-                                    density.expansion.GetCoefficients().data(), lambdas, grid,
-                                    QXCore::QXGetSimdLevel());
-    });
+    const float mid[] = {grid.GetXMid(), grid.GetYMid(), grid.GetZMid()};
+    MoveToOrigin({.centre = density.centre}, grid);
+    QXHermiteMath::EvaluateOnGrid(options.GetNPolyMax(), density.expansion.GetCoefficients().data(),
+                                  lambdas, grid, QXCore::QXGetSimdLevel());
+    grid.SetMid(mid[0], mid[1], mid[2]);
   };
-  return source;
+  return {density.title, density.centre, density.width, QXHermiteMath::kLargestGridDim, density.mol,
+          fill};
 }
 
-Source FromModel(Model model) {
+Source FromModel(const Model& model) {
   const SiteCube cube = CubeOfSites(model.expansion.GetParams());
-  Source source{model.title, cube.centre, cube.width, QXHermiteMath::kLargestMultiGridDim,
-                {},          {},          {}};
-  source.create = [model](QXScalarGrid& grid, double spacing, double width) mutable {
-    model.expansion.CreateGrid(grid, spacing, width);
+  const auto fill = [expansion = model.expansion](QXScalarGrid& grid) mutable {
+    expansion.EvaluateOnGrid(grid);
   };
-  source.fill = [model](QXScalarGrid& grid) mutable { model.expansion.EvaluateOnGrid(grid); };
-  return source;
+  return {model.title, cube.centre, cube.width, QXHermiteMath::kLargestMultiGridDim, {}, fill};
 }
 
 class GridCommand : public Command {
@@ -111,8 +95,9 @@ class GridCommand : public Command {
 
  private:
   std::optional<Source> Load(Console& console) const;
-  /// The grid with the elements that are asked for. Nothing when that cannot be had.
+  /// The grid with the elements that are asked for, filled. Nothing when that cannot be had.
   std::optional<QXScalarGrid> MakeGrid(const Source& source, Console& console) const;
+  /// A cube of zeros that holds the source. Nothing, and a message, when it would be too large.
   std::optional<QXScalarGrid> MakeCube(const Source& source, Console& console) const;
 
   DensityArguments density_;
@@ -149,10 +134,13 @@ std::optional<QXScalarGrid> GridCommand::MakeCube(const Source& source, Console&
         density_.file, spacing_, source.largestDim, std::ceil(least * 1e4) / 1e4));
     return std::nullopt;
   }
+  const unsigned int dim =
+      std::min(QXHermiteMath::EvaluationGridDim(width, spacing_), source.largestDim);
   QXScalarGrid grid;
+  grid.SetDim(dim, dim, dim);
+  grid.SetSpacing(static_cast<float>(spacing_));
   grid.SetMid(static_cast<float>(source.centre[0]), static_cast<float>(source.centre[1]),
               static_cast<float>(source.centre[2]));
-  source.create(grid, spacing_, width);
   return grid;
 }
 
@@ -160,12 +148,11 @@ std::optional<QXScalarGrid> GridCommand::MakeGrid(const Source& source, Console&
   std::optional<QXScalarGrid> grid;
   if (like_.empty()) {
     grid = MakeCube(source, console);
+    if (!grid) return grid;
   } else if (!QXCore::QXReadGrid(like_, grid.emplace())) {
     return std::nullopt;
-  } else {
-    source.fill(*grid);
   }
-  if (!grid) return grid;
+  source.fill(*grid);
   if (QXCore::QXCountNonFinite(*grid) > 0) {
     console.Say(fmt::format("{}: its values are not finite: check the coefficients and the widths",
                             density_.file));

@@ -183,17 +183,11 @@ TEST_F(ModelCommands, DamagedModelsAreRefusedByTheNameOfTheField) {
       {R"({"actives": [0, 50], "coefficients": [1, 2]})", "field actives[1]: 50 is not below 50"},
       {R"({"actives": [7, 7], "coefficients": [1, 2]})", "field actives[1]: 7 does not rise"},
       {R"({"actives": [7]})", "field coefficients: "},
-      {R"({"actives": [7], "coefficients": [1e999]})", "model.json: "},
   };
   for (const auto& [patch, message] : cases) {
     Json damaged = model;
-    const std::string text(patch);
-    if (text.find("e999") == std::string::npos) damaged.merge_patch(Json::parse(text));
-    std::string written = damaged.dump();
-    if (text.find("e999") != std::string::npos) {
-      written.replace(written.find("\"coefficients\":[") + 16, 0, "1e999,");
-    }
-    WriteFile(Path("model.json"), written);
+    damaged.merge_patch(Json::parse(patch));
+    WriteFile(Path("model.json"), damaged.dump());
     EXPECT_EQ(Run({"grid", "model.json", "--out", "out.ccp4"}), 1) << patch;
     EXPECT_THAT(err_, HasSubstr(message)) << patch;
     EXPECT_THAT(Files(), testing::Not(testing::Contains("out.ccp4"))) << patch;
