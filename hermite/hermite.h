@@ -2,6 +2,11 @@
 
 // Every exported class and function of the library.
 
+#include "hermite/charge/charge_density.h"
+#include "hermite/charge/interaction.h"
+#include "hermite/charge/lasso_charge_density.h"
+#include "hermite/charge/pruned_lasso_charge_density.h"
+#include "hermite/charge/relaxed_lasso_charge_density.h"
 #include "hermite/expansion/gaussian_to_hermite.h"
 #include "hermite/expansion/grid_evaluation.h"
 #include "hermite/expansion/hermite.h"
@@ -28,5 +33,6 @@
 #include "hermite/overlay/hermite_shape_overlay.h"
 #include "hermite/overlay/overlap.h"
 #include "hermite/overlay/overlay_results.h"
+#include "hermite/overlay/shape_charge_overlay.h"
 #include "hermite/overlay/shape_overlay.h"
 #include "hermite/overlay/tanimoto.h"

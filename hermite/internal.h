@@ -3,6 +3,13 @@
 // The free functions that stand under the exported interface: for this project's own code and
 // tests. They may change between versions.
 
+#include "hermite/charge/charge_density.h"
+#include "hermite/charge/charge_terms.h"
+#include "hermite/charge/electrostatics_design.h"
+#include "hermite/charge/interaction.h"
+#include "hermite/charge/r_table.h"
+#include "hermite/charge/r_table_lanes.h"
+#include "hermite/charge/relaxed_lasso_charge_density.h"
 #include "hermite/expansion/gaussian_integrals.h"
 #include "hermite/expansion/grid_evaluation.h"
 #include "hermite/expansion/grid_projection.h"

@@ -64,9 +64,12 @@ TEST(Layering, NothingIncludesWhatStandsAboveIt) {
       {"^host/core/", "^\"host/(grid|minimizer|molkit|numerics)/"},
       {"^host/(minimizer|molkit|numerics)/", "^\"host/grid/"},
       {"^hermite/.*/", R"(^"hermite/[^/]*\.h"$)"},  // the umbrella headers are for callers
-      {"^hermite/foundations/", "^\"hermite/(expansion|frame|multihermite|overlay|gridatoms)/"},
-      {"^hermite/(expansion|frame)/", "^\"hermite/(multihermite|overlay|gridatoms)/"},
-      {"^hermite/(multihermite|overlay)/", "^\"hermite/gridatoms/"},
+      {"^hermite/foundations/",
+       "^\"hermite/(expansion|frame|multihermite|overlay|gridatoms|charge)/"},
+      {"^hermite/(expansion|frame)/", "^\"hermite/(multihermite|overlay|gridatoms|charge)/"},
+      {"^hermite/(multihermite|overlay)/", "^\"hermite/(gridatoms|charge)/"},
+      {"^hermite/gridatoms/", "^\"hermite/charge/"},
+      {"^hermite/charge/", "^\"hermite/(gridatoms|overlay)/"},
       {"^hermite/multihermite/", "^\"hermite/overlay/"},
       {"^hermite/overlay/", "^\"hermite/multihermite/"},
       // The expansion object finds its widths and its frame by what stands in frame/, which is

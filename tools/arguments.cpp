@@ -65,8 +65,9 @@ void AddCount(CLI::App& app, const std::string& name, unsigned int& value, unsig
 
 void AddNumber(CLI::App& app, const std::string& name, double& value, double above,
                const std::string& help, const std::string& zeroMeans) {
-  const std::string expected =
-      above == 0.0 ? "a positive number" : fmt::format("a number greater than {}", above);
+  const std::string expected = above == 0.0        ? "a positive number"
+                               : std::isinf(above) ? "a finite number"
+                                                   : fmt::format("a number greater than {}", above);
   app.add_option_function<std::string>(
          name,
          [&value, name, above, expected](const std::string& text) {
@@ -81,7 +82,7 @@ void AddNumber(CLI::App& app, const std::string& name, double& value, double abo
       ->default_str(value == 0.0 ? zeroMeans : fmt::format("{}", value));
 }
 
-void AddExpansionOptions(CLI::App& app, QXHermiteMath::QXHermiteOptions& options) {
+void AddParameters(CLI::App& app, QXCore::QXOptions& options, const std::string& group) {
   for (size_t place = 0; place < options.NumParameters(); ++place) {
     QXCore::QXParameter* parameter = options.GetParameter(place);
     const std::string name = "-" + parameter->GetOption();
@@ -94,7 +95,7 @@ void AddExpansionOptions(CLI::App& app, QXHermiteMath::QXHermiteOptions& options
            name,
            [parameter, name, expected](const std::string& text) {
              if (!parameter->SetFromText(text)) Refuse(name, text, expected);
-             // The numbers among the parameters are the widths.
+             // The numbers among the parameters are widths.
              const auto* width = dynamic_cast<QXCore::QXDoubleParameter*>(parameter);
              double value = 1.0;
              if (width != nullptr) width->GetValue(value, false);
@@ -103,8 +104,12 @@ void AddExpansionOptions(CLI::App& app, QXHermiteMath::QXHermiteOptions& options
            brief)
         ->type_name("VALUE")
         ->default_str(parameter->GetText())
-        ->group("Expansion");
+        ->group(group);
   }
+}
+
+void AddExpansionOptions(CLI::App& app, QXHermiteMath::QXHermiteOptions& options) {
+  AddParameters(app, options, "Expansion");
   // The library would take the smallest of the three, two of which nobody asked for.
   app.parse_complete_callback([&options] {
     const double width = options.GetLambdaX();

@@ -33,8 +33,11 @@ void AddCount(CLI::App& app, const std::string& name, unsigned int& value, unsig
 void AddNumber(CLI::App& app, const std::string& name, double& value, double above,
                const std::string& help, const std::string& zeroMeans = {});
 
-/// Every parameter of the options under its own name, see WithLongDashes. With -UseSingleLambda,
-/// -LambdaX speaks for all three. Illegal values are refused, and widths that are not positive.
+/// Every parameter of the options under its own name, see WithLongDashes, in a group of the help.
+/// Illegal values are refused, and widths that are not positive.
+void AddParameters(CLI::App& app, QXCore::QXOptions& options, const std::string& group);
+
+/// The same for options of an expansion. With -UseSingleLambda, -LambdaX speaks for all three.
 void AddExpansionOptions(CLI::App& app, QXHermiteMath::QXHermiteOptions& options);
 
 /// True when both names lead to one file, existing or not.

@@ -19,6 +19,7 @@ enum ExitStatus : int {
 class Command {
  public:
   virtual ~Command() = default;
+  /// "expand", or with its group "charges fit".
   virtual std::string Name() const = 0;
   /// One sentence for the list of commands.
   virtual std::string Brief() const = 0;
@@ -35,5 +36,8 @@ std::unique_ptr<Command> MakeExpandCommand();
 std::unique_ptr<Command> MakeGridCommand();
 std::unique_ptr<Command> MakeAtomsCommand();
 std::unique_ptr<Command> MakeFitGridCommand();
+std::unique_ptr<Command> MakeChargesFitCommand();
+std::unique_ptr<Command> MakeChargesPotentialCommand();
+std::unique_ptr<Command> MakeChargesEnergyCommand();
 
 }  // namespace QXTools

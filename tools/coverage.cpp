@@ -48,16 +48,16 @@ void PoorlyHeld::Note(const std::string& title, double share) {
   title_ = title;
 }
 
-std::string PoorlyHeld::Warning(bool inPlace) const {
+std::string PoorlyHeld::Warning(const std::string& remedy, bool ofCharge) const {
   const std::string title = title_.empty() ? "a molecule without title" : title_;
   std::string text =
-      fmt::format("the expansion holds only {} % of {}", static_cast<int>(100 * smallest_),
-                  DisplayText(title, kTitleWidth));
+      fmt::format("the expansion holds only {} % of {}{}", static_cast<int>(100 * smallest_),
+                  ofCharge ? "the charge of " : "", DisplayText(title, kTitleWidth));
   if (count_ > 1) {
     text += fmt::format(" and less than half of {} more", count_ - 1);
   }
   text += count_ > 1 ? ": their scores are too high" : ": its score is too high";
-  return text + ": raise --NPolyMax" + (inPlace ? " or leave out --in-place" : "");
+  return text + ": " + remedy;
 }
 
 }  // namespace QXTools

@@ -23,7 +23,8 @@ class PoorlyHeld {
   void Note(const std::string& title, double share);
   bool IsEmpty() const { return count_ == 0; }
   /// One line about all of them, with the title of the worst. Not to be asked for when empty.
-  std::string Warning(bool inPlace) const;
+  /// remedy: what to do. ofCharge: the density was that of the charges.
+  std::string Warning(const std::string& remedy, bool ofCharge = false) const;
 
  private:
   size_t count_ = 0;

@@ -8,6 +8,10 @@
 
 namespace QXTools {
 
+inline constexpr const char* kShapeText = "Shape Tanimoto";
+inline constexpr const char* kChargeText = "Charge Tanimoto";
+inline constexpr const char* kComboText = "Shape + Charge Tanimoto Combo";
+
 /// One pose, or one moved grid, that an overlay run keeps.
 struct Hit {
   double score;
@@ -25,10 +29,12 @@ void SortHits(std::vector<Hit>& hits);
 /// False when the file cannot be written, which the stream reports.
 bool WritePoses(const std::vector<Hit>& hits, const std::string& path, const std::string& formatOf);
 
-/// Writes the columns rank, title, file, record, conformer, tanimoto.
-bool WriteCsv(const std::vector<Hit>& hits, const std::string& path);
+/// Writes the columns rank, title, file, record, conformer and tanimoto, or, where charge is
+/// weighed, combo, shape_tanimoto and charge_tanimoto.
+bool WriteCsv(const std::vector<Hit>& hits, const std::string& path, bool withCharge);
 
-/// The ranking for people: rank, title, conformer, Tanimoto. top: rows at most, 0 for all.
-std::string HitsTable(const std::vector<Hit>& hits, size_t top);
+/// The ranking for people, with the same columns but for file and record. top: rows at most, 0 for
+/// all.
+std::string HitsTable(const std::vector<Hit>& hits, size_t top, bool withCharge);
 
 }  // namespace QXTools

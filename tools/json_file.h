@@ -36,6 +36,16 @@ inline void RequireField(bool condition, const std::string& name, const std::str
   if (!condition) throw std::runtime_error(fmt::format("field {}: {}", name, problem));
 }
 
+/// Throws unless the field "units" has all these units, and be it more.
+inline void RequireUnits(const Json& json, const Json& units) {
+  const Json given = GetField<Json>(json, "units");
+  RequireField(given.is_object(), "units", "is no object");
+  for (const auto& [quantity, unit] : units.items()) {
+    RequireField(GetField<Json>(given, quantity) == unit, "units." + quantity,
+                 fmt::format("is not {}", unit.dump()));
+  }
+}
+
 /// Parses a file. Throws std::runtime_error where values are nested deeper than any of ours.
 inline Json ParseJson(std::istream& in) {
   constexpr int kDeepest = 16;
@@ -43,6 +53,18 @@ inline Json ParseJson(std::istream& in) {
     if (depth > kDeepest) throw std::runtime_error("lists are nested too deep");
     return true;
   });
+}
+
+/// True when a file holds JSON whose field "format" begins like that. No problem is told.
+inline bool IsJsonOfFormat(const std::string& path, const std::string& begin) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in || !std::filesystem::is_regular_file(path)) return false;
+  try {
+    const Json json = ParseJson(in);
+    return json.is_object() && GetField<std::string>(json, "format").starts_with(begin);
+  } catch (const std::exception&) {
+    return false;  // what is wrong is told when it is read
+  }
 }
 
 /// What `convert` makes of the JSON in a file. Nothing when the file cannot be read or `convert`

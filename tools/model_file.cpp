@@ -1,148 +1,25 @@
 #include "tools/model_file.h"
 
-#include <algorithm>
-#include <array>
-#include <cstdint>
-#include <vector>
-
-#include "hermite/foundations/basis.h"
-#include "tools/json_file.h"
+#include "tools/multi_centre_json.h"
 
 namespace QXTools {
 namespace {
 
 using QXHermiteMath::QXMultiHermite;
-using QXHermiteMath::QXMultiHermiteParameters;
 
-constexpr const char* kFormatFamily = "qxhermite model ";
 constexpr const char* kFormat = "qxhermite model 1";
 constexpr const char* kFunctions =
     "H_l(w x) H_m(w y) H_n(w z) exp(-w^2 (x^2 + y^2 + z^2)/2), w the width, x, y, z from the "
     "center of the site";
-constexpr const char* kOrder = "sites in order, in a site l + m + n rising, then l, then m";
-// Far above what a fit can hold in memory.
-constexpr unsigned int kLargestDegree = 100;
-constexpr uint64_t kMostFunctions = 100'000'000;
-
-using Centers = std::vector<std::array<double, 3>>;
 
 Json ToJson(const Model& model) {
-  const QXMultiHermiteParameters layout = model.expansion.GetParams();
-  const std::vector<unsigned int> actives = model.expansion.GetActives();
-  std::vector<double> coefficients;
-  for (const unsigned int active : actives) {
-    coefficients.push_back(model.expansion.GetCoefficient(active));
-  }
-  Centers centers(layout.NumSites());
-  for (unsigned int site = 0; site < layout.NumSites(); ++site) {
-    std::copy_n(layout.GetCenter(site).begin(), 3, centers[site].begin());
-  }
-  return {{"format", kFormat},
-          {"title", model.title},
-          {"source", model.source},
-          {"units", "angstrom"},
-          {"functions", kFunctions},
-          {"order", kOrder},
-          {"degrees", layout.GetNPolyMaxValues()},
-          {"widths", layout.GetLambdaValues()},
-          {"centers", centers},
-          {"actives", actives},
-          {"coefficients", coefficients}};
-}
-
-const Json& GetList(const Json& json, const std::string& name) {
-  const auto field = json.find(name);
-  RequireField(field != json.end() && field->is_array(), name, "is no list");
-  return *field;
-}
-
-/// A value in a message.
-std::string Name(const Json& value) {
-  return value.is_structured() ? value.type_name() : value.dump();
-}
-
-/// The whole numbers of a list. Negative ones, which would wrap, and fractions are refused.
-std::vector<unsigned int> ToCounts(const Json& list, const std::string& name) {
-  std::vector<unsigned int> counts;
-  for (const Json& value : list) {
-    RequireField(value.is_number_unsigned() && value.get<uint64_t>() < kMostFunctions,
-                 fmt::format("{}[{}]", name, counts.size()),
-                 fmt::format("{} is not a whole number in range", Name(value)));
-    counts.push_back(value.get<unsigned int>());
-  }
-  return counts;
-}
-
-std::vector<double> ToNumbers(const Json& list, const std::string& name) {
-  std::vector<double> numbers;
-  for (const Json& value : list) {
-    RequireField(value.is_number(), fmt::format("{}[{}]", name, numbers.size()),
-                 fmt::format("{} is not a number", Name(value)));
-    numbers.push_back(value.get<double>());
-  }
-  return numbers;
-}
-
-/// x, y and z of each site.
-std::vector<double> ToCenters(const Json& list) {
-  std::vector<double> centers;
-  for (size_t site = 0; site < list.size(); ++site) {
-    const std::string name = fmt::format("centers[{}]", site);
-    RequireField(list[site].is_array() && list[site].size() == 3, name,
-                 "is no list of three coordinates");
-    const std::vector<double> center = ToNumbers(list[site], name);
-    centers.insert(centers.end(), center.begin(), center.end());
-  }
-  return centers;
-}
-
-void RequireOneOrEach(size_t size, size_t sites, const std::string& name) {
-  RequireField(
-      size == 1 || size == sites, name,
-      fmt::format("{} values for {} sites: give one for all, or one for each", size, sites));
-}
-
-QXMultiHermiteParameters LayoutFromJson(const Json& json) {
-  const std::vector<unsigned int> degrees = ToCounts(GetList(json, "degrees"), "degrees");
-  const std::vector<double> widths = ToNumbers(GetList(json, "widths"), "widths");
-  const std::vector<double> centers = ToCenters(GetList(json, "centers"));
-  const size_t sites = centers.size() / 3;
-  RequireField(sites > 0, "centers", "is empty");
-  RequireOneOrEach(degrees.size(), sites, "degrees");
-  RequireOneOrEach(widths.size(), sites, "widths");
-  for (const double width : widths) {
-    RequireField(width > 0.0, "widths", fmt::format("{} is not positive", width));
-  }
-  uint64_t functions = 0;
-  for (size_t site = 0; site < sites; ++site) {
-    const unsigned int degree = degrees[degrees.size() == 1 ? 0 : site];
-    RequireField(degree <= kLargestDegree, "degrees",
-                 fmt::format("{} is above {}", degree, kLargestDegree));
-    functions += QXHermiteMath::QXHermiteBasisSize(degree);
-  }
-  RequireField(functions < kMostFunctions, "degrees",
-               fmt::format("{} functions are too many", functions));
-  return QXMultiHermiteParameters(degrees, widths, centers);
-}
-
-QXMultiHermite ExpansionFromJson(const Json& json) {
-  const QXMultiHermiteParameters layout = LayoutFromJson(json);
-  const std::vector<unsigned int> actives = ToCounts(GetList(json, "actives"), "actives");
-  const std::vector<double> coefficients = ToNumbers(GetList(json, "coefficients"), "coefficients");
-  RequireField(coefficients.size() == actives.size(), "coefficients",
-               fmt::format("{} values for {} actives", coefficients.size(), actives.size()));
-  RequireField(!actives.empty(), "actives", "is empty");
-  for (size_t i = 0; i < actives.size(); ++i) {
-    const std::string name = fmt::format("actives[{}]", i);
-    RequireField(
-        actives[i] < layout.NumBasis(), name,
-        fmt::format("{} is not below {}, the number of functions", actives[i], layout.NumBasis()));
-    RequireField(i == 0 || actives[i] > actives[i - 1], name,
-                 fmt::format("{} does not rise above the one before", actives[i]));
-  }
-  QXMultiHermite expansion(layout);
-  expansion.SetCoefficients(coefficients, actives);
-  return expansion;
+  Json json = {{"format", kFormat},
+               {"title", model.title},
+               {"source", model.source},
+               {"units", "angstrom"},
+               {"functions", kFunctions}};
+  AppendMultiCentre(model.expansion, json);
+  return json;
 }
 
 Model FromJson(const Json& json) {
@@ -150,20 +27,13 @@ Model FromJson(const Json& json) {
                fmt::format("is not \"{}\"", kFormat));
   RequireField(GetField<std::string>(json, "units") == "angstrom", "units", "is not angstrom");
   return {GetField<std::string>(json, "title"), GetField<std::string>(json, "source"),
-          ExpansionFromJson(json)};
+          MultiCentreFromJson<QXMultiHermite>(json)};
 }
 
 }  // namespace
 
 bool IsModelFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in || !std::filesystem::is_regular_file(path)) return false;
-  try {
-    const Json json = ParseJson(in);
-    return json.is_object() && GetField<std::string>(json, "format").starts_with(kFormatFamily);
-  } catch (const std::exception&) {
-    return false;  // what is wrong is told when it is read
-  }
+  return IsJsonOfFormat(path, "qxhermite model ");
 }
 
 bool WriteModel(const Model& model, const std::string& path) {

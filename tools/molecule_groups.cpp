@@ -9,6 +9,8 @@
 #include <system_error>
 #include <utility>
 
+#include "tools/partial_charges.h"
+
 namespace QXTools {
 namespace {
 
@@ -51,10 +53,12 @@ bool GroupReader::Next(MoleculeGroup& next) {
   if (!hasAhead_) return false;
   next.mol = std::move(ahead_);
   next.records.assign(next.mol.NumConfs(), aheadRecord_);
+  next.charges.assign(next.mol.NumConfs(), GetPartialCharges(next.mol));
   ReadAhead();
   while (group_ && hasAhead_ && SameStructure(next.mol, ahead_)) {
     AppendConformers(ahead_, next.mol);
     next.records.resize(next.mol.NumConfs(), aheadRecord_);
+    next.charges.resize(next.mol.NumConfs(), GetPartialCharges(ahead_));
     ReadAhead();
   }
   return true;

@@ -12,6 +12,8 @@ namespace QXTools {
 struct MoleculeGroup {
   QXMolKit::QXMol mol;
   std::vector<unsigned int> records;  ///< the record number of each conformer, from 1
+  /// The partial charges of the atoms in each conformer. In `mol` they are those of the first.
+  std::vector<std::vector<double>> charges;
 };
 
 /// Reads a molecule file group by group: consecutive records with the same title and the same

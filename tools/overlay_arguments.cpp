@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
+#include <limits>
 
 #include "host/molkit/molstream.h"
 #include "tools/arguments.h"
@@ -21,6 +22,7 @@ constexpr const char* kExamples = R"(Examples:
   qxhermite overlay --ref ref.sdf --ref-record 3 --fit a.sdf b.mol2 --out hits.sdf --csv hits.csv
   qxhermite overlay --ref ref.sdf --fit library.sdf --out hits.sdf --npolymax 8 --poses 4
   qxhermite overlay --ref site.sdf --fit docked.sdf --out hits.sdf --in-place
+  qxhermite overlay --ref ref.sdf --fit library.sdf --out hits.sdf --charge-weight 0.5
   qxhermite overlay --ref map.ccp4 --fit ligand.sdf --out placed.sdf
   qxhermite overlay --ref map.ccp4 --fit other.cube --out moved.ccp4
 
@@ -35,6 +37,10 @@ bool LiesIn(const std::string& file, const std::string& folder) {
 // see.
 constexpr unsigned int kGridDegree = 8;
 
+// The first one makes charge take part, the others say how.
+constexpr const char* kChargeOptions[] = {"--charge-weight", "--charge-offset", "--charge-sigma",
+                                          "--charges"};
+
 // The files that are written, but for the records.
 std::vector<std::string> Outputs(const OverlayArguments& arguments) {
   std::vector<std::string> outputs;
@@ -46,9 +52,34 @@ std::vector<std::string> Outputs(const OverlayArguments& arguments) {
   return outputs;
 }
 
+void AddChargeOptions(CLI::App& app, OverlayArguments& arguments) {
+  constexpr double kAny = -std::numeric_limits<double>::infinity();
+  AddNumber(app, "--charge-weight", arguments.chargeWeight, 0.0,
+            "Weigh charge too: rank by shape Tanimoto + weight * (charge Tanimoto + offset)",
+            "by shape alone");
+  AddNumber(app, "--charge-offset", arguments.chargeOffset, kAny,
+            "Added to every charge Tanimoto; it changes no pose and no order", "0");
+  AddNumber(app, "--charge-sigma", arguments.chargeSigma, 0.0,
+            "Width of the charge of an atom, a standard deviation in angstrom");
+  app.add_option_function<std::string>(
+         "--charges",
+         [&arguments](const std::string& source) {
+           if (source != "file" && source != "gasteiger") {
+             Refuse("--charges", source, "file or gasteiger");
+           }
+           arguments.computeCharges = source == "gasteiger";
+         },
+         "Partial charges of reference and fits: those in the files, or computed ones, file or "
+         "gasteiger")
+      ->type_name("SOURCE")
+      ->default_str("file");
+  for (const char* name : kChargeOptions) app.get_option(name)->group("Charge");
+}
+
 // An option that would do nothing, or an empty text.
 std::string IdleOption(const OverlayArguments& arguments) {
   const OverlayArguments fresh;
+  if (HasGrid(arguments) && !arguments.chargeDetail.empty()) return arguments.chargeDetail;
   if (IsGridFile(arguments.reference) && arguments.referenceRecord != fresh.referenceRecord) {
     return "--ref-record";
   }
@@ -97,8 +128,12 @@ void DeclareOverlayArguments(CLI::App& app, OverlayArguments& arguments) {
   app.add_flag("--in-place", arguments.inPlace,
                "Start from the frames as given, without inertial alignment");
   app.add_flag("--quiet", arguments.quiet, "Print neither the table nor the progress");
+  AddChargeOptions(app, arguments);
   AddExpansionOptions(app, arguments.expansion);
   app.callback([&app, &arguments] {
+    for (const char* name : kChargeOptions) {
+      if (app.get_option(name)->count() > 0) arguments.chargeDetail = name;
+    }
     const bool given = app.get_option("--NPolyMax")->count() > 0;
     if (HasGrid(arguments) && !given) arguments.expansion.SetNPolyMax(kGridDegree);
   });
@@ -116,6 +151,10 @@ std::string CheckOverlayArguments(const OverlayArguments& arguments) {
   }
   if (const std::string idle = IdleOption(arguments); !idle.empty()) {
     return fmt::format("{}: is for molecules: leave it out", idle);
+  }
+  if (!arguments.chargeDetail.empty() && arguments.chargeWeight == 0.0) {
+    return fmt::format("{}: is for overlays that weigh charge: give --charge-weight too",
+                       arguments.chargeDetail);
   }
   if (!HasGrid(arguments) && arguments.gridShare != OverlayArguments().gridShare) {
     return "--cut: is for grids: leave it out";

@@ -19,7 +19,12 @@ struct OverlayArguments {
   std::string recordsFolder;  ///< empty: the records are not kept
   std::string csv;            ///< empty: no such file
   QXHermiteMath::QXHermiteOptions expansion;
-  double gridShare = 0.5;  ///< see CutPeaks
+  double gridShare = 0.5;     ///< see CutPeaks
+  double chargeWeight = 0.0;  ///< 0: charge takes no part
+  double chargeOffset = 0.0;
+  double chargeSigma = 1.5;
+  bool computeCharges = false;  ///< instead of those in the files
+  std::string chargeDetail;     ///< an option about charges that was given; empty: none
   double tolerance = 1e-8;
   unsigned int maxIterations = 200;
   unsigned int poses = 1;

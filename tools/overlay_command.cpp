@@ -14,7 +14,9 @@
 #include <utility>
 
 #include "hermite/expansion/mol_to_gaussians.h"
+#include "hermite/overlay/shape_charge_overlay.h"
 #include "hermite/overlay/shape_overlay.h"
+#include "host/molkit/molstream.h"
 #include "tools/command.h"
 #include "tools/console.h"
 #include "tools/coverage.h"
@@ -25,6 +27,7 @@
 #include "tools/molecule_groups.h"
 #include "tools/output_file.h"
 #include "tools/overlay_arguments.h"
+#include "tools/partial_charges.h"
 #include "tools/record.h"
 #include "tools/records_folder.h"
 #include "tools/reference.h"
@@ -32,6 +35,7 @@
 namespace QXTools {
 namespace {
 
+using QXHermiteMath::QXShapeChargeOverlay;
 using QXHermiteMath::QXShapeOverlay;
 using QXMolKit::QXConfBase;
 using QXMolKit::QXMol;
@@ -40,11 +44,18 @@ using QXMolKit::QXMol;
 constexpr const char* kFitDrawingWarning =
     "all z are zero, it looks like a drawing, whose wedge bonds mean nothing once it is turned in "
     "space: make 3-D coordinates, unless the molecule is flat";
-constexpr const char* kScoreTag = "Shape Tanimoto";
-/// Under the empty tag QXShapeOverlay finds the coefficients of a conformer ready-made.
+/// Under these tags the overlays find the coefficients of a conformer ready-made; QXShapeOverlay
+/// has no other tag than the empty one.
 constexpr const char* kCoefficientTag = "";
+constexpr const char* kChargeTag = "qxhermite charge";
 /// On a conformer: its place in its molecule, by which a pose tells where it came from.
 constexpr const char* kPlaceTag = "qxhermite place";
+
+/// The smallest shares of a molecule's densities that the expansions of its conformers hold.
+struct Held {
+  double shape = 1.0;
+  double charge = 1.0;
+};
 
 /// One run of the command, from the reference to the ranking.
 class OverlayRun {
@@ -61,12 +72,19 @@ class OverlayRun {
  private:
   bool CanWrite();
   void OverlayFile(const std::string& path);
-  void OverlayMolecule(const std::string& path, const MoleculeGroup& group);
+  void OverlayMolecule(const std::string& path, MoleculeGroup& group);
   void OverlayGrid(const std::string& path);
   bool WriteMovedGrids();
-  std::optional<QXMol> InFrame(const QXConfBase& conformer, const std::string& where, double& held);
+  bool MakeCharges(const std::string& path, MoleculeGroup& group);
+  std::optional<QXMol> InFrame(const QXConfBase& conformer, const std::vector<double>& charges,
+                               const std::string& where, Held& held);
+  void AddCharge(QXMol& moved, Held& held) const;
+  QXMol FindPoses(QXMol& work);
+  QXMol FindChargePoses(const QXMol& work, const std::string& record);
+  void MakeOverlay();
   void KeepHits(const std::string& path, const MoleculeGroup& group, const QXMol& poses);
   bool WriteResults();
+  void WarnOfPoorExpansions();
   void ReportSkipped();
   void Skip(const std::string& where, const std::string& reason);
 
@@ -78,12 +96,14 @@ class OverlayRun {
   std::deque<OutputFile> further_;  ///< grids of rank 2 and on
   Reference reference_;
   std::unique_ptr<QXShapeOverlay> overlay_;
+  std::unique_ptr<QXShapeChargeOverlay> chargeOverlay_;  ///< instead, where charge is weighed
   std::vector<Hit> hits_;
   size_t recordsRead_ = 0;  ///< of the files that are done
   size_t recordsSkipped_ = 0;
   size_t filesSkipped_ = 0;
   size_t recordsLost_ = 0;  ///< `.qxb` records that could not be kept
   PoorlyHeld poorlyHeld_;
+  PoorlyHeld chargePoorlyHeld_;
   bool sawDrawing_ = false;
   const bool fitsAreGrids_;
 };
@@ -98,14 +118,35 @@ bool OverlayRun::CanWrite() {
   return records_.Error().empty() && out_.IsOpen() && (!csv_ || csv_->IsOpen());
 }
 
+/// Computes the charges where that is asked for. False when they are impossible.
+bool OverlayRun::MakeCharges(const std::string& path, MoleculeGroup& group) {
+  if (!arguments_.computeCharges || group.records.empty()) return true;
+  if (!ComputeCharges(group.mol, fmt::format("{}:{}", path, group.records.front()), console_)) {
+    recordsSkipped_ += group.records.size();
+    return false;
+  }
+  group.charges.assign(group.records.size(), GetPartialCharges(group.mol));
+  return true;
+}
+
 /// A copy of one conformer in the frame of overlays with its coefficients attached, or nothing when
-/// it is skipped. Lowers `held` to the share of its density that the coefficients hold.
-std::optional<QXMol> OverlayRun::InFrame(const QXConfBase& conformer, const std::string& where,
-                                         double& held) {
+/// it is skipped. Lowers `held` to the shares that the coefficients hold.
+std::optional<QXMol> OverlayRun::InFrame(const QXConfBase& conformer,
+                                         const std::vector<double>& charges,
+                                         const std::string& where, Held& held) {
   QXMol heavy = HeavyAtoms(conformer);
   if (const std::string reason = WhyUnfit(heavy); !reason.empty()) {
     Skip(where, reason);
     return std::nullopt;
+  }
+  QXMol moved(conformer, 1);
+  SetPartialCharges(charges, moved);
+  if (reference_.charge) {
+    if (const std::string reason = WhyUncharged(moved, arguments_.computeCharges);
+        !reason.empty()) {
+      Skip(where, reason);
+      return std::nullopt;
+    }
   }
   if (!sawDrawing_ && LooksLikeDrawing(heavy)) {
     sawDrawing_ = true;  // one warning: a whole file of drawings is one mistake
@@ -119,17 +160,28 @@ std::optional<QXMol> OverlayRun::InFrame(const QXConfBase& conformer, const std:
     Skip(where, "its moments are not finite: check the coordinates");
     return std::nullopt;
   }
-  QXMol moved(conformer, 1);
   MoveInto(*frame, moved);
   MoveInto(*frame, heavy);
   const auto gaussians = QXHermiteMath::QXMolToGaussians(heavy, QXHermiteMath::kOverlayAtomRadius);
   QXHermiteMath::QXHermite expansion;
   expansion.Setup(gaussians, reference_.expansion.GetOptions());
-  held = std::min(held, HeldShare(expansion, gaussians));
+  held.shape = std::min(held.shape, HeldShare(expansion, gaussians));
   // A pose of an earlier run brings coefficients of its own along, perhaps of another type.
   moved.GetActive()->DeleteData(kCoefficientTag);
   moved.GetActive()->SetData(kCoefficientTag, AtScaleOf(reference_, expansion));
+  if (reference_.charge) AddCharge(moved, held);
   return moved;
+}
+
+/// Attaches the coefficients of the charge density too.
+void OverlayRun::AddCharge(QXMol& moved, Held& held) const {
+  const auto gaussians =
+      QXHermiteMath::QXMolToElectroStaticGaussians(moved, arguments_.chargeSigma);
+  QXHermiteMath::QXHermite expansion;
+  expansion.Setup(gaussians, reference_.charge->GetOptions());
+  held.charge = std::min(held.charge, HeldShare(expansion, gaussians));
+  moved.GetActive()->DeleteData(kChargeTag);
+  moved.GetActive()->SetData(kChargeTag, expansion.GetCoefficients());
 }
 
 void OverlayRun::OverlayGrid(const std::string& path) {
@@ -144,15 +196,15 @@ void OverlayRun::OverlayGrid(const std::string& path) {
   hits_.push_back(std::move(*hit));
 }
 
-void OverlayRun::OverlayMolecule(const std::string& path, const MoleculeGroup& group) {
-  const std::string title = group.mol.GetTitle();
+void OverlayRun::OverlayMolecule(const std::string& path, MoleculeGroup& group) {
+  if (!MakeCharges(path, group)) return;
   QXMol work;
   size_t place = 0;
-  double held = 1.0;
+  Held held;
   const std::unique_ptr<QXMolKit::QXIterator<QXConfBase>> confs(group.mol.GetConfs());
   for (; confs && confs->IsValid(); confs->Next(), ++place) {
-    std::optional<QXMol> moved =
-        InFrame(*confs->Get(), fmt::format("{}:{}", path, group.records[place]), held);
+    std::optional<QXMol> moved = InFrame(*confs->Get(), group.charges[place],
+                                         fmt::format("{}:{}", path, group.records[place]), held);
     if (!moved) continue;
     moved->GetActive()->DeleteData(kPlaceTag);
     moved->GetActive()->SetData(kPlaceTag, std::vector<double>{static_cast<double>(place)});
@@ -163,15 +215,48 @@ void OverlayRun::OverlayMolecule(const std::string& path, const MoleculeGroup& g
     }
   }
   if (work.NumConfs() == 0) return;
-  poorlyHeld_.Note(title, held);
+  poorlyHeld_.Note(work.GetTitle(), held.shape);
+  chargePoorlyHeld_.Note(work.GetTitle(), held.charge);
+  KeepHits(path, group, FindPoses(work));
+}
 
+QXMol OverlayRun::FindPoses(QXMol& work) {
+  const std::string title = work.GetTitle();
   const std::string workingTitle = records_.NextTitle(title);
-  work.SetTitle(workingTitle);
   QXMol poses;
-  overlay_->FindBestOverlay(work, arguments_.poses, poses);
+  if (chargeOverlay_) {
+    poses = FindChargePoses(work, workingTitle + ".qxb");
+  } else {
+    work.SetTitle(workingTitle);
+    overlay_->FindBestOverlay(work, arguments_.poses, poses);
+    poses.SetTitle(title);
+  }
   if (!records_.Finish(workingTitle, title)) ++recordsLost_;
-  poses.SetTitle(title);
-  KeepHits(path, group, poses);
+  return poses;
+}
+
+/// The overlay by shape and charge keeps no record, so the poses that it found stand for it.
+QXMol OverlayRun::FindChargePoses(const QXMol& work, const std::string& record) {
+  constexpr unsigned int kStarts = 4;
+  QXMol poses;
+  if (arguments_.recordsFolder.empty()) {
+    chargeOverlay_->FindBestOverlay(work, arguments_.poses, poses);
+    return poses;
+  }
+  chargeOverlay_->FindBestOverlay(work, kStarts * work.NumConfs(), poses);
+  QXMol best;
+  QXMolKit::qxmolostream out(record);
+  const std::unique_ptr<QXMolKit::QXIterator<QXConfBase>> confs(poses.GetConfs());
+  for (; confs && confs->IsValid(); confs->Next()) {
+    const QXMol pose(*confs->Get(), 1);
+    QXMolKit::QXWriteMolecule(out, pose);
+    if (best.NumConfs() == 0) {
+      best = pose;
+    } else if (best.NumConfs() < arguments_.poses) {
+      best.NewConf(pose.GetActive());
+    }
+  }
+  return best;
 }
 
 void OverlayRun::KeepHits(const std::string& path, const MoleculeGroup& group, const QXMol& poses) {
@@ -181,7 +266,13 @@ void OverlayRun::KeepHits(const std::string& path, const MoleculeGroup& group, c
     QXConfBase& conformer = *pose.GetActive();
     const auto place =
         static_cast<size_t>(conformer.GetData<std::vector<double>>(kPlaceTag).front());
-    const double score = std::strtod(QXMolKit::QXGetSDData(conformer, kScoreTag).c_str(), nullptr);
+    const char* const tag = reference_.charge ? kComboText : kShapeText;
+    const double score = std::strtod(QXMolKit::QXGetSDData(conformer, tag).c_str(), nullptr);
+    SetPartialCharges(group.charges[place], pose);
+    if (!reference_.charge) {  // what an earlier run told does not hold for this pose
+      QXMolKit::QXDeleteSDData(conformer, kChargeText);
+      QXMolKit::QXDeleteSDData(conformer, kComboText);
+    }
     conformer.DeleteData(kPlaceTag);
     conformer.DeleteData(kCoefficientTag);  // they are those of the frame of the overlay
     if (!std::isfinite(score)) {
@@ -229,7 +320,7 @@ bool OverlayRun::WriteResults() {
   const bool written = fitsAreGrids_ ? WriteMovedGrids()
                                      : WritePoses(hits_, out_.TemporaryPath(), arguments_.output);
   if (!written) return false;
-  if (csv_ && !WriteCsv(hits_, csv_->TemporaryPath())) {
+  if (csv_ && !WriteCsv(hits_, csv_->TemporaryPath(), reference_.charge.has_value())) {
     console_.Say(fmt::format("{}: cannot be written: is the disk full?", arguments_.csv));
     return false;
   }
@@ -237,6 +328,13 @@ bool OverlayRun::WriteResults() {
   if (csv_) files.push_back(&*csv_);
   for (OutputFile& file : further_) files.push_back(&file);
   return std::all_of(files.begin(), files.end(), [](OutputFile* file) { return file->Commit(); });
+}
+
+void OverlayRun::WarnOfPoorExpansions() {
+  const std::string inPlace = arguments_.inPlace ? " or leave out --in-place" : "";
+  if (!poorlyHeld_.IsEmpty()) console_.Say(poorlyHeld_.Warning("raise --NPolyMax" + inPlace));
+  if (chargePoorlyHeld_.IsEmpty()) return;
+  console_.Say(chargePoorlyHeld_.Warning("raise --NPolyMax or --charge-sigma" + inPlace, true));
 }
 
 void OverlayRun::ReportSkipped() {
@@ -248,6 +346,22 @@ void OverlayRun::ReportSkipped() {
   report(recordsLost_, ".qxb record not kept", ".qxb records not kept");
 }
 
+void OverlayRun::MakeOverlay() {
+  const QXMolKit::QXTrans back = WayBack(reference_.frame);
+  if (!reference_.charge) {
+    overlay_ = std::make_unique<QXShapeOverlay>(arguments_.tolerance, arguments_.maxIterations,
+                                                reference_.expansion, back);
+    return;
+  }
+  QXMol expanded;
+  expanded.SetData(kCoefficientTag, reference_.expansion.GetCoefficients());
+  expanded.SetData(kChargeTag, reference_.charge->GetCoefficients());
+  chargeOverlay_ = std::make_unique<QXShapeChargeOverlay>(
+      arguments_.tolerance, arguments_.maxIterations, arguments_.chargeWeight,
+      arguments_.chargeOffset, reference_.expansion.GetOptions(), reference_.charge->GetOptions(),
+      arguments_.chargeSigma, expanded, back, kCoefficientTag, kChargeTag);
+}
+
 ExitStatus OverlayRun::Run() {
   if (!CanWrite()) return kNothingDone;
   std::optional<Reference> reference = MakeReference(arguments_, console_);
@@ -256,8 +370,7 @@ ExitStatus OverlayRun::Run() {
     return kNothingDone;
   }
   reference_ = std::move(*reference);
-  overlay_ = std::make_unique<QXShapeOverlay>(arguments_.tolerance, arguments_.maxIterations,
-                                              reference_.expansion, WayBack(reference_.frame));
+  MakeOverlay();
 
   const bool progress = !arguments_.quiet && Console::IsTerminal();
   const auto count = [](size_t sum, const std::string& path) { return sum + CountRecords(path); };
@@ -282,8 +395,10 @@ ExitStatus OverlayRun::Run() {
   }
   if (!WriteResults()) return kNothingDone;
   // Who reads the table may have gone; the files are what counts.
-  if (!arguments_.quiet) std::fputs(HitsTable(hits_, arguments_.top).c_str(), stdout);
-  if (!poorlyHeld_.IsEmpty()) console_.Say(poorlyHeld_.Warning(arguments_.inPlace));
+  if (!arguments_.quiet) {
+    std::fputs(HitsTable(hits_, arguments_.top, reference_.charge.has_value()).c_str(), stdout);
+  }
+  WarnOfPoorExpansions();
   ReportSkipped();
   return recordsSkipped_ + filesSkipped_ + recordsLost_ > 0 ? kSomeSkipped : kAllWell;
 }
@@ -292,7 +407,8 @@ class OverlayCommand : public Command {
  public:
   std::string Name() const override { return "overlay"; }
   std::string Brief() const override {
-    return "Lays molecules or grids over a reference by shape and ranks them by Tanimoto.";
+    return "Lays molecules or grids over a reference, by shape or by shape and charge, and ranks "
+           "them by Tanimoto.";
   }
   void Declare(CLI::App& app) override { DeclareOverlayArguments(app, arguments_); }
   std::string Check() const override { return CheckOverlayArguments(arguments_); }

@@ -9,6 +9,7 @@
 #include "hermite/expansion/mol_to_gaussians.h"
 #include "hermite/overlay/shape_overlay.h"
 #include "tools/grid_density.h"
+#include "tools/partial_charges.h"
 #include "tools/record.h"
 
 namespace QXTools {
@@ -25,6 +26,14 @@ QXHermite Expand(const QXMol& heavyAtoms, const QXHermiteOptions& options) {
   return expansion;
 }
 
+/// The charge density, whose origin is that of the shape: never a centre of its own.
+QXHermite ExpandCharge(const QXMol& mol, double sigma, QXHermiteOptions options) {
+  options.SetUseCenterOfMass(false);
+  QXHermite expansion;
+  expansion.Setup(QXHermiteMath::QXMolToElectroStaticGaussians(mol, sigma), options);
+  return expansion;
+}
+
 /// The best single width of a molecule: unlike three widths it does not depend on how the molecule
 /// lay in its file, so frames are found with it.
 double FindSingleLambda(const QXMol& heavyAtoms, QXHermiteOptions options) {
@@ -37,13 +46,15 @@ double FindSingleLambda(const QXMol& heavyAtoms, QXHermiteOptions options) {
 /// From here on the widths of an expansion are given ones: every fit is expanded with these
 /// options, so at the widths of the reference and not at widths of its own. False when the
 /// expansion has no norm.
-bool FixWidths(const QXHermite& found, Reference& reference) {
+bool FixWidths(const QXHermite& found, QXHermite& fixed) {
   const double norm = found.GetSelfOverlap();
-  reference.expansion.Setup(found.GetCoefficients(), found.GetOptions());
+  fixed.Setup(found.GetCoefficients(), found.GetOptions());
   return std::isfinite(norm) && norm > 0.0;
 }
 
 constexpr const char* kNoNorm = "its expansion has no finite norm: check the values and the widths";
+constexpr const char* kNoChargeNorm =
+    "its charges have no expansion of finite norm: check the charges and the widths";
 
 std::optional<Reference> FromMolecule(const OverlayArguments& arguments, Console& console) {
   const std::string place = fmt::format("{}:{}", arguments.reference, arguments.referenceRecord);
@@ -51,12 +62,18 @@ std::optional<Reference> FromMolecule(const OverlayArguments& arguments, Console
     console.Say(fmt::format("{}: {}", place, reason));
     return std::nullopt;
   };
-  const std::optional<QXMol> mol =
+  std::optional<QXMol> mol =
       ReadRecord(arguments.reference, arguments.referenceRecord, "--ref-record", console);
   if (!mol) return std::nullopt;
   QXMol heavy = HeavyAtoms(*mol);
   if (const std::string reason = WhyUnfit(heavy); !reason.empty()) return refuse(reason);
   if (LooksLikeDrawing(heavy)) console.Say(fmt::format("{}: {}", place, kDrawingWarning));
+
+  if (arguments.chargeWeight > 0.0) {
+    if (arguments.computeCharges && !ComputeCharges(*mol, place, console)) return std::nullopt;
+    if (const std::string reason = WhyUncharged(*mol, arguments.computeCharges); !reason.empty())
+      return refuse(reason);
+  }
 
   const QXHermiteOptions& options = arguments.expansion;
   Reference reference;
@@ -68,7 +85,12 @@ std::optional<Reference> FromMolecule(const OverlayArguments& arguments, Console
     reference.frame = *frame;
   }
   MoveInto(reference.frame, heavy);
-  if (!FixWidths(Expand(heavy, options), reference)) return refuse(kNoNorm);
+  if (!FixWidths(Expand(heavy, options), reference.expansion)) return refuse(kNoNorm);
+  if (arguments.chargeWeight > 0.0) {
+    MoveInto(reference.frame, *mol);
+    const QXHermite charge = ExpandCharge(*mol, arguments.chargeSigma, options);
+    if (!FixWidths(charge, reference.charge.emplace())) return refuse(kNoChargeNorm);
+  }
   const QXHermiteOptions& found = reference.expansion.GetOptions();
   if (found.GetLambdaX() != found.GetLambdaY() || found.GetLambdaX() != found.GetLambdaZ()) {
     console.Say(
@@ -88,7 +110,7 @@ std::optional<Reference> FromGrid(const OverlayArguments& arguments, Console& co
   if (arguments.inPlace) reference.frame = {.centre = reference.frame.centre};
   const QXHermite expansion = ExpandInFrame(
       *grid, reference.frame, WithWidths(arguments.expansion, *grid, reference.frame.centre));
-  if (!FixWidths(expansion, reference)) {
+  if (!FixWidths(expansion, reference.expansion)) {
     console.Say(fmt::format("{}: {}", arguments.reference, kNoNorm));
     return std::nullopt;
   }

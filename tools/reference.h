@@ -15,7 +15,10 @@ namespace QXTools {
 struct Reference {
   Frame frame;                         ///< in which overlays take place
   QXHermiteMath::QXHermite expansion;  ///< in that frame, at the widths for all fits
-  double frameLambda = 1.0;            ///< the width with which inertial frames are found
+  /// Where charge is weighed, the charge density of all atoms: in that frame, about the same
+  /// origin, at widths of its own for all fits.
+  std::optional<QXHermiteMath::QXHermite> charge;
+  double frameLambda = 1.0;  ///< the width with which inertial frames are found
   /// Grids come in all units: where one takes part, scores are for equal self overlaps.
   bool matchScale = false;
 };

@@ -6,6 +6,7 @@
 
 #include "hermite/foundations/basis.h"
 #include "hermite/multihermite/design_matrix.h"
+#include "hermite/multihermite/hermite_recurrence.h"
 #include "hermite/multihermite/site_tables.h"
 #include "hermite/multihermite/term_kernels.h"
 #include "host/numerics/lasso.h"
@@ -74,18 +75,7 @@ QXHermite QXMultiHermite::GetHermite(unsigned int site) const {
 }
 
 bool BuildHermiteFunctions(double t, unsigned int n, std::vector<double>& out) {
-  out[0] = std::exp(-0.5 * t * t);
-  if (n < 2) return true;
-  // In registers: h_k = 2t h_(k-1) - 2(k - 1) h_(k-2).
-  const double twoT = 2.0 * t;
-  double before = out[0], last = twoT * before, factor = 0.0;
-  out[1] = last;
-  for (unsigned int k = 2; k <= n; ++k) {
-    factor += 2.0;
-    const double next = twoT * last - factor * before;
-    before = last;
-    out[k] = last = next;
-  }
+  RunHermiteRecurrence(std::exp(-0.5 * t * t), t, n, out);
   return true;
 }
 

@@ -1,0 +1,154 @@
+#include "hermite/charge/interaction.h"
+
+#include <fstream>
+
+#include "support/charges.h"
+#include "support/counting_new.h"
+#include "support/hermite.h"
+
+namespace QXHermiteMath {
+namespace {
+
+QXHermiteChargeDensity Density(const UInts& degrees, double lambda, const Vector& centers,
+                               unsigned int seed) {
+  QXHermiteChargeDensity density(QXMultiHermiteParameters(degrees, lambda, centers));
+  Vector dense;
+  for (unsigned int N : degrees)
+    for (double q : RandomCoefficients(N, ++seed)) dense.push_back(q);
+  density.SetCoefficients(dense);
+  return density;
+}
+
+QXHermiteChargeDensity Left() {
+  return Density({2, 0, 1}, 0.9, {0, 0, 0, 1.1, 0.2, 0, -0.4, 1.3, 0.5}, 30);
+}
+QXHermiteChargeDensity Right() {
+  return Density({1, 3}, 1.2, {2, 1.5, 0.1, 1.2, -1, 2.1}, 40);
+}
+
+double Energy(const QXHermiteChargeDensity& a, const QXHermiteChargeDensity& b) {
+  Vector table;
+  return HermiteCoulombInteractionEnergy(a, b, table);
+}
+
+// The file has values without a Coulomb constant, each with the magnitude of the terms of another
+// way of summing. Here T is 1 to 2 and the closed form of F_5 loses two or three digits.
+TEST(Interaction, AgreesWithIntegralsOverCartesianGaussians) {
+  std::ifstream file(std::string(QX_TEST_DATA) + "/hermite/coulomb.txt");
+  double lambda[2];
+  Vector center[2] = {Vector(3), Vector(3)}, point(3);
+  for (int i : {0, 1}) file >> lambda[i] >> center[i][0] >> center[i][1] >> center[i][2];
+  file >> point[0] >> point[1] >> point[2];
+  const auto read = [&](double& value, double& bound) {
+    file >> value >> bound;
+    value *= kCoulombConstant;
+    bound *= 1e3 * kEpsilon * kCoulombConstant;
+  };
+  QXHermiteChargeDensity a(QXMultiHermiteParameters(3, lambda[0], center[0]));
+  QXHermiteChargeDensity b(QXMultiHermiteParameters(2, lambda[1], center[1]));
+  for (unsigned int i = 0; i < 20; ++i) {
+    unsigned int l, m, n;
+    double value, bound;
+    ASSERT_TRUE(file >> l >> m >> n);
+    ASSERT_EQ(GetLmnIndex(l, m, n), i);
+    a.SetCoefficients({1.0}, {i});
+    read(value, bound);
+    EXPECT_NEAR(a.EvaluatePotential(point)[0], value, bound) << "function " << i;
+    for (unsigned int j = 0; j < 10; ++j) {
+      b.SetCoefficients({1.0}, {j});
+      read(value, bound);
+      EXPECT_NEAR(Energy(a, b), value, bound) << "functions " << i << ", " << j;
+    }
+  }
+}
+
+// By the trapezoidal rule. No node lies on a site, where the potential is not a number.
+TEST(Interaction, IsTheIntegralOfOneDensityInThePotentialOfTheOther) {
+  QXHermiteChargeDensity a = Left().WithSpareDegree();
+  const QXHermiteChargeDensity b = Right();
+  Vector points;
+  for (int i = 0; i < 50 * 50 * 50; ++i)
+    for (int axis : {i / 2500, i / 50 % 50, i % 50}) points.push_back((axis - 24.4) / 3.4);
+  const Vector density = a.Evaluate(points), potential = b.EvaluatePotential(points);
+  long double sum = 0;
+  for (size_t i = 0; i < density.size(); ++i) sum += density[i] * potential[i];
+  EXPECT_NEAR(Energy(a, b), static_cast<double>(sum / (3.4L * 3.4L * 3.4L)), 1e-7);
+}
+
+// Coefficients are scaled and terms added in another order than by the plain sums, and the powers
+// of mu are products: a few roundings.
+TEST(Interaction, DoesNotDependOnOrderOrPlace) {
+  const QXHermiteChargeDensity a = Left(), b = Right();
+  // More sites than lanes, of several degrees.
+  UInts degrees;
+  for (unsigned int i = 0; i < 40; ++i) degrees.push_back(i % 3);
+  const QXHermiteChargeDensity many = Density(degrees, 1.1, RandomPoints(40, 3.0, 8), 50);
+  for (auto const& [one, other] : {std::pair{&a, &b}, {&b, &a}, {&a, &many}, {&many, &b}}) {
+    double bound;
+    const double expected = QXTest::PlainEnergy(*one, *other, &bound);
+    EXPECT_NEAR(Energy(*one, *other), expected, 64 * kEpsilon * bound);
+    EXPECT_NEAR(Energy(*other, *one), expected, 64 * kEpsilon * bound);
+  }
+
+  double bound;
+  QXTest::PlainEnergy(a, b, &bound);
+  bound *= 1e3 * kEpsilon;
+  const Matrix turn = EulerMatrix({0.4, -1.1, 2.0});
+  const Vector rotation(turn.data(), turn.data() + 9), translation = {0.3, 1.2, -0.7};
+  QXHermiteChargeDensity movedA = a, movedB = b;
+  for (QXHermiteChargeDensity* moved : {&movedA, &movedB}) {
+    moved->Rotate(rotation);
+    moved->Translate(translation);
+  }
+  EXPECT_NEAR(Energy(movedA, movedB), Energy(a, b), bound);
+  QXHermiteInteraction interaction;
+  EXPECT_EQ(interaction.CoulombEnergy(), 0.0);
+  EXPECT_TRUE(interaction.SetupRef(movedA));
+  EXPECT_TRUE(interaction.Setup(b));
+  EXPECT_NEAR(interaction.CoulombEnergy(rotation, translation), Energy(a, b), bound);
+  EXPECT_EQ(interaction.CoulombEnergy(), Energy(movedA, b)) << "what is stored stays";
+
+  // Far away only the charges count; the dipoles give what is left, some 1/D^2.
+  const double D = 1e6;
+  EXPECT_NEAR(interaction.CoulombEnergy({1, 0, 0, 0, 1, 0, 0, 0, 1}, {D, 0, 0}),
+              kCoulombConstant * a.TotalCharge() * b.TotalCharge() / D, 1e4 / (D * D));
+}
+
+// Only sites that both have functions.
+TEST(Interaction, IsNotANumberWhereSitesCoincide) {
+  QXHermiteChargeDensity a(QXMultiHermiteParameters(1, 1.0, {0, 0, 0, 3, 0, 0}));
+  QXHermiteChargeDensity b(QXMultiHermiteParameters(0, 0.8, {1, 2, 3}));
+  b.SetCoefficients({1.0}, {0});
+  QXHermiteInteraction interaction;
+  const Vector identity = {1, 0, 0, 0, 1, 0, 0, 0, 1}, ontoFirst = {-1, -2, -3};
+  for (unsigned int active : {0u, 4u}) {
+    a.SetCoefficients({1.0}, {active});
+    interaction.SetupRef(a);
+    interaction.Setup(b);
+    EXPECT_EQ(std::isnan(interaction.CoulombEnergy(identity, ontoFirst)), active == 0);
+  }
+  EXPECT_EQ(Energy(QXHermiteChargeDensity(a.GetParams()), b), 0.0) << "no functions";
+}
+
+// Setup alone makes room, for order 0 too; a larger reference after it is served all the same.
+TEST(Interaction, AllocatesNoTableAfterSetup) {
+  const QXHermiteChargeDensity reference = Density({5}, 1.0, {0, 0, 0}, 70);
+  const QXHermiteChargeDensity fit = Density({5}, 1.2, {2, 0, 1}, 71);
+  QXHermiteInteraction interaction;
+  interaction.SetupRef(reference);
+  interaction.Setup(fit);
+  const size_t table = SizeOfRTables(10) * sizeof(double);
+  largestAllocation = 0;
+  const double energy = interaction.CoulombEnergy();
+  EXPECT_LT(largestAllocation, table / 4);
+
+  QXHermiteInteraction late;
+  late.Setup(fit);
+  late.SetupRef(reference);
+  largestAllocation = 0;
+  EXPECT_EQ(late.CoulombEnergy(), energy);
+  EXPECT_GE(largestAllocation, table) << "the table is grown when it is needed";
+}
+
+}  // namespace
+}  // namespace QXHermiteMath

@@ -1,0 +1,113 @@
+#include "hermite/charge/r_table.h"
+
+#include "support/hermite.h"
+
+namespace QXHermiteMath {
+namespace {
+
+TEST(RTable, StandsByTotalThenDerivativeThenXThenY) {
+  unsigned int next = 0;
+  for (unsigned int t = 0; t <= 7; ++t) {
+    for (unsigned int v = 0; v <= t; ++v)
+      for (unsigned int b = 0; b <= v; ++b)
+        for (unsigned int c = 0; c <= v - b; ++c)
+          ASSERT_EQ(RIndex(t - v, b, c, v - b - c), next++) << t << v << b << c;
+    EXPECT_EQ(SizeOfRMatrix(t), next);
+  }
+}
+
+// F_n(T) = exp(-T) sum over k of (2T)^k / ((2n + 1)(2n + 3) .. (2n + 2k + 1)), without signs. In
+// the closed form two terms cancel of which the first is 1/((2n + 1) t_n) or less.
+TEST(RTable, HasTheBoysFunctionsButAtZero) {
+  for (unsigned int n = 0; n <= 10; ++n) {
+    for (double T : {0.03, 0.5, 1.0, 4.0, 20.0, 60.0, 700.0}) {
+      long double term = 1.0L / (2 * n + 1), sum = 0.0L, t = 1.0L;
+      for (unsigned int k = 1; k < 4000; ++k) {
+        sum += term;
+        term *= 2.0L * T / (2 * n + 2 * k + 1);
+      }
+      for (unsigned int k = 1; k <= n; ++k) t *= 2.0L * T / (2 * k + 1);
+      const double expected = static_cast<double>(std::exp(-static_cast<long double>(T)) * sum);
+      const double bound = (8 + n) * kEpsilon * (expected + 1.0 / ((2 * n + 1) * double(t)));
+      EXPECT_NEAR(BoysFunc(n, T), expected, bound) << "n = " << n << ", T = " << T;
+    }
+    EXPECT_TRUE(std::isnan(BoysFunc(n, 0.0)));
+  }
+}
+
+Vector Table(unsigned int order, double alpha, const Vector& R) {
+  Vector table(SizeOfRMatrix(order));
+  EXPECT_TRUE(BuildBoys(order, alpha, R.data(), table));
+  EXPECT_TRUE(BuildMcMurchieDavidson(order, R.data(), table));
+  return table;
+}
+
+TEST(RTable, HoldsDerivativesOfTheBoysFunctions) {
+  const double alpha = 0.7;
+  const Vector R = {0.9, -1.3, 0.6};
+  const double T = alpha * (0.81 + 1.69 + 0.36);
+  const Vector table = Table(7, alpha, R);
+  Vector boys, expected, bounds;
+  for (unsigned int a = 0; a <= 7; ++a) {
+    boys.push_back(table[RIndex(a, 0, 0, 0)]);
+    expected.push_back(std::pow(-2 * alpha, a) * BoysFunc(a, T));
+    // At T = 2 the closed form of F_7 loses two digits.
+    bounds.push_back(1e3 * kEpsilon * std::fabs(expected.back()));
+  }
+  EXPECT_TRUE(AllWithin(boys, expected, bounds));
+
+  std::vector<Vector> columns(3);
+  for (unsigned int t = 0; t <= 6; ++t)
+    for (unsigned int v = 0; v <= t; ++v)
+      for (unsigned int b = 0; b <= v; ++b)
+        for (unsigned int c = 0; c <= v - b; ++c) {
+          const unsigned int a = t - v, d = v - b - c;
+          columns[0].push_back(table[RIndex(a, b + 1, c, d)]);
+          columns[1].push_back(table[RIndex(a, b, c + 1, d)]);
+          columns[2].push_back(table[RIndex(a, b, c, d + 1)]);
+        }
+  EXPECT_TRUE(DerivativesAgree(
+      columns, [&](const Vector& r) { return Table(6, alpha, r); }, R));
+}
+
+TEST(RTable, LeavesWhatIsBeyondTheOrder) {
+  const Vector R = {0.3, 0.4, 0.5};
+  Vector table(SizeOfRMatrix(3), 7.0);
+  BuildBoys(2, 1.0, R.data(), table);
+  BuildMcMurchieDavidson(2, R.data(), table);
+  for (unsigned int i = 0; i < table.size(); ++i) EXPECT_EQ(table[i] == 7.0, i >= 15) << i;
+  EXPECT_TRUE(BuildMcMurchieDavidson(~0u, R.data(), table)) << "and returns at once";
+}
+
+// To the bit, NaN at a place without a distance included.
+TEST(RTable, IsTheSameInLanesAtEveryLevel) {
+  const unsigned int order = 6;
+  RTablePlaces places;
+  for (size_t i = 0; i < kTableLanes; ++i) {
+    const double x = static_cast<double>(i);
+    places.X[i] = 0.5 * x - 2.0;
+    places.Y[i] = 0.1 * x - 0.4;
+    places.Z[i] = i == 4 ? 0.0 : 1.7 - 0.01 * x * x;
+    places.alpha[i] = 0.4 + 0.1 * x;
+    places.power[i] = std::pow(-2.0 * places.alpha[i], order);
+  }
+  for (auto level : {QXSimdLevel::Baseline, QXSimdLevel::AVX2, QXSimdLevel::AVX512}) {
+    if (level > QXCore::QXGetSimdLevel()) break;
+    Vector tables(SizeOfRTables(order) + kTableLanes, 7.0);
+    BuildRTables(order, places, tables.data(), level);
+    for (size_t i = 0; i < kTableLanes; ++i) {
+      const Vector one = Table(order, places.alpha[i], {places.X[i], places.Y[i], places.Z[i]});
+      for (size_t entry = 0; entry < one.size(); ++entry) {
+        const double value = tables[kTableLanes * entry + i];
+        if (i == 4)
+          ASSERT_TRUE(std::isnan(value) && std::isnan(one[entry]));
+        else
+          ASSERT_EQ(value, one[entry]) << "entry " << entry << ", lane " << i;
+      }
+      EXPECT_EQ(tables[SizeOfRTables(order) + i], 7.0);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace QXHermiteMath

@@ -1,0 +1,231 @@
+// `qxhermite charges energy`: the Coulomb energy of two charge densities.
+
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <Eigen/Geometry>
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <numbers>
+#include <optional>
+
+#include "hermite/charge/interaction.h"
+#include "tools/arguments.h"
+#include "tools/charge_density_file.h"
+#include "tools/charge_potential.h"
+#include "tools/command.h"
+#include "tools/console.h"
+#include "tools/output_file.h"
+#include "tools/site_cube.h"
+#include "tools/text.h"
+
+namespace QXTools {
+namespace {
+
+using Eigen::Vector3d;
+using QXHermiteMath::QXHermiteChargeDensity;
+
+constexpr const char* kExamples = R"(Examples:
+  qxhermite charges energy water.json formamide.json
+  qxhermite charges energy water.json formamide.json --scan z:0:10:0.5
+  qxhermite charges energy water.json formamide.json --scan rx:0:360:15 --out scan.csv
+
+Exit status: 0 all well; 1 wrong usage, or nothing could be done; 2 some energies of a scan could
+not be computed.)";
+
+/// A row of motions of the second density: along an axis in angstrom, or about one through the
+/// middle of its sites in degrees.
+struct Scan {
+  std::string axis;  ///< x, y, z, rx, ry or rz
+  double from = 0.0, to = 0.0, step = 0.0;
+
+  bool IsTurn() const { return axis.size() == 2; }
+  size_t Size() const { return static_cast<size_t>(std::floor((to - from) / step + 1e-9)) + 1; }
+};
+
+/// AXIS:FROM:TO:STEP; nothing when it is not like that.
+std::optional<Scan> ParseScan(const std::string& text) {
+  const size_t colon = text.find(':');
+  if (colon == std::string::npos) return std::nullopt;
+  Scan scan;
+  scan.axis = text.substr(0, colon);
+  const char* at = text.data() + colon;
+  const char* const end = text.data() + text.size();
+  for (double* value : {&scan.from, &scan.to, &scan.step}) {
+    if (at == end || *at++ != ':') return std::nullopt;
+    const auto [stop, error] = std::from_chars(at, end, *value);
+    if (error != std::errc() || !(std::abs(*value) <= 1e6)) return std::nullopt;
+    at = stop;
+  }
+  constexpr const char* kAxes[] = {"x", "y", "z", "rx", "ry", "rz"};
+  constexpr double kMost = 1e6;
+  const bool known = std::find(std::begin(kAxes), std::end(kAxes), scan.axis) != std::end(kAxes);
+  if (at != end || !known || !(scan.step > 0.0) || scan.to < scan.from) return std::nullopt;
+  return (scan.to - scan.from) / scan.step < kMost ? std::optional(scan) : std::nullopt;
+}
+
+struct Motion {
+  Eigen::Matrix3d rotation = Eigen::Matrix3d::Identity();
+  Vector3d translation = Vector3d::Zero();
+};
+
+Motion MotionOf(const Scan& scan, double value, const Vector3d& middle) {
+  Motion motion;
+  const Vector3d axis = Vector3d::Unit(scan.axis.back() - 'x');
+  if (scan.IsTurn()) {
+    motion.rotation = Eigen::AngleAxisd(value * std::numbers::pi / 180.0, axis).matrix();
+    motion.translation = middle - motion.rotation * middle;
+  } else {
+    motion.translation = value * axis;
+  }
+  return motion;
+}
+
+/// Two densities and what is needed to see whether their energy can be computed.
+class Pair {
+ public:
+  Pair(const QXHermiteChargeDensity& a, const QXHermiteChargeDensity& b) : a_(a), b_(b) {
+    interaction_.SetupRef(a);
+    interaction_.Setup(b);
+  }
+
+  double Energy(const Motion& motion) {
+    std::vector<double> rotation(9),
+        translation(motion.translation.begin(), motion.translation.end());
+    Eigen::Map<Eigen::Matrix<double, 3, 3, Eigen::RowMajor>>(rotation.data()) = motion.rotation;
+    return interaction_.CoulombEnergy(rotation, translation);
+  }
+
+  /// True when sites are too close for the closed form, see LeastDistance.
+  bool TooClose(const Motion& motion) const {
+    const auto a = a_.GetParams(), b = b_.GetParams();
+    for (unsigned int s = 0; s < a.NumSites(); ++s) {
+      for (unsigned int t = 0; t < b.NumSites(); ++t) {
+        if (a_.GetActives(s).empty() || b_.GetActives(t).empty()) continue;
+        const double alpha = std::pow(a.GetLambda(s), 2), beta = std::pow(b.GetLambda(t), 2);
+        const double least =
+            LeastDistance(a.GetNPolyMax(s) + b.GetNPolyMax(t), alpha * beta / (alpha + beta));
+        const Vector3d moved = motion.rotation * Center(b, t) + motion.translation;
+        if ((moved - Center(a, s)).norm() < least) return true;
+      }
+    }
+    return false;
+  }
+
+ private:
+  static Vector3d Center(const QXHermiteMath::QXMultiHermiteParameters& layout, unsigned int site) {
+    return Vector3d::Map(layout.GetCenter(site).data());
+  }
+
+  const QXHermiteChargeDensity& a_;
+  const QXHermiteChargeDensity& b_;
+  QXHermiteMath::QXHermiteInteraction interaction_;
+};
+
+class ChargesEnergyCommand : public Command {
+ public:
+  std::string Name() const override { return "charges energy"; }
+  std::string Brief() const override {
+    return "Coulomb energy of two charge densities, in kcal/mol.";
+  }
+  void Declare(CLI::App& app) override;
+  std::string Check() const override;
+  ExitStatus Run() override;
+
+ private:
+  ExitStatus RunScan(Pair& pair, const Vector3d& middle, Console& console) const;
+
+  std::string a_, b_, output_;
+  std::optional<Scan> scan_;
+};
+
+void ChargesEnergyCommand::Declare(CLI::App& app) {
+  app.option_defaults()->ignore_case();
+  app.footer(kExamples);
+  AddFile(app, "A", a_, "Charge density that stays (.json)")->required();
+  AddFile(app, "B", b_, "Charge density that --scan moves (.json)")->required();
+  app.add_option_function<std::string>(
+         "--scan",
+         [this](const std::string& text) {
+           scan_ = ParseScan(text);
+           if (!scan_) Refuse("--scan", text, "AXIS:FROM:TO:STEP, such as z:0:10:0.5");
+         },
+         "Moves of B: along x, y or z in angstrom, or about rx, ry or rz through the middle of its "
+         "sites in degrees")
+      ->type_name("AXIS:FROM:TO:STEP");
+  AddFile(app, "--out", output_, "File for the energies of a scan: .csv");
+}
+
+std::string ChargesEnergyCommand::Check() const {
+  if (!output_.empty() && !scan_) return "--out: is for the energies of --scan: leave it out";
+  for (const std::string& input : {a_, b_}) {
+    if (output_.empty() || !SameFile(output_, input)) continue;
+    return fmt::format("{}: is both read and written: give another name", output_);
+  }
+  return {};
+}
+
+ExitStatus ChargesEnergyCommand::RunScan(Pair& pair, const Vector3d& middle,
+                                         Console& console) const {
+  const std::vector<std::string> header = {scan_->IsTurn() ? "turn [degrees]" : "shift [angstrom]",
+                                           "energy [kcal/mol]"};
+  std::vector<std::vector<std::string>> rows;
+  size_t tooClose = 0;
+  for (size_t i = 0; i < scan_->Size(); ++i) {
+    const double value = scan_->from + static_cast<double>(i) * scan_->step;
+    const Motion motion = MotionOf(*scan_, value, middle);
+    const bool close = pair.TooClose(motion);
+    tooClose += close;
+    rows.push_back(
+        {fmt::format("{:.6g}", value), close ? "" : fmt::format("{:.6f}", pair.Energy(motion))});
+  }
+  if (tooClose > 0) {
+    console.Say(
+        fmt::format("{}: at {} of {} places a site comes too close to one of {} for an "
+                    "energy, which is left empty: shift it",
+                    b_, tooClose, rows.size(), a_));
+  }
+  if (!output_.empty()) {
+    OutputFile out(output_, console);
+    if (!out.IsOpen()) return kNothingDone;
+    std::ofstream file(out.TemporaryPath(), std::ios::binary);
+    file << CsvLine(header);
+    for (const auto& row : rows) file << CsvLine(row);
+    file.close();
+    if (file.fail() || !out.Commit()) return kNothingDone;
+  } else {
+    std::fputs(FormatTable(header, rows, {0, 1}).c_str(), stdout);
+  }
+  return tooClose == rows.size() ? kNothingDone : tooClose > 0 ? kSomeSkipped : kAllWell;
+}
+
+ExitStatus ChargesEnergyCommand::Run() {
+  Console console;
+  const std::optional<ChargeDensity> a = ReadChargeDensity(a_, console);
+  const std::optional<ChargeDensity> b = ReadChargeDensity(b_, console);
+  if (!a || !b) return kNothingDone;
+  Pair pair(a->density, b->density);
+  if (scan_) {
+    const SiteCube cube = CubeOfSites(b->density.GetParams());
+    return RunScan(pair, Vector3d::Map(cube.centre.data()), console);
+  }
+  if (pair.TooClose({})) {
+    console.Say(
+        fmt::format("{}: a site lies too close to one of {} for an energy: move it, as "
+                    "with --scan z:3:10:0.5",
+                    b_, a_));
+    return kNothingDone;
+  }
+  std::fputs(fmt::format("{:.6f} kcal/mol\n", pair.Energy({})).c_str(), stdout);
+  return kAllWell;
+}
+
+}  // namespace
+
+std::unique_ptr<Command> MakeChargesEnergyCommand() {
+  return std::make_unique<ChargesEnergyCommand>();
+}
+
+}  // namespace QXTools
