@@ -105,10 +105,10 @@ Eigen::MatrixXd PlainDesign(const std::vector<double>& points,
       for (unsigned int index : siteActives[site]) {
         const auto [l, m, n] = params.GetLmn(site, index);
         const double w = 2086.417842569099 / (std::pow(lambda, l + m + n) * alpha);
-        matrix(p, column) = R(0, l, m, n) * w;
-        matrix(numPoints + p, column) = R(0, l + 1, m, n) * w;
-        matrix(2 * numPoints + p, column) = R(0, l, m + 1, n) * w;
-        matrix(3 * numPoints + p, column) = R(0, l, m, n + 1) * w;
+        matrix(p, column) = R(l, m, n) * w;
+        matrix(numPoints + p, column) = R(l + 1, m, n) * w;
+        matrix(2 * numPoints + p, column) = R(l, m + 1, n) * w;
+        matrix(3 * numPoints + p, column) = R(l, m, n + 1) * w;
         ++column;
       }
     }

@@ -42,7 +42,7 @@ std::vector<RTableSite> SitesThatLeaveMore(std::vector<SiteSums<Results>> const&
   return left;
 }
 
-/// The results at each point, times the Coulomb constant. Points are taken in blocks; the table
+/// The results at each point, times kTwoPiCoulomb. Points are taken in blocks; the table
 /// goes from site to site within a block, never cleared, and in front of the first site holds what
 /// the point before has left, of the sites `left`; nothing for the first point of all.
 template <size_t Results>

@@ -17,9 +17,9 @@ inline constexpr double kCoulombConstant = 332.063713;
 /// in elementary charges (e) and angstrom. Each function is a derivative of a Gaussian, so that
 /// potential and field have a closed form: see r_table.h.
 ///
-/// At the very centre of a site with active functions, potential and field are NaN, on purpose;
-/// close to it digits are lost: some (N + 1) log10(1/T) of 16 at T = lambda^2 times the squared
-/// distance.
+/// At the very centre of a site with active functions, potential and field are NaN, on purpose.
+/// Close to it, at T = lambda^2 d^2 below 1, functions of the degree N of the site lose some
+/// N log10(1/T) of 16 digits, as the Boys functions do: see BoysFunc.
 ///
 /// Example:
 ///   QXHermiteChargeDensity density(QXMultiHermiteParameters(1, 1.2, {0, 0, 0}));

@@ -7,7 +7,7 @@
 #include "hermite/charge/r_table_lanes.h"
 #include "hermite/foundations/basis.h"
 
-// This file is compiled without fused multiply-add: results are the same to the bit everywhere.
+// This file is compiled as r_table_lanes.cpp is.
 
 namespace QXHermiteMath {
 

@@ -19,31 +19,25 @@ namespace {
 
 using Point = std::array<double, 3>;
 
-// The coefficients of H_0 .. H_degree in powers of t.
-std::vector<std::vector<double>> HermitePolynomials(int degree) {
-  std::vector<std::vector<double>> h = {{1.0}, {0.0, 2.0}};
-  for (int k = 1; k < degree; ++k) {
-    std::vector<double> next(k + 2);
-    for (int i = 0; i <= k; ++i) next[i + 1] += 2.0 * h[k][i];
-    for (int i = 0; i < k; ++i) next[i] -= 2.0 * k * h[k - 1][i];
-    h.push_back(next);
-  }
-  return h;
-}
+const double kHermite[4][4] = {{1}, {0, 2}, {-2, 0, 4}, {0, -12, 0, 8}};  // powers of t
 
 struct Cartesian {
+  int Degree() const { return a + b + c; }
+  // Among those of its degree: xx, xy, xz, yy, yz, zz.
+  int Place() const { return (b + c) * (b + c + 1) / 2 + c; }
   int a, b, c;
   double factor;
 };
 
-// (u_x^l ..) as powers of x, y, z.
+// H_l(lambda x) H_m(lambda y) H_n(lambda z) in powers of x, y, z.
 std::vector<Cartesian> Expand(int l, int m, int n, double lambda) {
-  const auto h = HermitePolynomials(3);
   std::vector<Cartesian> terms;
   for (int a = l; a >= 0; a -= 2)
     for (int b = m; b >= 0; b -= 2)
       for (int c = n; c >= 0; c -= 2)
-        terms.push_back({a, b, c, h[l][a] * h[m][b] * h[n][c] * std::pow(lambda, a + b + c)});
+        terms.push_back(
+            {a, b, c,
+             kHermite[l][a] * kHermite[m][b] * kHermite[n][c] * std::pow(lambda, a + b + c)});
   return terms;
 }
 
@@ -51,16 +45,10 @@ libint2::Shell Cartesians(int degree, double lambda, const Point& center) {
   return {{lambda * lambda}, {{degree, false, {1.0}}}, {center}};
 }
 
-// The place of x^a y^b z^c in a shell: xx, xy, xz, yy, yz, zz.
-int Place(const Cartesian& term) {
-  const int rest = term.b + term.c;
-  return rest * (rest + 1) / 2 + term.c;
-}
-
 struct Sum {
-  double value = 0, magnitude = 0;
   void Add(double term) { value += term, magnitude += std::fabs(term); }
   void Print() const { std::printf(" %.17g %.3g", value, magnitude); }
+  double value = 0, magnitude = 0;
 };
 
 template <class Visit>
@@ -90,24 +78,24 @@ int main() {
     const auto terms = Expand(l, m, n, lambdas[0]);
     Sum potential;
     for (const Cartesian& term : terms) {
-      const auto shell = Cartesians(term.a + term.b + term.c, lambdas[0], centers[0]);
+      const auto shell = Cartesians(term.Degree(), lambdas[0], centers[0]);
       attraction.compute(shell, unit);
-      potential.Add(term.factor / shell.contr[0].coeff[0] * attraction.results()[0][Place(term)]);
+      potential.Add(term.factor / shell.contr[0].coeff[0] * attraction.results()[0][term.Place()]);
     }
     potential.Print();
     ForShellOrder(2, [&](int l2, int m2, int n2) {
       const auto others = Expand(l2, m2, n2, lambdas[1]);
       Sum energy;
       for (const Cartesian& term : terms) {
-        const auto shell = Cartesians(term.a + term.b + term.c, lambdas[0], centers[0]);
+        const auto shell = Cartesians(term.Degree(), lambdas[0], centers[0]);
         for (const Cartesian& other : others) {
-          const int degree = other.a + other.b + other.c;
+          const int degree = other.Degree();
           const auto second = Cartesians(degree, lambdas[1], centers[1]);
           repulsion.compute(shell, unit, second, unit);
           const int size = (degree + 1) * (degree + 2) / 2;
           energy.Add(term.factor * other.factor / shell.contr[0].coeff[0] /
                      second.contr[0].coeff[0] *
-                     repulsion.results()[0][Place(term) * size + Place(other)]);
+                     repulsion.results()[0][term.Place() * size + other.Place()]);
         }
       }
       energy.Print();
