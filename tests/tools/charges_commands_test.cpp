@@ -192,6 +192,29 @@ TEST_F(ChargesCommands, ErrorsAreThoseOfTheDensityWritten) {
   }
 }
 
+TEST_F(ChargesCommands, HeldOutPointsAndWidthsAreNotFitted) {
+  ASSERT_EQ(Fit({"--pruned", "--actives", "12"}), 0) << err_;
+  const std::string density = ReadFile(Path("fitted.json"));
+  const double width = Json::parse(density).at("widths").at(0);
+  Json data = Json::parse(ReadFile(kWater));
+  for (size_t i = 0; i < data.at("holdout").size(); ++i) {
+    if (data["holdout"][i] == 0) continue;
+    for (const char* name : {"potential", "field_x", "field_y", "field_z"}) data[name][i] = 100.0;
+  }
+  WriteFile(Path("data.json"), data.dump());
+  ASSERT_EQ(Fit({"--pruned", "--actives", "12"}, "data.json"), 0) << err_;
+  EXPECT_EQ(ReadFile(Path("fitted.json")), density);
+  // The width found gives the least error of all tried, the last column but one before the star.
+  const auto error = [&](double lambda) {
+    EXPECT_EQ(Fit({"--pruned", "--actives", "12", "--lambda", std::to_string(lambda)}), 0);
+    std::istringstream row(out_.substr(out_.rfind('\n', out_.find('*'))));
+    const Vector cells{std::istream_iterator<double>(row), {}};
+    return std::hypot(cells.at(1), cells.at(2));
+  };
+  const double least = error(width);
+  for (const double other : {0.9, 1.162, 1.5, 1.937}) EXPECT_LE(least, error(other) + 1e-4);
+}
+
 TEST_F(ChargesCommands, RecordsWithTagsAreFittedLikeJson) {
   const Json data = Json::parse(ReadFile(kWater));
   SdRecord record{{"water", "", "", "  3  0  0  0  0  0  0  0  0  0999 V2000"}};
