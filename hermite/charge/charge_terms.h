@@ -16,7 +16,7 @@ struct ChargeTerm {
   double weight;
 };
 
-/// A site with active functions.
+/// A site with its active functions.
 struct ChargeSite {
   unsigned int N;
   double lambda;
@@ -24,7 +24,8 @@ struct ChargeSite {
   std::vector<ChargeTerm> terms;  ///< in the order of its list of actives
 };
 
-/// The sites of a density that have active functions, in their order.
+/// The sites of a density in their order: all, or those that have active functions.
+std::vector<ChargeSite> AllSites(QXHermiteChargeDensity const& density);
 std::vector<ChargeSite> ActiveSites(QXHermiteChargeDensity const& density);
 
 }  // namespace QXHermiteMath

@@ -66,13 +66,14 @@ class SiteLanes {
       // R is on the difference of the centres: its odd derivatives change sign for this one.
       weights[kTableLanes * row + count] += (l + m + n) % 2 == 0 ? weight : -weight;
     }
-    ++count;
+    hasFunctions[count++] = !site.terms.empty();
   }
 
   unsigned int N;
   size_t count = 0;
   double center[3][kTableLanes] = {};
   double beta[kTableLanes] = {};
+  bool hasFunctions[kTableLanes] = {};
   std::vector<size_t> places;   ///< of the functions that any of the sites has
   std::vector<double> weights;  ///< of each of them kTableLanes, zero where a site does not have it
 
@@ -180,23 +181,24 @@ double QXHermiteInteraction::CoulombEnergy(std::vector<double> const& rotation,
 double HermiteCoulombInteractionEnergy(QXHermiteChargeDensity const& a,
                                        QXHermiteChargeDensity const& b,
                                        std::vector<double>& table) {
-  const std::vector<ChargeSite> sitesOfA = ActiveSites(a), sitesOfB = ActiveSites(b);
-  if (sitesOfA.empty() || sitesOfB.empty()) return 0.0;
   const QXSimdLevel level = QXCore::QXGetSimdLevel();
   const unsigned int order =
       a.GetParams().GetLargestNPolyMax() + b.GetParams().GetLargestNPolyMax();
   if (table.size() < SizeOfRTables(order)) table.resize(SizeOfRTables(order));
   const EntryMap map(order);
-  const std::vector<SiteLanes> blocks = Blocks(sitesOfB, map);
+  const std::vector<SiteLanes> blocks = Blocks(AllSites(b), map);
   double energy = 0.0;
-  for (ChargeSite const& site : sitesOfA) {
+  for (ChargeSite const& site : AllSites(a)) {
     const std::vector<Function> functions = Functions(site, map);
     for (SiteLanes const& lanes : blocks) {
       const Pairs pairs(site, lanes);
+      // Also for sites without functions, whose tables are of no use: they are rare.
       BuildRTables(site.N + lanes.N, pairs.places, table.data(), level);
+      if (functions.empty()) continue;
       double sums[kTableLanes];
       QXCore::QXRunKernel(level, PairKernel{functions, lanes, map.Entries(), table.data(), sums});
-      for (size_t i = 0; i < lanes.count; ++i) energy += sums[i] * pairs.factors[i];
+      for (size_t i = 0; i < lanes.count; ++i)
+        if (lanes.hasFunctions[i]) energy += sums[i] * pairs.factors[i];
     }
   }
   return energy * kEnergyFactor;

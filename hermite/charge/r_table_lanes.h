@@ -7,7 +7,8 @@
 
 // R tables (see r_table.h) at kTableLanes places side by side, for sums over the functions of a
 // site: entry RIndex(a, b, c, d) of all of them is a row of kTableLanes doubles, lane i of which is
-// that of place i. At every level they are those of BuildBoys and BuildMcMurchieDavidson, to the bit.
+// that of place i. They are those of BuildBoys and BuildMcMurchieDavidson to the bit, at every
+// level.
 
 namespace QXHermiteMath {
 

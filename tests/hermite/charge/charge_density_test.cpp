@@ -105,7 +105,7 @@ TEST(ChargeDensity, HasChargeAndDipoleInClosedForm) {
 // Tables are the same to the bit; coefficients are scaled and terms added in another order.
 TEST(ChargeDensity, AgreesWithThePlainSums) {
   for (const UInts& degrees :
-       {UInts{2, 2, 2, 2}, UInts{1, 3, 0, 2, 3, 1, 2}, UInts{0, 0, 1, 3, 4, 1}}) {
+       {UInts{2, 2, 2, 2}, UInts{1, 3, 4, 2, 3, 1, 2}, UInts{0, 0, 1, 3, 4, 1}}) {
     const QXHermiteChargeDensity density = Density(degrees);
     for (size_t count : {0, 1, 16, 50}) {
       const Vector points = RandomPoints(count, 4.0, 6);

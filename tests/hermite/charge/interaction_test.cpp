@@ -113,13 +113,22 @@ TEST(Interaction, IsNotANumberWhereSitesCoincide) {
   b.SetCoefficients({1.0}, {0});
   QXHermiteInteraction interaction;
   const Vector identity = {1, 0, 0, 0, 1, 0, 0, 0, 1}, ontoFirst = {-1, -2, -3};
+  QXHermiteChargeDensity moved = b;
+  moved.Translate(ontoFirst);
   for (unsigned int active : {0u, 4u}) {
     a.SetCoefficients({1.0}, {active});
     interaction.SetupRef(a);
     interaction.Setup(b);
     EXPECT_EQ(std::isnan(interaction.CoulombEnergy(identity, ontoFirst)), active == 0);
+    EXPECT_EQ(std::isnan(Energy(moved, a)), active == 0);
   }
-  EXPECT_EQ(Energy(QXHermiteChargeDensity(a.GetParams()), b), 0.0) << "no functions";
+  // Without functions there is no energy, be there no lists at all, and tables are built in vain.
+  for (auto const& [one, other] : {std::pair{QXHermiteChargeDensity(a.GetParams()), b},
+                                   {b, QXHermiteChargeDensity(b.GetParams())}}) {
+    Vector table(1, -1.0);
+    EXPECT_EQ(HermiteCoulombInteractionEnergy(one, other, table), 0.0);
+    EXPECT_NE(table[0], -1.0);
+  }
 }
 
 // Setup alone makes room, for order 0 too; a larger reference after it is served all the same.
