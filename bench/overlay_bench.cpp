@@ -163,6 +163,28 @@ BENCHMARK(OverlayOneConformer)
     ->ArgName("N")
     ->Unit(benchmark::kMicrosecond);
 
+// The same by shape and charge, without a record.
+void OverlayOneConformerWithCharge(benchmark::State& state) {
+  const QXHermiteOptions options =
+      ExpandReference(static_cast<unsigned int>(state.range(0))).GetOptions();
+  QXMol reference(Reference());
+  QXShapeChargeOverlay overlay(1e-6, 200, 0.5, 0.0, options, options, 1.5, reference, QXTrans(),
+                               "shape", "charge");
+  double combination = 0;
+  for (auto _ : state) {
+    QXMol poses(1);
+    combination = overlay.FindBestOverlay(Fits().at(0), 1, poses);
+  }
+  state.counters["Combo"] = combination;
+}
+BENCHMARK(OverlayOneConformerWithCharge)
+    ->Arg(3)
+    ->Arg(5)
+    ->Arg(7)
+    ->Arg(10)
+    ->ArgName("N")
+    ->Unit(benchmark::kMicrosecond);
+
 void OrientOneConformer(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(Oriented(Fits().at(0)).NumAtoms());
 }

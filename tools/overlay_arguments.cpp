@@ -61,18 +61,12 @@ void AddChargeOptions(CLI::App& app, OverlayArguments& arguments) {
             "Added to every charge Tanimoto; it changes no pose and no order", "0");
   AddNumber(app, "--charge-sigma", arguments.chargeSigma, 0.0,
             "Width of the charge of an atom, a standard deviation in angstrom");
-  app.add_option_function<std::string>(
-         "--charges",
-         [&arguments](const std::string& source) {
-           if (source != "file" && source != "gasteiger") {
-             Refuse("--charges", source, "file or gasteiger");
-           }
-           arguments.computeCharges = source == "gasteiger";
-         },
-         "Partial charges of reference and fits: those in the files, or computed ones, file or "
-         "gasteiger")
-      ->type_name("SOURCE")
-      ->default_str("file");
+  app.add_option("--charges", arguments.charges,
+                 "Partial charges of reference and fits: those that the files tell (file), or "
+                 "computed ones (gasteiger)")
+      ->transform(CLI::IsMember({"file", "gasteiger"}, CLI::ignore_case))
+      ->capture_default_str()
+      ->type_name("SOURCE");
   for (const char* name : kChargeOptions) app.get_option(name)->group("Charge");
 }
 

@@ -23,8 +23,8 @@ struct OverlayArguments {
   double chargeWeight = 0.0;  ///< 0: charge takes no part
   double chargeOffset = 0.0;
   double chargeSigma = 1.5;
-  bool computeCharges = false;  ///< instead of those in the files
-  std::string chargeDetail;     ///< an option about charges that was given; empty: none
+  std::string charges = "file";  ///< or "gasteiger"
+  std::string chargeDetail;      ///< an option about charges that was given; empty: none
   double tolerance = 1e-8;
   unsigned int maxIterations = 200;
   unsigned int poses = 1;
@@ -33,6 +33,8 @@ struct OverlayArguments {
   bool group = true;
   bool inPlace = false;
   bool quiet = false;
+
+  bool ComputesCharges() const { return charges == "gasteiger"; }
 };
 
 /// True when a grid takes part.

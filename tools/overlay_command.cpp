@@ -120,7 +120,7 @@ bool OverlayRun::CanWrite() {
 
 /// Computes the charges where that is asked for. False when they are impossible.
 bool OverlayRun::MakeCharges(const std::string& path, MoleculeGroup& group) {
-  if (!arguments_.computeCharges || group.records.empty()) return true;
+  if (!arguments_.ComputesCharges() || group.records.empty()) return true;
   if (!ComputeCharges(group.mol, fmt::format("{}:{}", path, group.records.front()), console_)) {
     recordsSkipped_ += group.records.size();
     return false;
@@ -142,7 +142,7 @@ std::optional<QXMol> OverlayRun::InFrame(const QXConfBase& conformer,
   QXMol moved(conformer, 1);
   SetPartialCharges(charges, moved);
   if (reference_.charge) {
-    if (const std::string reason = WhyUncharged(moved, arguments_.computeCharges);
+    if (const std::string reason = WhyUncharged(moved, arguments_.ComputesCharges());
         !reason.empty()) {
       Skip(where, reason);
       return std::nullopt;

@@ -70,8 +70,8 @@ std::optional<Reference> FromMolecule(const OverlayArguments& arguments, Console
   if (LooksLikeDrawing(heavy)) console.Say(fmt::format("{}: {}", place, kDrawingWarning));
 
   if (arguments.chargeWeight > 0.0) {
-    if (arguments.computeCharges && !ComputeCharges(*mol, place, console)) return std::nullopt;
-    if (const std::string reason = WhyUncharged(*mol, arguments.computeCharges); !reason.empty())
+    if (arguments.ComputesCharges() && !ComputeCharges(*mol, place, console)) return std::nullopt;
+    if (const std::string reason = WhyUncharged(*mol, arguments.ComputesCharges()); !reason.empty())
       return refuse(reason);
   }
 

@@ -19,23 +19,31 @@ constexpr double kLongestStep = 0.5;
 
 }  // namespace
 
-QXHermite ExpandHeavyAtoms(QXMolKit::QXMolBase const& mol, QXHermiteOptions const& options) {
+std::vector<QXGaussian> GetHeavyAtomGaussians(QXMolKit::QXMolBase const& mol) {
   QXMol heavy(mol, 1);
   QXMolKit::QXSuppressHydrogens(heavy, false, false, true);
   heavy.CompactAtoms();
+  return QXMolToGaussians(heavy, kOverlayAtomRadius);
+}
+
+QXHermite ExpandHeavyAtoms(QXMolKit::QXMolBase const& mol, QXHermiteOptions const& options) {
   QXHermite h;
-  h.Setup(QXMolToGaussians(heavy, kOverlayAtomRadius), options);
+  h.Setup(GetHeavyAtomGaussians(mol), options);
   return h;
+}
+
+const std::vector<double>* FindKeptCoefficients(QXCore::QXBase const& mol, const char* tag,
+                                                QXHermiteOptions const& options) {
+  if (!mol.HasDataOfType<std::vector<double>>(tag)) return nullptr;
+  const auto& kept = mol.GetData<std::vector<double>>(tag);
+  const bool finite =
+      std::all_of(kept.begin(), kept.end(), [](double c) { return std::isfinite(c); });
+  return finite && kept.size() == QXHermiteBasisSize(options.GetNPolyMax()) ? &kept : nullptr;
 }
 
 std::vector<double> GetConformerCoefficients(QXMolKit::QXConfBase const& conformer, const char* tag,
                                              QXHermiteOptions const& options) {
-  if (conformer.HasDataOfType<std::vector<double>>(tag)) {
-    const auto& kept = conformer.GetData<std::vector<double>>(tag);
-    const bool finite =
-        std::all_of(kept.begin(), kept.end(), [](double c) { return std::isfinite(c); });
-    if (finite && kept.size() == QXHermiteBasisSize(options.GetNPolyMax())) return kept;
-  }
+  if (const auto* kept = FindKeptCoefficients(conformer, tag, options)) return *kept;
   return ExpandHeavyAtoms(conformer, options).GetCoefficients();
 }
 
@@ -59,7 +67,7 @@ QXMol GetStart(QXMolKit::QXConfBase const& conformer, size_t k) {
   return start;
 }
 
-std::vector<double> FindOptimum(QXHermiteOverlap& overlap, double tolerance,
+std::vector<double> FindOptimum(QXMinimizer::QXFunc1& objective, double tolerance,
                                 unsigned int iterationLimit) {
   QXMinimizer::QXBFGSOpt minimizer;
   minimizer.SetTolerance(tolerance);
@@ -67,7 +75,7 @@ std::vector<double> FindOptimum(QXHermiteOverlap& overlap, double tolerance,
   minimizer.SetLongestStep(kLongestStep);
   const double identity[6] = {};
   std::vector<double> p(6);
-  minimizer(overlap, identity, p.data());
+  minimizer(objective, identity, p.data());
   return p;
 }
 

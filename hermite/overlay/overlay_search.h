@@ -6,16 +6,23 @@
 #include "hermite/overlay/overlap.h"
 #include "host/molkit/mol.h"
 
-// What the overlays by shape share: how a molecule becomes coefficients, the four starts of a fit,
-// and the search from one of them.
+// What the overlays of molecules share: how a molecule becomes coefficients, the four starts of a
+// fit, and the search from one of them.
 
 namespace QXHermiteMath {
 
-/// The expansion of the heavy atoms of one conformer, each atom of radius kOverlayAtomRadius.
+/// The shape density of one conformer: its heavy atoms, each of radius kOverlayAtomRadius.
+std::vector<QXGaussian> GetHeavyAtomGaussians(QXMolKit::QXMolBase const& mol);
+
+/// The expansion of that density.
 QXHermite ExpandHeavyAtoms(QXMolKit::QXMolBase const& mol, QXHermiteOptions const& options);
 
-/// The coefficients of a conformer: the vector kept under `tag` where it is finite and of the size
-/// of the basis, else those of ExpandHeavyAtoms.
+/// The coefficients kept under `tag`, or null where there are none that are finite and of the size
+/// of the basis.
+const std::vector<double>* FindKeptCoefficients(QXCore::QXBase const& mol, const char* tag,
+                                                QXHermiteOptions const& options);
+
+/// The coefficients of a conformer: those kept under `tag`, else those of ExpandHeavyAtoms.
 std::vector<double> GetConformerCoefficients(QXMolKit::QXConfBase const& conformer, const char* tag,
                                              QXHermiteOptions const& options);
 
@@ -31,9 +38,9 @@ QXMolKit::QXMol GetStart(QXMolKit::QXConfBase const& conformer, size_t k);
 /// The matrix of start k, nine doubles: rot_X, rot_Y, rot_Z for 1, 2, 3, and null for 0.
 const double* GetStartRotation(size_t k);
 
-/// The six variables of the optimum of `overlap` that is found from the identity. An exhausted
+/// The six variables of the optimum of `objective` that is found from the identity. An exhausted
 /// limit is a result like any other.
-std::vector<double> FindOptimum(QXHermiteOverlap& overlap, double tolerance,
+std::vector<double> FindOptimum(QXMinimizer::QXFunc1& objective, double tolerance,
                                 unsigned int iterationLimit);
 
 /// The expansion of these coefficients, moved by the six variables p.

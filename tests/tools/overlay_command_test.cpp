@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "host/molkit/molstream.h"
+#include "support/check.h"
 #include "tests/tools/tool_test.h"
 
 namespace {
@@ -381,6 +382,95 @@ TEST_F(OverlayCommand, ExpansionOptionsReachTheExpansion) {
             "approximate: leave --UseSingleLambda true unless you need them\n");
 }
 
+// What a pose tells under the three tags of an overlay that weighs charge.
+std::vector<double> Scores(const SdRecord& hit) {
+  std::vector<double> scores;
+  for (const char* tag : {"Shape + Charge Tanimoto Combo", kScoreTag, "Charge Tanimoto"}) {
+    scores.push_back(std::stod(hit.Data(tag)));
+  }
+  return scores;
+}
+
+TEST_F(OverlayCommand, ChargeTellsApartTheEndsOfARod) {
+  // By shape a rod fits both ways. One of the fits is the reference after a half turn; of the
+  // other, a record of the same structure and so a conformer, the charges are the other way round.
+  const SdRecord rod = Carbons("rod", {{0, 0, 0}, {1.5, 0, 0}, {3, 0, 0}, {4.5, 0, 0}, {6, 0, 0}});
+  const std::string ownCharges = "-0.5 0 0 0 0.4";
+  reference_ = rod.WithData({{"PartialCharges", "0.5 0 0 0 -0.5"}});
+  ASSERT_EQ(Overlay({rod.WithData({{"PartialCharges", ownCharges}}),
+                     reference_.Moved(MakeMotion({0, 0, 1, 0}, {3, 4, 5}))},
+                    {"--charge-weight", "2", "--charge-offset", "-0.25", "--poses", "8", "--csv",
+                     "hits.csv", "--records", "kept"}),
+            0)
+      << err_;
+  const std::vector<SdRecord> hits = Hits();
+  ASSERT_EQ(hits.size(), 8u);
+  EXPECT_LT(LargestDistance(hits[0], reference_), 0.01);
+  EXPECT_THAT(out_,
+              testing::StartsWith("Rank  Title  Conformer      Combo     Shape     Charge\n"
+                                  "   1  rod            2   2.500000  1.000000   1.000000\n"));
+  EXPECT_THAT(
+      ReadFile(Path("hits.csv")),
+      testing::StartsWith("rank,title,file,record,conformer,combo,shape_tanimoto,charge_tanimoto\n"
+                          "1,rod,fit.sdf,2,2,2.500000,1.000000,1.000000\n"));
+  const auto other = std::ranges::find_if(
+      hits, [&](const SdRecord& hit) { return hit.Data("PartialCharges") == ownCharges; });
+  ASSERT_NE(other, hits.end());
+  EXPECT_NEAR(other->Place(4)[0], 0.0, 0.5) << "a charge of 0.4 on one of 0.5";
+  const std::vector<double> scores = Scores(*other);
+  EXPECT_NEAR(scores[0], scores[1] + 2 * (scores[2] - 0.25), 2e-6);
+  QXMolKit::qxmolistream record(Path("kept/000001_rod.qxb"));
+  size_t kept = 0;
+  for (QXMolKit::QXMol mol; QXMolKit::QXReadMolecule(record, mol); ++kept)
+    EXPECT_EQ(QXMolKit::QXGetSDData(mol, "Charge Tanimoto"), hits.at(kept).Data("Charge Tanimoto"));
+  EXPECT_EQ(kept, 8u);
+}
+
+TEST_F(OverlayCommand, ChargesComeFromTheFilesOrAreComputed) {
+  const std::vector<SdRecord> drugs = Drugs({"naproxen", "morphine"});
+  std::vector<SdRecord> bare;
+  for (const SdRecord& drug : drugs) bare.push_back(drug.WithData({}));
+  const std::vector<std::string> weighed = {"--charge-weight", "1", "--npolymax", "7"};
+  std::vector<std::string> computed = weighed, centred = weighed;
+  computed.insert(computed.end(), {"--charges", "gasteiger"});
+  centred.insert(centred.end(), {"-UseCenterOfMass", "true"});
+  ASSERT_EQ(Overlay(drugs, weighed), 0) << err_;
+  const std::vector<SdRecord> told = Hits();
+  ASSERT_EQ(told.size(), 2u);
+  // The charges of the examples are Gasteiger's, rounded to four digits behind the point, some 1e-3
+  // of the larger ones. Shape and charge have one centre in any case.
+  for (const auto& [fits, words, tolerance] :
+       {std::tuple(bare, computed, 1e-3), std::tuple(drugs, centred, 1e-5)}) {
+    ASSERT_EQ(Overlay(fits, words), 0) << err_;
+    for (size_t i = 0; i < 2; ++i) {
+      EXPECT_TRUE(AllNear(Scores(Hits().at(i)), Scores(told[i]), tolerance)) << told[i].Title();
+    }
+  }
+  EXPECT_NE(Hits()[0].Data("PartialCharges"), "(none)");
+
+  SdRecord pentavalent = bare[0].Titled("pentavalent");
+  for (size_t bond = 0; bond < pentavalent.NumBonds(); ++bond) {
+    pentavalent.lines[4 + pentavalent.NumAtoms() + bond].replace(6, 3, "  2");
+  }
+  EXPECT_EQ(Overlay({drugs[0], bare[0].Titled("bare")}, weighed), 2);
+  EXPECT_EQ(err_,
+            "fit.sdf:2: \"bare\" has no partial charges: give --charges gasteiger, or a file with "
+            "charges\n1 record skipped\n");
+  EXPECT_EQ(Overlay({drugs[0], pentavalent, Carbons("methane", {{0, 0, 0}})}, computed), 2);
+  EXPECT_THAT(err_,
+              testing::MatchesRegex(
+                  "fit.sdf:2: \"pentavalent\": Gasteiger charges are impossible .*: give "
+                  "charges in the file\n"
+                  "fit.sdf:3: \"methane\" has no partial charges, all computed ones are zero: "
+                  "give a file with charges\n2 records skipped\n"));
+  reference_ = bare[0];
+  EXPECT_EQ(Overlay(drugs, weighed), 1);
+  EXPECT_EQ(err_,
+            "ref.sdf:1: \"" + reference_.Title() +
+                "\" has no partial charges: give --charges gasteiger, or a file with charges\n"
+                "the reference could not be used: nothing was written\n");
+}
+
 TEST_F(OverlayCommand, WrongUsageIsExplained) {
   const std::string help = "\nRun qxhermite overlay --help for the options.\n";
   const std::pair<std::vector<std::string>, std::string> cases[] = {
@@ -403,12 +493,21 @@ TEST_F(OverlayCommand, WrongUsageIsExplained) {
       {{"--csv", "./ref.sdf"}, "./ref.sdf: is both read and written: give another name"},
       {{"--records", "."}, "fit.sdf: lies in the folder of --records: give another folder"},
       {{"--csv", "./hits.sdf"}, "./hits.sdf: is written twice: give --csv another name"},
+      {{"--charge-weight", "0"}, "--charge-weight: '0' is not a positive number"},
+      {{"--charge-weight", "1", "--charge-offset", "inf"},
+       "--charge-offset: 'inf' is not a finite number"},
+      {{"--charge-weight", "1", "--charges", "best"}, "--charges: best not in {file,gasteiger}"},
+      {{"--charge-sigma", "1.5"},
+       "--charge-sigma: is for overlays that weigh charge: give --charge-weight too"},
       {{"--nonsense"}, "The following argument was not expected: --nonsense"},
   };
   for (const auto& [words, message] : cases) {
     EXPECT_EQ(Overlay({reference_}, words), 1);
     EXPECT_EQ(err_, "qxhermite: " + message + help);
   }
+  EXPECT_EQ(Run({"--ref", "map.ccp4", "--fit", "fit.sdf", "--out", "x.sdf", "--charges", "file"}),
+            1);
+  EXPECT_EQ(err_, "qxhermite: --charges: is for molecules: leave it out" + help);
   EXPECT_EQ(Run({"--ref", "ref.sdf", "--fit", "fit.sdf", "--out", "hits.mol2"}), 1);
   EXPECT_EQ(err_,
             "qxhermite: hits.mol2: poses cannot be written in this format: name it .sdf, "
@@ -426,7 +525,8 @@ TEST_F(OverlayCommand, WrongUsageIsExplained) {
   EXPECT_EQ(Finish(Start({}, "set -- \"$1\" frobnicate")), 1);
   EXPECT_EQ(err_,
             "qxhermite: 'frobnicate' is not a command: choose one of overlay, expand, grid, "
-            "atoms, fit-grid\nRun qxhermite --help for the options.\n");
+            "atoms, fit-grid, charges fit, charges potential, charges energy\nRun qxhermite --help "
+            "for the options.\n");
   EXPECT_EQ(Run({"--help"}), 0);
   EXPECT_THAT(out_, testing::AllOf(HasSubstr("Examples:"), HasSubstr("Resolution Parameter."),
                                    HasSubstr("--UseOptimalLambdas")));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Eigen/Geometry>
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
@@ -59,6 +60,15 @@ struct SdRecord {
   SdRecord Titled(const std::string& title) const {
     SdRecord copy(*this);
     copy.lines[0] = title;
+    return copy;
+  }
+  /// With data items: tags and values of one line, in the place of all others.
+  SdRecord WithData(const std::vector<std::pair<std::string, std::string>>& items) const {
+    SdRecord copy(*this);
+    copy.lines.erase(std::ranges::find(copy.lines, "M  END") + 1, copy.lines.end());
+    for (const auto& [tag, value] : items) {
+      copy.lines.insert(copy.lines.end(), {"> <" + tag + ">", value, ""});
+    }
     return copy;
   }
   SdRecord Moved(const Motion& motion) const {

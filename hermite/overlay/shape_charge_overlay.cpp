@@ -1,0 +1,92 @@
+#include "hermite/overlay/shape_charge_overlay.h"
+
+#include <memory>
+
+#include "hermite/expansion/mol_to_gaussians.h"
+#include "hermite/overlay/overlay_results.h"
+#include "hermite/overlay/overlay_search.h"
+
+namespace QXHermiteMath {
+
+using ConfIterator = std::unique_ptr<QXMolKit::QXIterator<QXMolKit::QXConfBase>>;
+
+QXShapeChargeOverlay::QXShapeChargeOverlay(double newTolerance, unsigned int newIterationLimit,
+                                           double weight, double offset,
+                                           QXHermiteOptions newShapeOptions,
+                                           QXHermiteOptions newChargeOptions, double sigma,
+                                           QXMol& ref, QXTrans const& newTrans,
+                                           std::string newShapeTag, std::string newChargeTag)
+    : chargeWeight(weight),
+      chargeOffset(offset),
+      chargeSigma(sigma),
+      tolerance(newTolerance),
+      iterationLimit(newIterationLimit),
+      shapeOptions(std::move(newShapeOptions)),
+      chargeOptions(std::move(newChargeOptions)),
+      refMol(ref),
+      trans(newTrans),
+      shapeTag(std::move(newShapeTag)),
+      chargeTag(std::move(newChargeTag)),
+      objective(weight, offset) {
+  const QXMolKit::QXMCMolBase& mol = refMol;
+  const auto* shape = FindKeptCoefficients(mol, shapeTag.c_str(), shapeOptions);
+  const auto* charge = FindKeptCoefficients(mol, chargeTag.c_str(), chargeOptions);
+  if (shape && charge) {
+    objective.SetupRef(*shape, shapeOptions, *charge, chargeOptions);
+  } else {
+    objective.SetupRef(GetHeavyAtomGaussians(mol), shapeOptions,
+                       QXMolToElectroStaticGaussians(refMol, chargeSigma), chargeOptions);
+  }
+}
+
+double QXShapeChargeOverlay::FindBestOverlay(QXMol const& fit, unsigned int nPoses, QXMol& result) {
+  std::vector<std::pair<double, QXMol>> results;
+  const ConfIterator confs(fit.GetConfs());
+  for (; confs && confs->IsValid(); confs->Next()) {
+    const QXMolKit::QXConfBase& conformer = *confs->Get();
+    const auto [shape, charge] = GetCoefficients(conformer);
+    const auto shapes = GetStartCoefficients(shape, shapeOptions, false);
+    const auto charges = GetStartCoefficients(charge, chargeOptions, false);
+    for (size_t k = 0; k < shapes.size(); ++k) {
+      QXMol pose(1);
+      const double score = FindLocalMinimum(GetStart(conformer, k), shapes[k], charges[k], pose);
+      results.emplace_back(score, std::move(pose));
+    }
+  }
+  return PostProcessOverlayData(results, nPoses, trans, result);
+}
+
+std::pair<std::vector<double>, std::vector<double>> QXShapeChargeOverlay::GetCoefficients(
+    QXMolKit::QXConfBase const& conformer) const {
+  const auto* shape = FindKeptCoefficients(conformer, shapeTag.c_str(), shapeOptions);
+  const auto* charge = FindKeptCoefficients(conformer, chargeTag.c_str(), chargeOptions);
+  if (shape && charge) return {*shape, *charge};
+  QXHermite h;
+  h.Setup(QXMolToElectroStaticGaussians(QXMol(conformer, 1), chargeSigma), chargeOptions);
+  return {ExpandHeavyAtoms(conformer, shapeOptions).GetCoefficients(), h.GetCoefficients()};
+}
+
+double QXShapeChargeOverlay::FindLocalMinimum(QXMol const& start,
+                                              std::vector<double> const& shapeCoefficients,
+                                              std::vector<double> const& chargeCoefficients,
+                                              QXMol& pose) {
+  objective.Setup(shapeCoefficients, chargeCoefficients);
+  const std::vector<double> p = FindOptimum(objective, tolerance, iterationLimit);
+  const double score = -objective(p.data());
+  double shapeTanimoto = 0.0, chargeTanimoto = 0.0;  // these without the guard of the score
+  objective.ComputeShapeChargeTanimotos(p.data(), shapeTanimoto, chargeTanimoto);
+  pose = FindPose(start, p);
+  const ConfIterator confs(pose.GetConfs());
+  for (; confs && confs->IsValid(); confs->Next()) {
+    QXMolKit::QXConfBase& conformer = *confs->Get();
+    QXMolKit::QXSetSDData(conformer, "Shape Tanimoto", std::to_string(shapeTanimoto));
+    QXMolKit::QXSetSDData(conformer, "Charge Tanimoto", std::to_string(chargeTanimoto));
+    QXMolKit::QXSetSDData(conformer, "Shape + Charge Tanimoto Combo", std::to_string(score));
+    // Those of the start would not fit the pose.
+    conformer.DeleteData(shapeTag.c_str());
+    conformer.DeleteData(chargeTag.c_str());
+  }
+  return score;
+}
+
+}  // namespace QXHermiteMath
