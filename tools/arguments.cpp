@@ -47,8 +47,8 @@ CLI::Option* AddFile(CLI::App& app, const std::string& name, std::vector<std::st
 }
 
 void AddCount(CLI::App& app, const std::string& name, unsigned int& value, unsigned int least,
-              const std::string& help) {
-  const std::string shown = fmt::format("{}", value);
+              const std::string& help, const std::string& zeroMeans) {
+  const std::string shown = value == 0 && !zeroMeans.empty() ? zeroMeans : fmt::format("{}", value);
   app.add_option_function<std::string>(
          name,
          [&value, name, least](const std::string& text) {
@@ -115,6 +115,12 @@ void AddExpansionOptions(CLI::App& app, QXHermiteMath::QXHermiteOptions& options
     const double width = options.GetLambdaX();
     if (options.GetUseSingleLambda()) SetLambdas(options, width, width, width);
   });
+}
+
+std::string CheckCsvName(const std::string& file) {
+  return CLI::detail::to_lower(file).ends_with(".csv")
+             ? ""
+             : fmt::format("{}: not the name of a table: name it .csv", file);
 }
 
 bool SameFile(const std::string& a, const std::string& b) {

@@ -24,9 +24,10 @@ CLI::Option* AddFile(CLI::App& app, const std::string& name, std::string& file,
 CLI::Option* AddFile(CLI::App& app, const std::string& name, std::vector<std::string>& files,
                      const std::string& help);
 
-/// An option with a whole number of at least `least`.
+/// An option with a whole number of at least `least`. With `zeroMeans`, the help shows that text as
+/// the default while the value is 0.
 void AddCount(CLI::App& app, const std::string& name, unsigned int& value, unsigned int least,
-              const std::string& help);
+              const std::string& help, const std::string& zeroMeans = {});
 
 /// An option with a finite number greater than `above`. With `zeroMeans`, the help shows that text
 /// as the default while the value is 0.
@@ -39,6 +40,9 @@ void AddParameters(CLI::App& app, QXCore::QXOptions& options, const std::string&
 
 /// The same for options of an expansion. With -UseSingleLambda, -LambdaX speaks for all three.
 void AddExpansionOptions(CLI::App& app, QXHermiteMath::QXHermiteOptions& options);
+
+/// An empty text, or that this is not the name of a file of comma-separated values.
+std::string CheckCsvName(const std::string& file);
 
 /// True when both names lead to one file, existing or not.
 bool SameFile(const std::string& a, const std::string& b);

@@ -9,8 +9,12 @@ namespace QXTools {
 
 using QXMolKit::QXMol;
 
-constexpr double kFarthest = 1e5;  // angstrom from the origin, as for grids
+namespace {
+
+constexpr double kFarthest = 1e6;  // angstrom from the origin, as of points
 constexpr unsigned int kHeaviest = 118;
+
+}  // namespace
 
 Json AtomsToJson(const QXMol& mol) {
   const std::vector<double> places = Coordinates(mol);
@@ -31,15 +35,18 @@ QXMol AtomsFromJson(const Json& list) {
   for (size_t i = 0; i < list.size(); ++i) {
     const std::string place = fmt::format("atoms[{}]", i);
     RequireField(list[i].is_object(), place, "is no object");
-    const Json number = GetField<Json>(list[i], "atomic_number");
-    RequireField(number.is_number_unsigned() && number.get<uint64_t>() <= kHeaviest,
+    const auto number = list[i].find("atomic_number");
+    RequireField(number != list[i].end() && number->is_number_unsigned() &&
+                     number->get<uint64_t>() <= kHeaviest,
                  place + ".atomic_number", "is not the number of an element");
-    mol.NewAtom(number.get<unsigned int>());
+    mol.NewAtom(number->get<unsigned int>());
     for (const char* axis : {"x", "y", "z"}) {
-      const double x = GetField<double>(list[i], axis);
-      RequireField(std::abs(x) <= kFarthest, fmt::format("{}.{}", place, axis),
-                   fmt::format("{} is not within {} A of the origin", x, kFarthest));
-      places.push_back(x);
+      const std::string name = fmt::format("{}.{}", place, axis);
+      const auto x = list[i].find(axis);
+      RequireField(x != list[i].end() && x->is_number(), name, "is no number");
+      places.push_back(x->get<double>());
+      RequireField(std::abs(places.back()) <= kFarthest, name,
+                   fmt::format("{} is not within {} A of the origin", places.back(), kFarthest));
     }
   }
   if (!places.empty()) mol.SetCoords(places.data());

@@ -15,6 +15,7 @@ constexpr const char* kFunctions =
 
 Json Units() {
   return {{"length", "angstrom"},
+          {"width", "1/angstrom"},
           {"charge", "e"},
           {"coefficients", "e/angstrom^3"},
           {"dipole", "e angstrom"}};

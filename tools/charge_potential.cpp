@@ -1,13 +1,41 @@
 #include "tools/charge_potential.h"
 
-#include <Eigen/Core>
-#include <Eigen/Geometry>
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <numbers>
+#include <utility>
 
 namespace QXTools {
 
 using QXHermiteMath::QXHermiteChargeDensity;
+using QXHermiteMath::QXMultiHermiteParameters;
+
+namespace {
+
+constexpr unsigned int kNodes = 40;
+
+struct Node {
+  double s;
+  double weight;
+};
+
+/// Nodes and weights of Gauss and Legendre for integrals over 0 .. 1.
+std::vector<Node> MakeNodes() {
+  std::vector<Node> nodes;
+  for (unsigned int k = 0; k < kNodes; ++k) {
+    double x = std::cos(std::numbers::pi * (k + 0.75) / (kNodes + 0.5)), slope = 1.0;
+    for (int step = 0; step < 10; ++step) {
+      const double P = std::legendre(kNodes, x);
+      slope = kNodes * (std::legendre(kNodes - 1, x) - x * P) / (1.0 - x * x);
+      x -= P / slope;
+    }
+    nodes.push_back({0.5 * (1.0 + x), 1.0 / ((1.0 - x * x) * slope * slope)});
+  }
+  return nodes;
+}
+
+}  // namespace
 
 double LeastDistance(unsigned int order, double alpha) {
   // F_n(T) = (... - ...)/((2n + 1) t_n) with t_n = (2T)^n/(3 5 .. (2n + 1)): of numbers near 1 that
@@ -22,69 +50,101 @@ double LeastDistance(unsigned int order, double alpha) {
 
 ChargePotential::ChargePotential(const QXHermiteChargeDensity& density)
     : density_(density.WithSpareDegree()) {
-  const auto layout = density.GetParams();
+  const QXMultiHermiteParameters layout = density_.GetParams();
   for (unsigned int site = 0; site < layout.NumSites(); ++site) {
-    if (density.GetActives(site).empty()) continue;
+    if (density_.GetActives(site).empty()) continue;
     Site& one = sites_.emplace_back();
+    one.index = site;
     std::copy_n(layout.GetCenter(site).begin(), 3, one.center);
     const double lambda = layout.GetLambda(site);
-    one.least = LeastDistance(layout.GetNPolyMax(site) + 1, lambda * lambda);
+    one.least = LeastDistance(layout.GetNPolyMax(site), lambda * lambda);
   }
 }
 
-const ChargePotential::Site* ChargePotential::TooClose(const double* point) const {
-  const Eigen::Map<const Eigen::Vector3d> p(point);
+std::vector<unsigned int> ChargePotential::TooClose(const double* point) const {
+  std::vector<unsigned int> close;
   for (const Site& site : sites_) {
-    const Eigen::Map<const Eigen::Vector3d> center(site.center);
-    if ((p - center).squaredNorm() < site.least * site.least) return &site;
+    const double distance =
+        std::hypot(point[0] - site.center[0], point[1] - site.center[1], point[2] - site.center[2]);
+    if (distance < site.least) close.push_back(site.index);
   }
-  return nullptr;
+  return close;
 }
 
-size_t ChargePotential::CountClose(const std::vector<double>& points) const {
-  size_t count = 0;
-  for (size_t i = 0; i < points.size(); i += 3) count += TooClose(&points[i]) != nullptr;
-  return count;
+QXHermiteChargeDensity ChargePotential::Without(const std::vector<unsigned int>& sites) const {
+  QXHermiteChargeDensity rest = density_;
+  std::vector<double> dense = density_.GetDenseCoefficients();
+  for (const unsigned int site : sites) {
+    for (const unsigned int index : density_.GetActives(site)) dense[index] = 0.0;
+  }
+  rest.SetCoefficients(dense);
+  return rest;
 }
 
-template <typename Evaluate>
-std::vector<double> ChargePotential::Values(const std::vector<double>& points, size_t each,
-                                            Evaluate evaluate) {
-  std::vector<double> values = evaluate(points);
-  // Four points on a line across the way to the site, from which what lies between follows to the
-  // fourth order: (4 (f(d) + f(-d)) - (f(2d) + f(-2d)))/6.
-  std::vector<size_t> close;
-  std::vector<double> around;
-  for (size_t i = 0; 3 * i < points.size(); ++i) {
-    const Site* const site = TooClose(&points[3 * i]);
-    if (site == nullptr) continue;
-    close.push_back(i);
-    const Eigen::Map<const Eigen::Vector3d> p(&points[3 * i]), center(site->center);
-    Eigen::Vector3d way = p - center;
-    if (way.norm() < 1e-3 * site->least) way = Eigen::Vector3d::UnitX();
-    const Eigen::Vector3d across = site->least * way.unitOrthogonal();
-    for (const double steps : {1.0, -1.0, 2.0, -2.0}) {
-      const Eigen::Vector3d place = p + steps * across;
-      around.insert(around.end(), place.begin(), place.end());
+std::vector<double> ChargePotential::ByQuadrature(unsigned int site, const double* point) const {
+  // With F_0(T) as the integral of exp(-T s^2) over s from 0 to 1 and u = lambda (r - center), a
+  // function H_l H_m H_n exp(-u^2) has the potential 2 pi/lambda^2 times the integral over s of
+  //
+  //   s^(l+m+n) H_l(s u_x) H_m(s u_y) H_n(s u_z) exp(-s^2 u^2),
+  //
+  // and each derivative raises a degree: that of H_k(s u) exp(-s^2 u^2) by u is -s H_(k+1).
+  static const std::vector<Node> nodes = MakeNodes();
+  const QXMultiHermiteParameters layout = density_.GetParams();
+  const double lambda = layout.GetLambda(site);
+  const std::vector<double> center = layout.GetCenter(site);
+  std::vector<double> sums(4);
+  for (const Node& node : nodes) {
+    double s2u2 = 0.0;
+    std::array<double, 3> su;
+    for (size_t axis = 0; axis < 3; ++axis) {
+      su[axis] = node.s * lambda * (point[axis] - center[axis]);
+      s2u2 += su[axis] * su[axis];
+    }
+    for (const unsigned int index : density_.GetActives(site)) {
+      const auto lmn = layout.GetLmn(site, index);
+      const double weight = node.weight * std::exp(-s2u2) * density_.GetCoefficient(index) *
+                            std::pow(node.s, lmn[0] + lmn[1] + lmn[2]);
+      for (size_t k = 0; k < 4; ++k) {  // the potential, then the derivatives by x, y and z
+        double product = weight;
+        for (size_t axis = 0; axis < 3; ++axis) {
+          product *= std::hermite(lmn[axis] + (k == axis + 1), su[axis]);
+        }
+        sums[k] += k == 0 ? product : product * node.s * lambda;
+      }
     }
   }
-  const std::vector<double> f = evaluate(around);
-  for (size_t k = 0; k < close.size(); ++k) {
-    for (size_t j = 0; j < each; ++j) {
-      const double* const at = &f[4 * each * k + j];
-      values[each * close[k] + j] =
-          (4.0 * (at[0] + at[each]) - (at[2 * each] + at[3 * each])) / 6.0;
-    }
+  const double factor =
+      2.0 * std::numbers::pi * QXHermiteMath::kCoulombConstant / (lambda * lambda);
+  for (double& sum : sums) sum *= factor;
+  return sums;
+}
+
+std::vector<double> ChargePotential::Potential(const std::vector<double>& points) const {
+  std::vector<double> values = density_.EvaluatePotential(points);
+  for (size_t i = 0; i < values.size(); ++i) {
+    const double* const point = &points[3 * i];
+    const std::vector<unsigned int> close = TooClose(point);
+    if (close.empty()) continue;
+    values[i] = Without(close).EvaluatePotential({point, point + 3})[0];
+    for (const unsigned int site : close) values[i] += ByQuadrature(site, point)[0];
   }
   return values;
 }
 
-std::vector<double> ChargePotential::Potential(const std::vector<double>& points) {
-  return Values(points, 1, [this](const auto& p) { return density_.EvaluatePotential(p); });
-}
-
-std::vector<double> ChargePotential::Field(const std::vector<double>& points) {
-  return Values(points, 3, [this](const auto& p) { return density_.EvaluateElectricField(p); });
+std::vector<double> ChargePotential::Field(const std::vector<double>& points) const {
+  std::vector<double> values = density_.EvaluateElectricField(points);
+  for (size_t i = 0; i < values.size(); i += 3) {
+    const double* const point = &points[i];
+    const std::vector<unsigned int> close = TooClose(point);
+    if (close.empty()) continue;
+    const std::vector<double> rest = Without(close).EvaluateElectricField({point, point + 3});
+    std::copy_n(rest.begin(), 3, &values[i]);
+    for (const unsigned int site : close) {
+      const std::vector<double> own = ByQuadrature(site, point);
+      for (size_t axis = 0; axis < 3; ++axis) values[i + axis] += own[1 + axis];
+    }
+  }
+  return values;
 }
 
 }  // namespace QXTools

@@ -11,31 +11,31 @@ namespace QXTools {
 /// for the field. alpha: the square of the width, or alpha beta/(alpha + beta) of two.
 double LeastDistance(unsigned int order, double alpha);
 
-/// Potential and field of a charge density anywhere.
+/// Potential and field of a charge density anywhere: by the closed form, but for the sites closer
+/// to a point than LeastDistance, by quadrature.
 class ChargePotential {
  public:
   explicit ChargePotential(const QXHermiteMath::QXHermiteChargeDensity& density);
 
-  /// kcal/mol/e at each point (x, y, z of each). Closer to a site than LeastDistance it is
-  /// interpolated, to about 1e-4 of its range there, from four points across the site.
-  std::vector<double> Potential(const std::vector<double>& points);
+  /// kcal/mol/e at each point (x, y, z of each).
+  std::vector<double> Potential(const std::vector<double>& points) const;
   /// The field, minus the gradient of the potential, in kcal/mol/e/angstrom: x, y and z at each
-  /// point, interpolated likewise.
-  std::vector<double> Field(const std::vector<double>& points);
-
-  /// How many of the points are interpolated.
-  size_t CountClose(const std::vector<double>& points) const;
+  /// point.
+  std::vector<double> Field(const std::vector<double>& points) const;
 
  private:
   struct Site {
+    unsigned int index;
     double center[3];
     double least;
   };
 
-  /// The site that a point is too close to, if any.
-  const Site* TooClose(const double* point) const;
-  template <typename Evaluate>
-  std::vector<double> Values(const std::vector<double>& points, size_t each, Evaluate evaluate);
+  /// The sites that a point is too close to.
+  std::vector<unsigned int> TooClose(const double* point) const;
+  /// The density without the functions of some sites.
+  QXHermiteMath::QXHermiteChargeDensity Without(const std::vector<unsigned int>& sites) const;
+  /// Potential, then field, of the functions of one site at a point.
+  std::vector<double> ByQuadrature(unsigned int site, const double* point) const;
 
   QXHermiteMath::QXHermiteChargeDensity density_;
   std::vector<Site> sites_;

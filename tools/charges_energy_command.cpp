@@ -19,6 +19,7 @@
 #include "tools/console.h"
 #include "tools/output_file.h"
 #include "tools/site_cube.h"
+#include "tools/stage.h"
 #include "tools/text.h"
 
 namespace QXTools {
@@ -45,25 +46,30 @@ struct Scan {
   size_t Size() const { return static_cast<size_t>(std::floor((to - from) / step + 1e-9)) + 1; }
 };
 
-/// AXIS:FROM:TO:STEP; nothing when it is not like that.
-std::optional<Scan> ParseScan(const std::string& text) {
-  const size_t colon = text.find(':');
-  if (colon == std::string::npos) return std::nullopt;
+/// AXIS:FROM:TO:STEP. Refuses what is not like that.
+Scan ParseScan(const std::string& text) {
+  constexpr const char* kAxes[] = {"x", "y", "z", "rx", "ry", "rz"};
+  constexpr double kMost = 1e6;
+  const auto require = [&](bool condition, const char* expected) {
+    if (!condition) Refuse("--scan", text, expected);
+  };
+  constexpr const char* kExpected = "AXIS:FROM:TO:STEP, such as z:0:10:0.5";
   Scan scan;
-  scan.axis = text.substr(0, colon);
+  const size_t colon = std::min(text.find(':'), text.size());
+  scan.axis = CLI::detail::to_lower(text.substr(0, colon));
+  require(std::find(std::begin(kAxes), std::end(kAxes), scan.axis) != std::end(kAxes), kExpected);
   const char* at = text.data() + colon;
   const char* const end = text.data() + text.size();
   for (double* value : {&scan.from, &scan.to, &scan.step}) {
-    if (at == end || *at++ != ':') return std::nullopt;
+    require(at != end && *at++ == ':', kExpected);
     const auto [stop, error] = std::from_chars(at, end, *value);
-    if (error != std::errc() || !(std::abs(*value) <= 1e6)) return std::nullopt;
+    require(error == std::errc() && std::abs(*value) <= 1e6, kExpected);
     at = stop;
   }
-  constexpr const char* kAxes[] = {"x", "y", "z", "rx", "ry", "rz"};
-  constexpr double kMost = 1e6;
-  const bool known = std::find(std::begin(kAxes), std::end(kAxes), scan.axis) != std::end(kAxes);
-  if (at != end || !known || !(scan.step > 0.0) || scan.to < scan.from) return std::nullopt;
-  return (scan.to - scan.from) / scan.step < kMost ? std::optional(scan) : std::nullopt;
+  require(at == end, kExpected);
+  require(scan.step > 0.0 && scan.to >= scan.from, "rising, by a positive step");
+  require((scan.to - scan.from) / scan.step < kMost, "of fewer than a million places");
+  return scan;
 }
 
 struct Motion {
@@ -136,6 +142,10 @@ class ChargesEnergyCommand : public Command {
 
  private:
   ExitStatus RunScan(Pair& pair, const Vector3d& middle, Console& console) const;
+  /// As a table, or into the file. False when that fails, which the console is told.
+  bool Write(const std::vector<std::vector<std::string>>& rows, Console& console) const;
+  /// False, which the console is told, for an infinity and for what is no number.
+  bool IsFinite(double energy, Console& console) const;
 
   std::string a_, b_, output_;
   std::optional<Scan> scan_;
@@ -147,11 +157,7 @@ void ChargesEnergyCommand::Declare(CLI::App& app) {
   AddFile(app, "A", a_, "Charge density that stays (.json)")->required();
   AddFile(app, "B", b_, "Charge density that --scan moves (.json)")->required();
   app.add_option_function<std::string>(
-         "--scan",
-         [this](const std::string& text) {
-           scan_ = ParseScan(text);
-           if (!scan_) Refuse("--scan", text, "AXIS:FROM:TO:STEP, such as z:0:10:0.5");
-         },
+         "--scan", [this](const std::string& text) { scan_ = ParseScan(text); },
          "Moves of B: along x, y or z in angstrom, or about rx, ry or rz through the middle of its "
          "sites in degrees")
       ->type_name("AXIS:FROM:TO:STEP");
@@ -160,6 +166,9 @@ void ChargesEnergyCommand::Declare(CLI::App& app) {
 
 std::string ChargesEnergyCommand::Check() const {
   if (!output_.empty() && !scan_) return "--out: is for the energies of --scan: leave it out";
+  if (const std::string problem = CheckCsvName(output_); !output_.empty() && !problem.empty()) {
+    return problem;
+  }
   for (const std::string& input : {a_, b_}) {
     if (output_.empty() || !SameFile(output_, input)) continue;
     return fmt::format("{}: is both read and written: give another name", output_);
@@ -167,42 +176,65 @@ std::string ChargesEnergyCommand::Check() const {
   return {};
 }
 
+/// An energy, with as many digits as mean something.
+std::string EnergyText(double energy) {
+  return std::abs(energy) < 1e6 ? fmt::format("{:.6f}", energy) : fmt::format("{:.12g}", energy);
+}
+
+bool ChargesEnergyCommand::IsFinite(double energy, Console& console) const {
+  if (std::isfinite(energy)) return true;
+  console.Say(
+      fmt::format("{}, {}: their energy is not finite: check the coefficients and the "
+                  "widths",
+                  a_, b_));
+  return false;
+}
+
 ExitStatus ChargesEnergyCommand::RunScan(Pair& pair, const Vector3d& middle,
                                          Console& console) const {
-  const std::vector<std::string> header = {scan_->IsTurn() ? "turn [degrees]" : "shift [angstrom]",
-                                           "energy [kcal/mol]"};
+  const Stage stage(console, b_, fmt::format("computing {} energies", scan_->Size()));
   std::vector<std::vector<std::string>> rows;
   size_t tooClose = 0;
   for (size_t i = 0; i < scan_->Size(); ++i) {
     const double value = scan_->from + static_cast<double>(i) * scan_->step;
     const Motion motion = MotionOf(*scan_, value, middle);
     const bool close = pair.TooClose(motion);
+    const double energy = close ? 0.0 : pair.Energy(motion);
+    if (!IsFinite(energy, console)) return kNothingDone;
     tooClose += close;
-    rows.push_back(
-        {fmt::format("{:.6g}", value), close ? "" : fmt::format("{:.6f}", pair.Energy(motion))});
+    rows.push_back({fmt::format("{:.10g}", value), close ? "" : EnergyText(energy)});
   }
   if (tooClose > 0) {
     console.Say(
         fmt::format("{}: at {} of {} places a site comes too close to one of {} for an "
-                    "energy, which is left empty: shift it",
+                    "energy, which is left empty: shift it, or fit with a lower --npolymax",
                     b_, tooClose, rows.size(), a_));
   }
-  if (!output_.empty()) {
-    OutputFile out(output_, console);
-    if (!out.IsOpen()) return kNothingDone;
-    std::ofstream file(out.TemporaryPath(), std::ios::binary);
-    file << CsvLine(header);
-    for (const auto& row : rows) file << CsvLine(row);
-    file.close();
-    if (file.fail() || !out.Commit()) return kNothingDone;
-  } else {
-    std::fputs(FormatTable(header, rows, {0, 1}).c_str(), stdout);
-  }
+  if (!Write(rows, console)) return kNothingDone;
   return tooClose == rows.size() ? kNothingDone : tooClose > 0 ? kSomeSkipped : kAllWell;
+}
+
+bool ChargesEnergyCommand::Write(const std::vector<std::vector<std::string>>& rows,
+                                 Console& console) const {
+  const std::vector<std::string> header = {scan_->IsTurn() ? "turn [degrees]" : "shift [angstrom]",
+                                           "energy [kcal/mol]"};
+  if (output_.empty()) {
+    std::fputs(FormatTable(header, rows, {0, 1}).c_str(), stdout);
+    return true;
+  }
+  OutputFile out(output_, console);
+  if (!out.IsOpen()) return false;
+  std::ofstream file(out.TemporaryPath(), std::ios::binary);
+  file << CsvLine(header);
+  for (const auto& row : rows) file << CsvLine(row);
+  file.close();
+  if (file.fail()) console.Say(fmt::format("{}: cannot be written: check the disk", output_));
+  return !file.fail() && out.Commit();
 }
 
 ExitStatus ChargesEnergyCommand::Run() {
   Console console;
+  if (!output_.empty() && !OutputFile(output_, console).IsOpen()) return kNothingDone;
   const std::optional<ChargeDensity> a = ReadChargeDensity(a_, console);
   const std::optional<ChargeDensity> b = ReadChargeDensity(b_, console);
   if (!a || !b) return kNothingDone;
@@ -214,11 +246,13 @@ ExitStatus ChargesEnergyCommand::Run() {
   if (pair.TooClose({})) {
     console.Say(
         fmt::format("{}: a site lies too close to one of {} for an energy: move it, as "
-                    "with --scan z:3:10:0.5",
+                    "with --scan z:3:10:0.5, or fit with a lower --npolymax",
                     b_, a_));
     return kNothingDone;
   }
-  std::fputs(fmt::format("{:.6f} kcal/mol\n", pair.Energy({})).c_str(), stdout);
+  const double energy = pair.Energy({});
+  if (!IsFinite(energy, console)) return kNothingDone;
+  std::fputs(fmt::format("{} kcal/mol\n", EnergyText(energy)).c_str(), stdout);
   return kAllWell;
 }
 

@@ -52,16 +52,17 @@ class ChargesPotentialCommand : public Command {
   ExitStatus Run() override;
 
  private:
-  bool WritePoints(ChargePotential& potential, const std::vector<double>& points,
-                   const std::string& path);
-  std::optional<QXScalarGrid> FillGrid(ChargePotential& potential, const ChargeDensity& density,
-                                       Console& console);
+  bool WritePoints(const ChargePotential& potential, const std::vector<double>& points,
+                   const std::string& path, Console& console) const;
+  /// Nothing, as false above, when that cannot be done, which the console is told.
+  std::optional<QXScalarGrid> FillGrid(const ChargePotential& potential,
+                                       const ChargeDensity& density, Console& console) const;
+  bool TellNotFinite(Console& console) const;
   /// Where to write: the values, or the grid.
   const std::string& Output() const { return points_.empty() ? grid_ : output_; }
 
   std::string density_, points_, output_, grid_;
   GridShape shape_;
-  size_t close_ = 0;  ///< points so far that lie close to a site
 };
 
 void ChargesPotentialCommand::Declare(CLI::App& app) {
@@ -89,6 +90,9 @@ std::string ChargesPotentialCommand::Check() const {
   if (std::string problem = CheckGridName(grid_); !grid_.empty() && !problem.empty()) {
     return problem;
   }
+  if (const std::string problem = CheckCsvName(output_); !output_.empty() && !problem.empty()) {
+    return problem;
+  }
   for (const std::string& input : {density_, points_, shape_.like}) {
     if (input.empty() || !SameFile(Output(), input)) continue;
     return fmt::format("{}: is both read and written: give another name", Output());
@@ -96,30 +100,37 @@ std::string ChargesPotentialCommand::Check() const {
   return {};
 }
 
-bool ChargesPotentialCommand::WritePoints(ChargePotential& potential,
+bool ChargesPotentialCommand::TellNotFinite(Console& console) const {
+  console.Say(fmt::format("{}: its values are not finite: check the coefficients and the widths",
+                          density_));
+  return false;
+}
+
+bool ChargesPotentialCommand::WritePoints(const ChargePotential& potential,
                                           const std::vector<double>& points,
-                                          const std::string& path) {
+                                          const std::string& path, Console& console) const {
   std::ofstream out(path, std::ios::binary);
   out << kHeader;
   for (size_t first = 0; first < points.size(); first += 3 * kBlock) {
     const size_t end = std::min(first + 3 * kBlock, points.size());
     const std::vector<double> block(&points[first], points.data() + end);
     const std::vector<double> V = potential.Potential(block), E = potential.Field(block);
-    close_ += potential.CountClose(block);
     for (size_t i = 0; i < V.size(); ++i) {
       const double* const p = &block[3 * i];
       const double* const e = &E[3 * i];
+      if (!std::isfinite(V[i] + e[0] + e[1] + e[2])) return TellNotFinite(console);
       out << fmt::format("{},{},{},{:.10g},{:.10g},{:.10g},{:.10g}\n", p[0], p[1], p[2], V[i], e[0],
                          e[1], e[2]);
     }
   }
   out.close();
+  if (out.fail()) console.Say(fmt::format("{}: cannot be written: check the disk", output_));
   return !out.fail();
 }
 
-std::optional<QXScalarGrid> ChargesPotentialCommand::FillGrid(ChargePotential& potential,
+std::optional<QXScalarGrid> ChargesPotentialCommand::FillGrid(const ChargePotential& potential,
                                                               const ChargeDensity& density,
-                                                              Console& console) {
+                                                              Console& console) const {
   const SiteCube cube = CubeOfSites(density.density.GetParams());
   std::optional<QXScalarGrid> grid =
       MakeGrid(shape_, {density_, cube.centre, cube.width, kLargestDim}, console);
@@ -129,7 +140,6 @@ std::optional<QXScalarGrid> ChargesPotentialCommand::FillGrid(ChargePotential& p
   float* values = grid->GetValues();
   const auto flush = [&] {
     const std::vector<double> V = potential.Potential(block);
-    close_ += potential.CountClose(block);
     values = std::transform(V.begin(), V.end(), values,
                             [](double value) { return static_cast<float>(value); });
     block.clear();
@@ -139,6 +149,10 @@ std::optional<QXScalarGrid> ChargesPotentialCommand::FillGrid(ChargePotential& p
     if (block.size() == 3 * kBlock) flush();
   });
   flush();
+  if (QXCore::QXCountNonFinite(*grid) > 0) {
+    TellNotFinite(console);
+    return std::nullopt;
+  }
   grid->SetTitle("potential [kcal/mol/e]: " + density.title);
   if (density.mol.NumAtoms() > 0) grid->SetData(QXCore::kQXGridMoleculeTag, density.mol);
   return grid;
@@ -150,7 +164,7 @@ ExitStatus ChargesPotentialCommand::Run() {
   if (!out.IsOpen()) return kNothingDone;
   const std::optional<ChargeDensity> density = ReadChargeDensity(density_, console);
   if (!density) return kNothingDone;
-  ChargePotential potential(density->density);
+  const ChargePotential potential(density->density);
   std::string summary;
   if (points_.empty()) {
     const std::optional<QXScalarGrid> grid = FillGrid(potential, *density, console);
@@ -162,18 +176,10 @@ ExitStatus ChargesPotentialCommand::Run() {
     const std::optional<std::vector<double>> points = ReadPoints(points_, console);
     if (!points) return kNothingDone;
     const Stage stage(console, points_, "evaluating");
-    if (!WritePoints(potential, *points, out.TemporaryPath())) {
-      console.Say(fmt::format("{}: cannot be written: check the disk", output_));
-      return kNothingDone;
-    }
+    if (!WritePoints(potential, *points, out.TemporaryPath(), console)) return kNothingDone;
     summary = fmt::format("{} points", points->size() / 3);
   }
   if (WasInterrupted(console) || !out.Commit()) return kNothingDone;
-  if (close_ > 0) {
-    console.Say(
-        fmt::format("{}: {} of the points {} close to a site, where values are interpolated",
-                    density_, close_, close_ == 1 ? "lies" : "lie"));
-  }
   std::fputs(fmt::format("{}: {}\n", Output(), summary).c_str(), stdout);
   return kAllWell;
 }

@@ -18,6 +18,7 @@ namespace QXTools {
 namespace {
 
 constexpr const char* kFormat = "qxhermite electrostatic data 1";
+constexpr double kLargest = 1e12;  // potential and field
 constexpr double kFarthest = 1e6;  // angstrom from the origin
 
 Json Units() {
@@ -44,7 +45,6 @@ void RequirePoints(const std::vector<double>& points, const std::string& name) {
 
 /// Checks what both formats bring. Without marks, no point is held out.
 void Complete(ElectrostaticData& data, const std::vector<double>& marks) {
-  constexpr double kLargest = 1e12;
   const size_t count = data.NumPoints();
   RequireLength(data.potential, count, "potential");
   RequireFinite(data.potential, kLargest, "potential");
@@ -65,6 +65,7 @@ std::vector<double> OptionalNumbers(const Json& json, const std::string& name) {
 }
 
 ElectrostaticData FromJson(const Json& json) {
+  RequireField(json.is_object(), "points", "is missing");
   RequireField(!json.contains("format") || GetField<Json>(json, "format") == kFormat, "format",
                fmt::format("is not \"{}\"", kFormat));
   RequireUnits(json, Units());
@@ -79,11 +80,16 @@ ElectrostaticData FromJson(const Json& json) {
   for (const char* axis : {"field_x", "field_y", "field_z"}) {
     const std::vector<double> block = OptionalNumbers(json, axis);
     RequireLength(block, data.NumPoints(), axis);
+    RequireFinite(block, kLargest, axis);
+    RequireField(block.empty() == !json.contains("field_x"), axis,
+                 "is there without the others, or missing");
     data.field.insert(data.field.end(), block.begin(), block.end());
   }
   if (json.contains("total_charge")) data.totalCharge = GetField<double>(json, "total_charge");
   data.dipole = OptionalNumbers(json, "dipole_debye");
   RequireLength(data.dipole, 3, "dipole_debye");
+  RequireFinite(data.dipole, kLargest, "dipole_debye");
+  RequireFinite({data.totalCharge}, kLargest, "total_charge");
   Complete(data, OptionalNumbers(json, "holdout"));
   return data;
 }
@@ -126,6 +132,7 @@ std::optional<ElectrostaticData> ReadElectrostaticRecord(const std::string& path
   try {
     ElectrostaticData data;
     data.title = mol->GetTitle();
+    RequireField(QXMolKit::QXHasSDData(*mol, "grid"), "grid", "is missing");
     data.points = TagNumbers(*mol, "grid");
     RequirePoints(data.points, "grid");
     data.potential = TagNumbers(*mol, "potential");

@@ -25,7 +25,7 @@ double RelativeRms(const std::vector<double>& values, const std::vector<double>&
     errors += (values[i] - truth[i]) * (values[i] - truth[i]);
     squares += truth[i] * truth[i];
   }
-  return std::sqrt(errors / squares);
+  return squares > 0.0 ? std::sqrt(errors / squares) : NAN;
 }
 
 /// x, y, z of each point -> all x, all y, all z.
@@ -45,10 +45,12 @@ QXHermiteChargeDensity OfActives(QXHermiteChargeDensity density) {
 template <typename Stages>
 ElectrostaticFit FitInStages(const std::vector<double>& points, const std::vector<double>& values,
                              const QXMultiHermiteParameters& layout,
-                             const QXLassoChargeDensityOptions& options) {
+                             const QXLassoChargeDensityOptions& options,
+                             unsigned int mostFunctions) {
   const auto fit = std::make_shared<Stages>(layout, options);
-  fit->FeatureSelection(points, values);
-  return {fit->MaxNumFeatures(), [fit, points, values](unsigned int functions) {
+  fit->FeatureSelection(points, values, mostFunctions);
+  return {std::min(fit->MaxNumFeatures(), mostFunctions),
+          [fit, points, values](unsigned int functions) {
             return OfActives(fit->FitChargeDensity(points, values, functions));
           }};
 }
@@ -81,30 +83,26 @@ RelativeErrors ErrorsOf(const QXHermiteChargeDensity& density, const Electrostat
   return errors;
 }
 
-std::vector<unsigned int> StepsUpTo(unsigned int most) {
-  std::vector<unsigned int> steps;
-  for (unsigned int n = 1; n <= most; n = std::max(n + 1, n * 5 / 4)) steps.push_back(n);
-  if (!steps.empty() && steps.back() != most) steps.push_back(most);
-  return steps;
-}
-
 ElectrostaticFit FitSample(const ElectrostaticSample& sample,
                            const QXMultiHermiteParameters& layout,
-                           const QXLassoChargeDensityOptions& options, FitMethod method) {
+                           const QXLassoChargeDensityOptions& options, FitMethod method,
+                           unsigned int mostFunctions) {
   std::vector<double> values;
   if (options.GetUsePotential()) values = sample.potential;
   if (options.GetUseElectricField()) {
     values.insert(values.end(), sample.field.begin(), sample.field.end());
   }
   if (method == FitMethod::Relaxed) {
-    return FitInStages<QXRelaxedLassoChargeDensity>(sample.points, values, layout, options);
+    return FitInStages<QXRelaxedLassoChargeDensity>(sample.points, values, layout, options,
+                                                    mostFunctions);
   }
   if (method == FitMethod::Pruned) {
-    return FitInStages<QXPrunedLassoChargeDensity>(sample.points, values, layout, options);
+    return FitInStages<QXPrunedLassoChargeDensity>(sample.points, values, layout, options,
+                                                   mostFunctions);
   }
   const auto lasso = std::make_shared<QXLassoChargeDensity>(layout, options);
   lasso->PrepData(sample.points, values);
-  lasso->Fit();
+  lasso->Fit(mostFunctions);
   return {lasso->MaxNumActives(), [lasso](unsigned int functions) {
             return OfActives(lasso->GetChargeDensity(functions));
           }};

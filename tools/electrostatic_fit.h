@@ -30,9 +30,6 @@ struct RelativeErrors {
 RelativeErrors ErrorsOf(const QXHermiteMath::QXHermiteChargeDensity& density,
                         const ElectrostaticSample& sample);
 
-/// Numbers of functions up to a largest one, all small ones, then ever further apart.
-std::vector<unsigned int> StepsUpTo(unsigned int most);
-
 /// How the functions of a density are chosen and fitted.
 enum class FitMethod {
   Lasso,    ///< both by the path of a LASSO
@@ -48,9 +45,10 @@ struct ElectrostaticFit {
   std::function<QXHermiteMath::QXHermiteChargeDensity(unsigned int)> density;
 };
 
+/// With at most so many functions.
 ElectrostaticFit FitSample(const ElectrostaticSample& sample,
                            const QXHermiteMath::QXMultiHermiteParameters& layout,
                            const QXHermiteMath::QXLassoChargeDensityOptions& options,
-                           FitMethod method);
+                           FitMethod method, unsigned int mostFunctions);
 
 }  // namespace QXTools

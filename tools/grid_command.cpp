@@ -64,7 +64,9 @@ Source FromDensity(const std::string& file, const Density& density) {
 template <typename Expansion>
 Source FromSites(const std::string& file, const std::string& title, const Expansion& expansion) {
   const SiteCube cube = CubeOfSites(expansion.GetParams());
-  const auto fill = [expansion = Expansion(expansion)](QXScalarGrid& grid) mutable { expansion.EvaluateOnGrid(grid); };
+  const auto fill = [expansion = Expansion(expansion)](QXScalarGrid& grid) mutable {
+    expansion.EvaluateOnGrid(grid);
+  };
   return {title, {file, cube.centre, cube.width, QXHermiteMath::kLargestMultiGridDim}, {}, fill};
 }
 

@@ -41,7 +41,8 @@ inline void RequireUnits(const Json& json, const Json& units) {
   const Json given = GetField<Json>(json, "units");
   RequireField(given.is_object(), "units", "is no object");
   for (const auto& [quantity, unit] : units.items()) {
-    RequireField(GetField<Json>(given, quantity) == unit, "units." + quantity,
+    const auto field = given.find(quantity);
+    RequireField(field != given.end() && *field == unit, "units." + quantity,
                  fmt::format("is not {}", unit.dump()));
   }
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdint>
 
 #include "hermite/foundations/basis.h"
@@ -15,6 +16,8 @@ using QXHermiteMath::QXMultiHermiteParameters;
 constexpr const char* kOrder = "sites in order, in a site l + m + n rising, then l, then m";
 // Far above what a fit can hold in memory.
 constexpr unsigned int kLargestDegree = 100;
+constexpr double kLeastWidth = 1e-6, kLargestWidth = 1e6;  // 1/angstrom
+constexpr double kFarthest = 1e6;                          // angstrom
 constexpr uint64_t kMostFunctions = 100'000'000;
 
 using Centers = std::vector<std::array<double, 3>>;
@@ -32,6 +35,10 @@ std::vector<double> ToCenters(const Json& list) {
     RequireField(list[site].is_array() && list[site].size() == 3, name,
                  "is no list of three coordinates");
     const std::vector<double> center = ToNumbers(list[site], name);
+    for (const double x : center) {
+      RequireField(std::abs(x) <= kFarthest, name,
+                   fmt::format("{} is not within {} A of the origin", x, kFarthest));
+    }
     centers.insert(centers.end(), center.begin(), center.end());
   }
   return centers;
@@ -53,6 +60,8 @@ QXMultiHermiteParameters LayoutFromJson(const Json& json) {
   RequireOneOrEach(widths.size(), sites, "widths");
   for (const double width : widths) {
     RequireField(width > 0.0, "widths", fmt::format("{} is not positive", width));
+    RequireField(width >= kLeastWidth && width <= kLargestWidth, "widths",
+                 fmt::format("{} is out of range", width));
   }
   uint64_t functions = 0;
   for (size_t site = 0; site < sites; ++site) {

@@ -79,7 +79,7 @@ class Fit:
         # The line with the star is that of the density.
         self.functions = int(next(line for line in summary.splitlines() if "*" in line).split()[0])
         row = rows[self.functions]
-        self.errors = float(row["held-out V"]), float(row["held-out E"])
+        self.errors = tuple(float(row[f"held-out {kind} [relative RMS]"]) for kind in "VE")
         self.width = self.density["widths"][0]
         self.dipole = numpy.array(self.density["dipole"]) * DEBYE
 

@@ -46,7 +46,7 @@ Eigen::MatrixXd HermiteElectrostaticsDesignMatrix(std::vector<double> const& poi
   const QXSimdLevel level = QXCore::QXGetSimdLevel();
   const auto siteActives = MapActivesPerSite(actives, params);
   // One order above the degree: the field of a function takes derivatives of one degree more.
-  std::vector<double> table(kTableLanes * SizeOfRMatrix(params.GetLargestNPolyMax() + 1));
+  std::vector<double> table(SizeOfRTables(params.GetLargestNPolyMax() + 1));
   const size_t numPoints = points.size() / 3;
   Eigen::MatrixXd matrix(4 * numPoints, actives.size());
   double* out = matrix.data();

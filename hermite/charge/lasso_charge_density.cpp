@@ -6,7 +6,6 @@
 #include "hermite/charge/electrostatics_design.h"
 #include "hermite/multihermite/design_matrix.h"
 #include "host/core/throw.h"
-#include "host/numerics/lasso.h"
 
 namespace QXHermiteMath {
 
@@ -86,16 +85,16 @@ bool QXLassoChargeDensity::PrepData(QXMol const& mol) {
     append("electric field");
   }
   if (!options.GetUsePotential() && !options.GetUseElectricField()) {
-    // With a full stop, which the same report of the other form lacks: required as it stands.
+    // With a full stop, which the same report of the other form lacks: on purpose.
     QXThrow.Fatal("Cannot build model. Potential/Electric Field not set.");
     return false;
   }
   return PrepData(mol.GetData<Data>("grid"), values);
 }
 
-bool QXLassoChargeDensity::Fit() {
+bool QXLassoChargeDensity::Fit(unsigned int maxActives) {
   QXNumerics::QXLasso lasso;
-  lasso.Fit(designMatrix, targetValues);
+  lasso.Fit(designMatrix, targetValues, maxActives);
   coefficientPath = lasso.GetCoefficients();
   fitActives = lasso.GetActives();
   for (std::vector<double>& step : coefficientPath)

@@ -7,6 +7,7 @@
 #include "hermite/multihermite/multi_hermite_parameters.h"
 #include "host/core/options.h"
 #include "host/molkit/mol.h"
+#include "host/numerics/lasso.h"
 
 namespace QXHermiteMath {
 
@@ -88,9 +89,10 @@ class QXLassoChargeDensity {
   /// when one is missing or the options leave out both.
   bool PrepData(QXMol const& mol);
 
-  /// Walks the whole path, replacing any before. Path and actives are empty where there is nothing
-  /// to fit: no candidates, no points, or values that no function follows. Always true.
-  bool Fit();
+  /// Walks the whole path, or that of so many functions, which is its beginning, replacing any
+  /// before. Path and actives are empty where there is nothing to fit: no candidates, no points, or
+  /// values that no function follows. Always true.
+  bool Fit(unsigned int maxActives = QXNumerics::QXLasso::kNoLimit);
 
   /// Takes the functions that carry charge, l = m = n = 0, out of the candidates, so that every
   /// density fitted is neutral: all others integrate to 0. Of a candidate given twice it takes the

@@ -9,10 +9,11 @@
 namespace QXHermiteMath {
 
 bool QXPrunedLassoChargeDensity::FeatureSelection(std::vector<double> const& points,
-                                                  std::vector<double> const& values) {
+                                                  std::vector<double> const& values,
+                                                  unsigned int maxFunctions) {
   QXLassoChargeDensity lasso(params, options);
   if (!lasso.PrepData(points, values)) return false;
-  lasso.Fit();
+  lasso.Fit(maxFunctions <= params.NumBasis() ? 2 * maxFunctions : QXNumerics::QXLasso::kNoLimit);
   features = lasso.GetActives();
   std::vector<unsigned int> const& candidates = lasso.GetCandidates();
   std::vector<unsigned int> columns;

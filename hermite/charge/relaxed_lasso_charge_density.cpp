@@ -3,10 +3,10 @@
 namespace QXHermiteMath {
 
 template <class... Data>
-bool QXRelaxedLassoChargeDensity::Select(Data const&... data) {
+bool QXRelaxedLassoChargeDensity::Select(unsigned int maxFeatures, Data const&... data) {
   QXLassoChargeDensity lasso(params, options);
   if (!lasso.PrepData(data...)) return false;
-  lasso.Fit();
+  lasso.Fit(maxFeatures);
   features = lasso.GetActives();
   return true;
 }
@@ -20,12 +20,13 @@ QXHermiteChargeDensity QXRelaxedLassoChargeDensity::FitFirst(unsigned int n,
 }
 
 bool QXRelaxedLassoChargeDensity::FeatureSelection(std::vector<double> const& points,
-                                                   std::vector<double> const& values) {
-  return Select(points, values);
+                                                   std::vector<double> const& values,
+                                                   unsigned int maxFeatures) {
+  return Select(maxFeatures, points, values);
 }
 
 bool QXRelaxedLassoChargeDensity::FeatureSelection(QXMol const& mol) {
-  return Select(mol);
+  return Select(QXNumerics::QXLasso::kNoLimit, mol);
 }
 
 QXHermiteChargeDensity QXRelaxedLassoChargeDensity::FitChargeDensity(

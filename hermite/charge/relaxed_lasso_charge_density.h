@@ -26,8 +26,10 @@ class QXRelaxedLassoChargeDensity {
                               QXLassoChargeDensityOptions const& newOptions)
       : params(newParams), options(newOptions) {}
 
-  /// First stage, replacing the features. False, with no change, when PrepData is.
-  bool FeatureSelection(std::vector<double> const& points, std::vector<double> const& values);
+  /// First stage, replacing the features: all, or the first so many. False, with no change, when
+  /// PrepData is.
+  bool FeatureSelection(std::vector<double> const& points, std::vector<double> const& values,
+                        unsigned int maxFeatures = QXNumerics::QXLasso::kNoLimit);
   bool FeatureSelection(QXMol const& mol);
 
   /// Second stage: the end of the path over the first n features, the least squares solution for
@@ -44,7 +46,7 @@ class QXRelaxedLassoChargeDensity {
 
  private:
   template <class... Data>
-  bool Select(Data const&... data);
+  bool Select(unsigned int maxFeatures, Data const&... data);
   template <class... Data>
   QXHermiteChargeDensity FitFirst(unsigned int n, Data const&... data) const;
 
