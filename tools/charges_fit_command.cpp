@@ -191,8 +191,9 @@ std::optional<std::vector<double>> ChargesFitCommand::Sites(const ElectrostaticD
                                                             Console& console) const {
   const std::optional<std::vector<double>> sites = FindSites(data.mol, console);
   if (!sites) return sites;
+  const size_t numSites = sites->size() / 3;
   const double functions = static_cast<double>(QXHermiteMath::SizeOfBasis(arguments_.fit.degree)) *
-                           static_cast<double>(sites->size() / 3);
+                           static_cast<double>(numSites);
   // The matrix of potential and field, and a copy of it.
   const double bytes = 2.0 * 8.0 * 4.0 * static_cast<double>(data.NumPoints()) * functions;
   if (bytes <= arguments_.memory * 1048576.0) return sites;
