@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 #include <vector>
@@ -44,7 +45,7 @@ double HeldShare(const QXHermiteMath::QXHermite& expansion,
 void PoorlyHeld::Note(const std::string& title, double share) {
   if (!(share < kEnough)) return;
   if (count_++ > 0 && share >= smallest_) return;
-  smallest_ = share;
+  smallest_ = std::max(share, 0.0);  // rounding errors may have either sign
   title_ = title;
 }
 
@@ -56,8 +57,11 @@ std::string PoorlyHeld::Warning(const std::string& remedy, bool ofCharge) const 
   if (count_ > 1) {
     text += fmt::format(" and less than half of {} more", count_ - 1);
   }
-  text += count_ > 1 ? ": their scores are too high" : ": its score is too high";
-  return text + ": " + remedy;
+  const char* const whose = count_ > 1 ? "their scores" : "its score";
+  const char* const fault = ofCharge     ? "may be far off"
+                            : count_ > 1 ? "are too high"
+                                         : "is too high";
+  return fmt::format("{}: {} {}: {}", text, whose, fault, remedy);
 }
 
 }  // namespace QXTools

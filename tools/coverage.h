@@ -16,8 +16,9 @@ double ExactSelfOverlap(const std::vector<QXCore::QXGaussian>& gaussians);
 double HeldShare(const QXHermiteMath::QXHermite& expansion,
                  const std::vector<QXCore::QXGaussian>& gaussians);
 
-/// Molecules of which the expansion holds less than half. What is missing hardly takes part in the
-/// overlap with the reference but would count in the self overlap, so their scores are too high.
+/// Molecules of which the expansion holds less than half. What is missing of a shape hardly takes
+/// part in the overlap with the reference but would count in the self overlap, so their scores are
+/// too high. What is missing of a charge density may have either sign there, and so has the error.
 class PoorlyHeld {
  public:
   void Note(const std::string& title, double share);

@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <limits>
 
@@ -41,6 +42,12 @@ constexpr unsigned int kGridDegree = 8;
 constexpr const char* kChargeOptions[] = {"--charge-weight", "--charge-offset", "--charge-sigma",
                                           "--charges"};
 
+constexpr double kLargestWeight = 1000000;
+// A far larger one would leave no digits for the score.
+constexpr double kLargestOffset = 100.0;
+// Wider charges of both signs cancel, down to rounding errors.
+constexpr double kLargestSigma = 100.0;
+
 // The files that are written, but for the records.
 std::vector<std::string> Outputs(const OverlayArguments& arguments) {
   std::vector<std::string> outputs;
@@ -55,12 +62,18 @@ std::vector<std::string> Outputs(const OverlayArguments& arguments) {
 void AddChargeOptions(CLI::App& app, OverlayArguments& arguments) {
   constexpr double kAny = -std::numeric_limits<double>::infinity();
   AddNumber(app, "--charge-weight", arguments.chargeWeight, 0.0,
-            "Weigh charge too: rank by shape Tanimoto + weight * (charge Tanimoto + offset)",
+            fmt::format("Weigh charge too, at most {}: rank by shape Tanimoto + weight * (charge "
+                        "Tanimoto + offset)",
+                        kLargestWeight),
             "by shape alone");
   AddNumber(app, "--charge-offset", arguments.chargeOffset, kAny,
-            "Added to every charge Tanimoto; it changes no pose and no order", "0");
+            fmt::format("Added to every charge Tanimoto, {} to {}; it changes no pose and no order",
+                        -kLargestOffset, kLargestOffset),
+            "0");
   AddNumber(app, "--charge-sigma", arguments.chargeSigma, 0.0,
-            "Width of the charge of an atom, a standard deviation in angstrom");
+            fmt::format("Width of the charge of an atom, a standard deviation in angstrom, at most "
+                        "{}",
+                        kLargestSigma));
   app.add_option("--charges", arguments.charges,
                  "Partial charges of reference and fits: those that the files tell (file), or "
                  "computed ones (gasteiger)")
@@ -73,7 +86,7 @@ void AddChargeOptions(CLI::App& app, OverlayArguments& arguments) {
 // An option that would do nothing, or an empty text.
 std::string IdleOption(const OverlayArguments& arguments) {
   const OverlayArguments fresh;
-  if (HasGrid(arguments) && !arguments.chargeDetail.empty()) return arguments.chargeDetail;
+  if (HasGrid(arguments) && !arguments.chargeOption.empty()) return arguments.chargeOption;
   if (IsGridFile(arguments.reference) && arguments.referenceRecord != fresh.referenceRecord) {
     return "--ref-record";
   }
@@ -126,7 +139,7 @@ void DeclareOverlayArguments(CLI::App& app, OverlayArguments& arguments) {
   AddExpansionOptions(app, arguments.expansion);
   app.callback([&app, &arguments] {
     for (const char* name : kChargeOptions) {
-      if (app.get_option(name)->count() > 0) arguments.chargeDetail = name;
+      if (app.get_option(name)->count() > 0) arguments.chargeOption = name;
     }
     const bool given = app.get_option("--NPolyMax")->count() > 0;
     if (HasGrid(arguments) && !given) arguments.expansion.SetNPolyMax(kGridDegree);
@@ -146,9 +159,18 @@ std::string CheckOverlayArguments(const OverlayArguments& arguments) {
   if (const std::string idle = IdleOption(arguments); !idle.empty()) {
     return fmt::format("{}: is for molecules: leave it out", idle);
   }
-  if (!arguments.chargeDetail.empty() && arguments.chargeWeight == 0.0) {
+  if (!arguments.chargeOption.empty() && arguments.chargeWeight == 0.0) {
     return fmt::format("{}: is for overlays that weigh charge: give --charge-weight too",
-                       arguments.chargeDetail);
+                       arguments.chargeOption);
+  }
+  if (arguments.chargeWeight > kLargestWeight) {
+    return fmt::format("--charge-weight: a weight is at most {}", kLargestWeight);
+  }
+  if (arguments.chargeSigma > kLargestSigma) {
+    return fmt::format("--charge-sigma: a width is at most {} angstrom", kLargestSigma);
+  }
+  if (std::fabs(arguments.chargeOffset) > kLargestOffset) {
+    return fmt::format("--charge-offset: an offset is {} to {}", -kLargestOffset, kLargestOffset);
   }
   if (!HasGrid(arguments) && arguments.gridShare != OverlayArguments().gridShare) {
     return "--cut: is for grids: leave it out";

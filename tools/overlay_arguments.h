@@ -24,7 +24,7 @@ struct OverlayArguments {
   double chargeOffset = 0.0;
   double chargeSigma = 1.5;
   std::string charges = "file";  ///< or "gasteiger"
-  std::string chargeDetail;      ///< an option about charges that was given; empty: none
+  std::string chargeOption;      ///< an option about charges that was given; empty: none
   double tolerance = 1e-8;
   unsigned int maxIterations = 200;
   unsigned int poses = 1;

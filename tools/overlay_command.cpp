@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <deque>
+#include <limits>
 #include <memory>
 #include <numeric>
 #include <optional>
@@ -57,6 +58,14 @@ struct Held {
   double charge = 1.0;
 };
 
+/// A molecule has one set of charges, which its conformers may differ in: gives a pose those of the
+/// conformer that it came from. Returns the place of that conformer.
+size_t RestoreCharges(const MoleculeGroup& group, QXMol& pose) {
+  const double place = pose.GetActive()->GetData<std::vector<double>>(kPlaceTag).front();
+  SetPartialCharges(group.charges[static_cast<size_t>(place)], pose);
+  return static_cast<size_t>(place);
+}
+
 /// One run of the command, from the reference to the ranking.
 class OverlayRun {
  public:
@@ -79,8 +88,9 @@ class OverlayRun {
   std::optional<QXMol> InFrame(const QXConfBase& conformer, const std::vector<double>& charges,
                                const std::string& where, Held& held);
   void AddCharge(QXMol& moved, Held& held) const;
-  QXMol FindPoses(QXMol& work);
+  QXMol FindPoses(const MoleculeGroup& group, QXMol& work);
   QXMol FindChargePoses(const QXMol& work, const std::string& record);
+  void AddOffset(QXMol& poses) const;
   void MakeOverlay();
   void KeepHits(const std::string& path, const MoleculeGroup& group, const QXMol& poses);
   bool WriteResults();
@@ -121,7 +131,10 @@ bool OverlayRun::CanWrite() {
 /// Computes the charges where that is asked for. False when they are impossible.
 bool OverlayRun::MakeCharges(const std::string& path, MoleculeGroup& group) {
   if (!arguments_.ComputesCharges() || group.records.empty()) return true;
-  if (!ComputeCharges(group.mol, fmt::format("{}:{}", path, group.records.front()), console_)) {
+  std::string where = fmt::format("{}:{}", path, group.records.front());
+  if (group.records.back() > group.records.front())
+    where += fmt::format("-{}", group.records.back());
+  if (!ComputeCharges(group.mol, where, console_)) {
     recordsSkipped_ += group.records.size();
     return false;
   }
@@ -217,10 +230,10 @@ void OverlayRun::OverlayMolecule(const std::string& path, MoleculeGroup& group) 
   if (work.NumConfs() == 0) return;
   poorlyHeld_.Note(work.GetTitle(), held.shape);
   chargePoorlyHeld_.Note(work.GetTitle(), held.charge);
-  KeepHits(path, group, FindPoses(work));
+  KeepHits(path, group, FindPoses(group, work));
 }
 
-QXMol OverlayRun::FindPoses(QXMol& work) {
+QXMol OverlayRun::FindPoses(const MoleculeGroup& group, QXMol& work) {
   const std::string title = work.GetTitle();
   const std::string workingTitle = records_.NextTitle(title);
   QXMol poses;
@@ -231,19 +244,38 @@ QXMol OverlayRun::FindPoses(QXMol& work) {
     overlay_->FindBestOverlay(work, arguments_.poses, poses);
     poses.SetTitle(title);
   }
-  if (!records_.Finish(workingTitle, title)) ++recordsLost_;
+  const auto complete = [&](QXMol& pose) {
+    pose.SetTitle(title.c_str());
+    RestoreCharges(group, pose);
+  };
+  if (!records_.Finish(workingTitle, complete)) ++recordsLost_;
   return poses;
+}
+
+/// Raises the scores by the offset. The search leaves it out, since even a constant can lead to
+/// other poses: it takes digits from the score, and a search ends by the change relative to the
+/// score.
+void OverlayRun::AddOffset(QXMol& poses) const {
+  const double raise = arguments_.chargeWeight * arguments_.chargeOffset;
+  const std::unique_ptr<QXMolKit::QXIterator<QXConfBase>> confs(poses.GetConfs());
+  for (; confs && confs->IsValid(); confs->Next()) {
+    QXConfBase& conformer = *confs->Get();
+    const double score = std::strtod(QXMolKit::QXGetSDData(conformer, kComboText).c_str(), nullptr);
+    QXMolKit::QXSetSDData(conformer, kComboText, std::to_string(score + raise));
+  }
 }
 
 /// The overlay by shape and charge keeps no record, so the poses that it found stand for it.
 QXMol OverlayRun::FindChargePoses(const QXMol& work, const std::string& record) {
-  constexpr unsigned int kStarts = 4;
+  constexpr unsigned int kAll = std::numeric_limits<unsigned int>::max();
   QXMol poses;
   if (arguments_.recordsFolder.empty()) {
     chargeOverlay_->FindBestOverlay(work, arguments_.poses, poses);
+    AddOffset(poses);
     return poses;
   }
-  chargeOverlay_->FindBestOverlay(work, kStarts * work.NumConfs(), poses);
+  chargeOverlay_->FindBestOverlay(work, kAll, poses);
+  AddOffset(poses);
   QXMol best;
   QXMolKit::qxmolostream out(record);
   const std::unique_ptr<QXMolKit::QXIterator<QXConfBase>> confs(poses.GetConfs());
@@ -264,11 +296,9 @@ void OverlayRun::KeepHits(const std::string& path, const MoleculeGroup& group, c
   for (; confs && confs->IsValid(); confs->Next()) {
     QXMol pose(*confs->Get(), 1);
     QXConfBase& conformer = *pose.GetActive();
-    const auto place =
-        static_cast<size_t>(conformer.GetData<std::vector<double>>(kPlaceTag).front());
+    const size_t place = RestoreCharges(group, pose);
     const char* const tag = reference_.charge ? kComboText : kShapeText;
     const double score = std::strtod(QXMolKit::QXGetSDData(conformer, tag).c_str(), nullptr);
-    SetPartialCharges(group.charges[place], pose);
     if (!reference_.charge) {  // what an earlier run told does not hold for this pose
       QXMolKit::QXDeleteSDData(conformer, kChargeText);
       QXMolKit::QXDeleteSDData(conformer, kComboText);
@@ -277,7 +307,8 @@ void OverlayRun::KeepHits(const std::string& path, const MoleculeGroup& group, c
     conformer.DeleteData(kCoefficientTag);  // they are those of the frame of the overlay
     if (!std::isfinite(score)) {
       Skip(fmt::format("{}:{}", path, group.records[place]),
-           "its overlay gave no number: check the coordinates and the widths");
+           fmt::format("its overlay gave no number: check the coordinates{} the widths",
+                       reference_.charge ? ", the charges and" : " and"));
       continue;
     }
     hits_.push_back(
@@ -334,7 +365,8 @@ void OverlayRun::WarnOfPoorExpansions() {
   const std::string inPlace = arguments_.inPlace ? " or leave out --in-place" : "";
   if (!poorlyHeld_.IsEmpty()) console_.Say(poorlyHeld_.Warning("raise --NPolyMax" + inPlace));
   if (chargePoorlyHeld_.IsEmpty()) return;
-  console_.Say(chargePoorlyHeld_.Warning("raise --NPolyMax or --charge-sigma" + inPlace, true));
+  console_.Say(
+      chargePoorlyHeld_.Warning("raise --NPolyMax or change --charge-sigma" + inPlace, true));
 }
 
 void OverlayRun::ReportSkipped() {
@@ -357,9 +389,9 @@ void OverlayRun::MakeOverlay() {
   expanded.SetData(kCoefficientTag, reference_.expansion.GetCoefficients());
   expanded.SetData(kChargeTag, reference_.charge->GetCoefficients());
   chargeOverlay_ = std::make_unique<QXShapeChargeOverlay>(
-      arguments_.tolerance, arguments_.maxIterations, arguments_.chargeWeight,
-      arguments_.chargeOffset, reference_.expansion.GetOptions(), reference_.charge->GetOptions(),
-      arguments_.chargeSigma, expanded, back, kCoefficientTag, kChargeTag);
+      arguments_.tolerance, arguments_.maxIterations, arguments_.chargeWeight, 0.0,
+      reference_.expansion.GetOptions(), reference_.charge->GetOptions(), arguments_.chargeSigma,
+      expanded, back, kCoefficientTag, kChargeTag);
 }
 
 ExitStatus OverlayRun::Run() {

@@ -16,14 +16,16 @@ namespace fs = std::filesystem;
 
 constexpr const char* kEnding = ".qxb";
 
-/// Copies the record under the molecule's own title. False when not all of it could be copied.
-bool CopyUnderTitle(const std::string& from, const std::string& to, const std::string& title) {
+using Change = std::function<void(QXMolKit::QXMol&)>;
+
+/// Copies the record, each molecule changed. False when not all of it could be copied.
+bool CopyChanged(const std::string& from, const std::string& to, const Change& change) {
   QXMolKit::qxmolistream in(from);
   QXMolKit::qxmolostream out(to, QXMolKit::QXMolFormat::QXB);
   QXMolKit::QXMol mol(1);
   bool written = static_cast<bool>(in);
   while (written && QXMolKit::QXReadMolecule(in, mol)) {
-    mol.SetTitle(title.c_str());
+    change(mol);
     written = QXMolKit::QXWriteMolecule(out, mol);
   }
   return out.close() && written && in && in.SkippedRecords().empty();
@@ -63,7 +65,7 @@ std::string RecordsFolder::NextTitle(const std::string& title) {
   return (fs::path(work_) / fmt::format("{:06}_{}", ++count_, FileNamePart(title))).string();
 }
 
-bool RecordsFolder::Finish(const std::string& workingTitle, const std::string& title) {
+bool RecordsFolder::Finish(const std::string& workingTitle, const Change& complete) {
   const fs::path record = workingTitle + kEnding;
   std::error_code failure;
   if (path_.empty()) {
@@ -71,20 +73,20 @@ bool RecordsFolder::Finish(const std::string& workingTitle, const std::string& t
     return true;
   }
   const fs::path kept = fs::path(path_) / record.filename();
-  const fs::path titled = fs::path(work_) / "titled";
+  const fs::path completed = fs::path(work_) / "completed";
   const fs::file_type there = fs::symlink_status(kept, failure).type();
   bool done = false;
   if (there != fs::file_type::not_found && there != fs::file_type::regular) {
     console_.Say(fmt::format("{}: not a regular file: remove it", kept.string()));
-  } else if (CopyUnderTitle(record.string(), titled.string(), title)) {
-    fs::rename(titled, kept, failure);
+  } else if (CopyChanged(record.string(), completed.string(), complete)) {
+    fs::rename(completed, kept, failure);
     done = !failure;
     if (!done) {
       console_.Say(fmt::format("{}: cannot be written ({}): give another --records", kept.string(),
                                failure.message()));
     }
   }
-  fs::remove(titled, failure);
+  fs::remove(completed, failure);
   fs::remove(record, failure);
   return done;
 }

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
+#include "host/molkit/mol.h"
 #include "tools/console.h"
 
 namespace QXTools {
@@ -27,9 +29,11 @@ class RecordsFolder {
   /// The title that the next molecule has to bear while it is overlaid, so that its record lands in
   /// the private folder under a running number, whatever its own title holds.
   std::string NextTitle(const std::string& title);
-  /// To be called after the overlay: gives the molecules in the record their own title back and the
-  /// record its place. False when a wanted record could not be kept, which the console was told.
-  bool Finish(const std::string& workingTitle, const std::string& title);
+  /// To be called after the overlay: gives the record its place, once `complete` has given each
+  /// molecule in it what the overlay does not know, such as the molecule's own title. False when a
+  /// wanted record could not be kept, which the console was told.
+  bool Finish(const std::string& workingTitle,
+              const std::function<void(QXMolKit::QXMol&)>& complete);
 
  private:
   std::string path_;  ///< empty when no record is kept
