@@ -7,6 +7,7 @@
 #include "hermite/charge/charge_terms.h"
 #include "hermite/charge/electrostatics_design.h"
 #include "hermite/charge/interaction.h"
+#include "hermite/charge/pruned_lasso_charge_density.h"
 #include "hermite/charge/r_table.h"
 #include "hermite/charge/r_table_lanes.h"
 #include "hermite/charge/relaxed_lasso_charge_density.h"

@@ -76,13 +76,15 @@ double QXShapeChargeOverlay::FindLocalMinimum(QXMol const& start,
   double shapeTanimoto = 0.0, chargeTanimoto = 0.0;  // these without the guard of the score
   objective.ComputeShapeChargeTanimotos(p.data(), shapeTanimoto, chargeTanimoto);
   pose = FindPose(start, p);
+  // Kept coefficients of the start would not fit the pose, nor its conformers.
+  pose.DeleteData(shapeTag.c_str());
+  pose.DeleteData(chargeTag.c_str());
   const ConfIterator confs(pose.GetConfs());
   for (; confs && confs->IsValid(); confs->Next()) {
     QXMolKit::QXConfBase& conformer = *confs->Get();
     QXMolKit::QXSetSDData(conformer, "Shape Tanimoto", std::to_string(shapeTanimoto));
     QXMolKit::QXSetSDData(conformer, "Charge Tanimoto", std::to_string(chargeTanimoto));
     QXMolKit::QXSetSDData(conformer, "Shape + Charge Tanimoto Combo", std::to_string(score));
-    // Those of the start would not fit the pose.
     conformer.DeleteData(shapeTag.c_str());
     conformer.DeleteData(chargeTag.c_str());
   }

@@ -4,6 +4,7 @@
 
 #include <Eigen/Geometry>
 #include <algorithm>
+#include <array>
 #include <memory>
 
 #include "hermite/hermite.h"
@@ -46,6 +47,24 @@ inline double Value(const QXHermiteMath::QXHermite& h, const Vector3d& r) {
 inline Vector Widths(const QXHermiteMath::QXHermite& h) {
   const QXHermiteOptions& o = h.GetOptions();
   return {o.GetLambdaX(), o.GetLambdaY(), o.GetLambdaZ()};
+}
+
+/// A set of options has this name and, in this order, parameters with these options, descriptions,
+/// defaults and legal values.
+template <class Options>
+void ExpectOptions(const char* name, const std::vector<std::array<std::string, 4>>& rows) {
+  const Options options;
+  EXPECT_EQ(options.GetName(), name);
+  ASSERT_EQ(options.NumParameters(), rows.size());
+  for (size_t place = 0; place < rows.size(); ++place) {
+    const QXCore::QXParameter& parameter = *options.GetParameter(place);
+    EXPECT_EQ(parameter.GetOption(), rows[place][0]);
+    EXPECT_EQ(parameter.GetBrief(), rows[place][1]);
+    EXPECT_EQ(parameter.GetText(), rows[place][2]);
+    EXPECT_EQ(parameter.GetLegalText(), rows[place][3]);
+  }
+  const std::unique_ptr<QXCore::QXOptions> copy(options.CreateCopy());
+  EXPECT_NE(dynamic_cast<Options*>(copy.get()), nullptr);
 }
 
 /// The four blocks of a vector of values and their three derivatives.

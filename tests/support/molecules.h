@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "host/molkit/mol.h"
+#include "host/molkit/sdtext.h"
 #include "support/files.h"
 
 namespace QXTest {
@@ -75,5 +76,19 @@ inline std::vector<QXMolKit::QXConfBase*> Conformers(const QXMolKit::QXMCMolBase
   for (; confs && confs->IsValid(); confs->Next()) all.push_back(confs->Get());
   return all;
 }
+
+/// One conformer of such a molecule.
+inline QXMol Conformer(const std::string& title, size_t which = 0) {
+  return QXMol(*Conformers(Drug(title))[which], 1);
+}
+
+/// The numbers that the conformers have as SD texts under a tag, with six digits behind the point.
+inline std::vector<double> Texts(const QXMol& mol, const char* tag) {
+  std::vector<double> numbers;
+  for (const auto* conf : Conformers(mol))
+    numbers.push_back(std::stod(QXMolKit::QXGetSDData(*conf, tag)));
+  return numbers;
+}
+constexpr double kText = 5e-7;
 
 }  // namespace QXTest

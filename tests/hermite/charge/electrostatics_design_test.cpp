@@ -57,14 +57,5 @@ TEST(ElectrostaticsDesign, HasPotentialAndFieldOfEachFunctionInBlocks) {
   }
 }
 
-TEST(ElectrostaticsDesign, IsNotANumberOnASiteInTheColumnsOfTheSite) {
-  const QXMultiHermiteParameters params(1, 1.0, {0, 0, 0, 2, 0, 0});
-  const Eigen::MatrixXd D = HermiteElectrostaticsDesignMatrix({1, 0, 0, 0, 0, 0}, params);
-  for (Eigen::Index row = 0; row < 8; ++row) {
-    EXPECT_EQ(D.row(row).leftCols(4).array().isNaN().count(), row % 2 == 1 ? 4 : 0) << row;
-    EXPECT_TRUE(D.row(row).rightCols(4).allFinite()) << row;
-  }
-}
-
 }  // namespace
 }  // namespace QXHermiteMath

@@ -75,6 +75,33 @@ TEST(Interaction, IsTheIntegralOfOneDensityInThePotentialOfTheOther) {
   EXPECT_NEAR(Energy(a, b), static_cast<double>(sum / (3.4L * 3.4L * 3.4L)), 1e-10);
 }
 
+TEST(Interaction, OfTwoSphericalChargesIsTheZerothBoysFunction) {
+  QXHermiteChargeDensity a(QXMultiHermiteParameters(0, 0.9, {0.3, 0, -1}));
+  QXHermiteChargeDensity b(QXMultiHermiteParameters(0, 1.2, {1.3, 2, 1}));
+  a.SetCoefficients({0.7});
+  b.SetCoefficients({-1.1});
+  QXHermiteInteraction interaction;
+  interaction.SetupRef(a);
+  interaction.Setup(b);
+  const double alpha = 0.81, beta = 1.44, root = 3.0 * std::sqrt(alpha * beta / (alpha + beta));
+  const double F0 = std::sqrt(std::acos(-1.0)) / 2 * std::erf(root) / root;
+  const double expected =
+      11617.858885866724 * 0.7 * -1.1 * F0 / (alpha * beta * std::sqrt(alpha + beta));
+  EXPECT_NEAR(interaction.CoulombEnergy(), expected, 16 * kEpsilon * std::fabs(expected));
+
+  // Moving h_0(lambda x) along x gives lambda h_1(lambda x).
+  const auto energy = [](const Vector& center, unsigned int function) {
+    QXHermiteChargeDensity one(QXMultiHermiteParameters(1, 0.9, center));
+    one.SetCoefficients({0.9}, {function});
+    return Vector{Energy(one, Right())};
+  };
+  const Vector center = {0.2, -0.1, 0.4};
+  Vector columns[3];
+  for (unsigned int axis : {0u, 1u, 2u}) columns[axis] = {0.9 * energy(center, 3 - axis)[0]};
+  EXPECT_TRUE(DerivativesAgree(
+      columns, [&](const Vector& at) { return energy(at, 0); }, center));
+}
+
 // Energies are some 1e2 for a and b, 1e4 with the others, sums of terms of that size.
 TEST(Interaction, DoesNotDependOnOrderOrPlace) {
   const QXHermiteChargeDensity a = Left(), b = Right();
@@ -82,7 +109,10 @@ TEST(Interaction, DoesNotDependOnOrderOrPlace) {
   UInts degrees;
   for (unsigned int i = 0; i < 40; ++i) degrees.push_back(i % 3);
   const QXHermiteChargeDensity many = Density(degrees, 1.1, RandomPoints(40, 3.0, 8), 50);
-  for (auto const& [one, other] : {std::pair{&a, &b}, {&a, &many}, {&many, &b}}) {
+  QXHermiteChargeDensity twice = b;  // a function listed twice counts twice
+  twice.SetCoefficients({0.5, -0.8, 0.3}, {0, 3, 3});
+  for (auto const& [one, other] :
+       {std::pair{&a, &b}, {&a, &many}, {&many, &b}, {&a, &twice}, {&many, &twice}}) {
     const double expected = PlainEnergy(*one, *other);
     EXPECT_NEAR(Energy(*one, *other), expected, 1e6 * kEpsilon);
     EXPECT_NEAR(Energy(*other, *one), expected, 1e6 * kEpsilon);
@@ -131,7 +161,7 @@ TEST(Interaction, IsNotANumberWhereSitesCoincide) {
   }
 }
 
-// Setup alone makes room, for order 0 too; a larger reference after it is served all the same.
+// Setup alone makes room; a larger reference after it is served all the same.
 TEST(Interaction, AllocatesNoTableAfterSetup) {
   const QXHermiteChargeDensity reference = Density({5}, 1.0, {0, 0, 0}, 70);
   const QXHermiteChargeDensity fit = Density({5}, 1.2, {2, 0, 1}, 71);

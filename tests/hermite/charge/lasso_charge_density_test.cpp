@@ -1,9 +1,6 @@
 #include "hermite/charge/lasso_charge_density.h"
 
-#include <fstream>
-
 #include "support/hermite.h"
-#include "support/molecules.h"
 
 namespace QXHermiteMath {
 namespace {
@@ -24,25 +21,15 @@ VectorXd Column(const Vector& values) {
 }
 
 TEST(LassoChargeDensityOptions, StandInOneOrderWithTextsDefaultsAndLegalValues) {
-  const char* const rows[][2] = {
-      {"-UsePotential",
-       "When True a Hermite charge density will be fitted to the electrostatic potential."},
-      {"-UseElectricField",
-       "When True a Hermite charge density will be fitted to the electric field."},
-      {"-UseNeutralCharge", "When True imposes zero total charge constraint."},
-  };
-  const QXLassoChargeDensityOptions options;
-  EXPECT_EQ(options.GetName(), "Hermite Lasso Fit Options");
-  ASSERT_EQ(options.NumParameters(), std::size(rows));
-  for (size_t place = 0; place < std::size(rows); ++place) {
-    const QXCore::QXParameter& parameter = *options.GetParameter(place);
-    EXPECT_EQ(parameter.GetOption(), rows[place][0]);
-    EXPECT_EQ(parameter.GetBrief(), rows[place][1]);
-    EXPECT_EQ(parameter.GetText(), "true");
-    EXPECT_EQ(parameter.GetLegalText(), "true or false");
-  }
-  const std::unique_ptr<QXOptions> copy(options.CreateCopy());
-  EXPECT_NE(dynamic_cast<QXLassoChargeDensityOptions*>(copy.get()), nullptr);
+  const std::string legal = "true or false";
+  ExpectOptions<QXLassoChargeDensityOptions>(
+      "Hermite Lasso Fit Options",
+      {{"-UsePotential",
+        "When True a Hermite charge density will be fitted to the electrostatic potential.", "true",
+        legal},
+       {"-UseElectricField",
+        "When True a Hermite charge density will be fitted to the electric field.", "true", legal},
+       {"-UseNeutralCharge", "When True imposes zero total charge constraint.", "true", legal}});
 }
 
 // Without noise the centred target lies in the span of the centred columns, whatever its mean. The
@@ -80,9 +67,21 @@ TEST(LassoChargeDensity, FindsASparseDensityAgain) {
     const UInts& candidates = fit.GetCandidates();
     MatrixXd X = HermiteElectrostaticsDesignMatrix(points, params, candidates);
     X = X.middleRows(potential ? 0 : X.rows() / 4, Column(values).size()).eval();
+    const VectorXd y = Column(values).array() - Column(values).mean();
     const VectorXd norms = NormalizeDesignMatrix(X);
     const VectorXd spread = (X.transpose() * X).inverse().cwiseAbs().rowwise().sum();
     const VectorXd bound = 512 * kEpsilon * Column(values).norm() * spread.cwiseQuotient(norms);
+    double before = HUGE_VAL;  // on the way the residual shrinks from step to step
+    for (unsigned int n = 1; n <= fit.MaxNumActives(); ++n) {
+      const QXHermiteChargeDensity step = fit.GetChargeDensity(n);
+      EXPECT_EQ(step.NumActives(), n);
+      for (size_t i = 0; i < n; ++i)
+        EXPECT_EQ(step.GetCoefficient(fit.GetActives(n)[i]), fit.GetCoefficientPath()[n - 1][i]);
+      const Vector c = step.GetDenseCoefficients();
+      const double residual = (X * Column(c)(candidates).cwiseProduct(norms) - y).norm();
+      EXPECT_LT(residual, before) << n;
+      before = residual;
+    }
     const VectorXd off =
         Column(found.GetDenseCoefficients()) - Column(truth.GetDenseCoefficients());
     for (size_t j = 0; j < candidates.size(); ++j) EXPECT_NEAR(off[candidates[j]], 0.0, bound[j]);
@@ -128,51 +127,6 @@ TEST(LassoChargeDensity, SaysWhatIsMissing) {
     EXPECT_EQ(messages.all[0], std::pair(QXCore::QXErrorLevel::Fatal, std::string(report)));
     EXPECT_EQ(fit.GetCandidates(), FullActivesList(4));
   }
-}
-
-// Potential and field of a water molecule by quantum mechanics. The end of the path is the least
-// squares solution, here another program's by other formulas, to 13 digits and with a condition of
-// 59: tests/golden/water_electrostatics.py. On the way the residual shrinks from step to step.
-TEST(LassoChargeDensity, FitsAMoleculeAsLeastSquaresDo) {
-  std::ifstream file(std::string(QX_TEST_DATA) + "/hermite/water_electrostatics.txt");
-  size_t atoms = 0, fitted = 0, held = 0;
-  double width = 0.0;
-  file >> width >> atoms >> fitted >> held;
-  const auto read = [&file](size_t rows, size_t columns) {
-    MatrixXd numbers(rows, columns);
-    for (auto row : numbers.rowwise())
-      for (double& x : row) file >> x;
-    return numbers;
-  };
-  const auto flat = [](const MatrixXd& m) { return Vector(m.data(), m.data() + m.size()); };
-  const QXMultiHermiteParameters params(2, width, flat(read(atoms, 3).transpose()));
-  const MatrixXd rows = read(fitted, 7), heldRows = read(held, 7);
-  const MatrixXd coefficients = read(1, 9 * atoms), error = read(1, 1);
-  ASSERT_TRUE(file);
-
-  const Vector points = flat(rows.leftCols(3).transpose()), values = flat(rows.rightCols(4));
-  QXLassoChargeDensity fit(params, QXLassoChargeDensityOptions());
-  ASSERT_TRUE(fit.PrepData(points, values) && fit.Fit());
-  ASSERT_EQ(fit.MaxNumActives(), 27u);
-  const MatrixXd D = HermiteElectrostaticsDesignMatrix(points, params);
-  double before = HUGE_VAL;
-  for (unsigned int n = 1; n <= 27; ++n) {
-    const QXHermiteChargeDensity step = fit.GetChargeDensity(n);
-    EXPECT_EQ(step.NumActives(), n);
-    for (size_t i = 0; i < n; ++i)
-      EXPECT_EQ(step.GetCoefficient(fit.GetActives(n)[i]), fit.GetCoefficientPath()[n - 1][i]);
-    VectorXd residual = D * Column(step.GetDenseCoefficients()) - Column(values);
-    residual.array() -= residual.mean();
-    EXPECT_LT(residual.norm(), before) << n;
-    before = residual.norm();
-  }
-  const QXHermiteChargeDensity density = fit.GetChargeDensity(27);
-  const UInts actives = density.GetActives();
-  for (size_t i = 0; i < 27; ++i)
-    EXPECT_NEAR(density.GetCoefficient(actives[i]), coefficients(i), 1e-12);
-  const VectorXd off =
-      Column(density.EvaluatePotential(flat(heldRows.leftCols(3).transpose()))) - heldRows.col(3);
-  EXPECT_NEAR(off.norm() / heldRows.col(3).norm(), error(0), 1e-10);
 }
 
 }  // namespace

@@ -62,8 +62,7 @@ TEST(GridEvaluation, SizesTheCube) {
     double width, spacing;
     unsigned int dim;
     bool cut;
-  } cases[] = {{0, 1, 8, false},     {0, 10, 5, false},   {0, 1.6, 5, false},  {0, 1.5, 6, false},
-               {492, 1, 500, false}, {493, 1, 500, true}, {1000, 1, 500, true}};
+  } cases[] = {{0, 10, 5, false}, {0, 1.5, 6, false}, {493, 1, 500, true}};
   for (const auto& c : cases) {
     Messages messages;
     EXPECT_EQ(EvaluationGridDim(c.width, c.spacing), c.dim) << c.width;

@@ -79,6 +79,19 @@ TEST(ShapeChargeTanimoto, IsTheWeightedSumWithAnExactGradient) {
   EXPECT_EQ(f.GetRefChargeSelfOverlap(), f.GetFitChargeSelfOverlap());
   EXPECT_EQ(f.GetRefShapeSelfOverlap(), f.GetFitShapeSelfOverlap());
   EXPECT_NE(f.GetRefShapeSelfOverlap(), f.GetRefChargeSelfOverlap());
+
+  // Widths chosen for the reference are those in which coefficients of a fit are read.
+  const auto chosen = [](const Gaussians& gaussians) {
+    QXHermiteOverlap overlap;
+    overlap.SetupRef(gaussians, QXHermiteOptions());
+    return overlap.GetRefOptions();
+  };
+  QXHermiteOptions shapeOptions = chosen(kRef), chargeOptions = chosen(kRefCharge);
+  for (QXHermiteOptions* o : {&shapeOptions, &chargeOptions}) o->SetUseOptimalLambdas(false);
+  f.SetupRef(kRef, QXHermiteOptions(), kRefCharge, QXHermiteOptions());
+  f.Setup(Expanded(kRef, shapeOptions).GetCoefficients(),
+          Expanded(kRefCharge, chargeOptions).GetCoefficients());
+  EXPECT_NEAR(f(kOrigin.data()), -1.0 - w * (1.0 + c), 256 * kEpsilon);
 }
 
 // A denominator of exactly zero makes the charge Tanimoto zero; in the objective only, and for the
