@@ -7,7 +7,6 @@
 #include <cmath>
 #include <cstdio>
 #include <fstream>
-#include <numeric>
 #include <optional>
 
 #include "host/molkit/molstream.h"
@@ -28,9 +27,6 @@
 
 namespace QXTools {
 namespace {
-
-using QXHermiteMath::QXHermiteChargeDensity;
-using QXHermiteMath::QXMultiHermiteParameters;
 
 constexpr const char* kExamples = R"(Examples:
   qxhermite charges fit water.json --out density.json

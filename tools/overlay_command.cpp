@@ -90,7 +90,6 @@ class OverlayRun {
   void AddCharge(QXMol& moved, Held& held) const;
   QXMol FindPoses(const MoleculeGroup& group, QXMol& work);
   QXMol FindChargePoses(const QXMol& work, const std::string& record);
-  void AddOffset(QXMol& poses) const;
   void MakeOverlay();
   void KeepHits(const std::string& path, const MoleculeGroup& group, const QXMol& poses);
   bool WriteResults();
@@ -252,30 +251,15 @@ QXMol OverlayRun::FindPoses(const MoleculeGroup& group, QXMol& work) {
   return poses;
 }
 
-/// Raises the scores by the offset. The search leaves it out, since even a constant can lead to
-/// other poses: it takes digits from the score, and a search ends by the change relative to the
-/// score.
-void OverlayRun::AddOffset(QXMol& poses) const {
-  const double raise = arguments_.chargeWeight * arguments_.chargeOffset;
-  const std::unique_ptr<QXMolKit::QXIterator<QXConfBase>> confs(poses.GetConfs());
-  for (; confs && confs->IsValid(); confs->Next()) {
-    QXConfBase& conformer = *confs->Get();
-    const double score = std::strtod(QXMolKit::QXGetSDData(conformer, kComboText).c_str(), nullptr);
-    QXMolKit::QXSetSDData(conformer, kComboText, std::to_string(score + raise));
-  }
-}
-
 /// The overlay by shape and charge keeps no record, so the poses that it found stand for it.
 QXMol OverlayRun::FindChargePoses(const QXMol& work, const std::string& record) {
   constexpr unsigned int kAll = std::numeric_limits<unsigned int>::max();
   QXMol poses;
   if (arguments_.recordsFolder.empty()) {
     chargeOverlay_->FindBestOverlay(work, arguments_.poses, poses);
-    AddOffset(poses);
     return poses;
   }
   chargeOverlay_->FindBestOverlay(work, kAll, poses);
-  AddOffset(poses);
   QXMol best;
   QXMolKit::qxmolostream out(record);
   const std::unique_ptr<QXMolKit::QXIterator<QXConfBase>> confs(poses.GetConfs());
@@ -389,9 +373,9 @@ void OverlayRun::MakeOverlay() {
   expanded.SetData(kCoefficientTag, reference_.expansion.GetCoefficients());
   expanded.SetData(kChargeTag, reference_.charge->GetCoefficients());
   chargeOverlay_ = std::make_unique<QXShapeChargeOverlay>(
-      arguments_.tolerance, arguments_.maxIterations, arguments_.chargeWeight, 0.0,
-      reference_.expansion.GetOptions(), reference_.charge->GetOptions(), arguments_.chargeSigma,
-      expanded, back, kCoefficientTag, kChargeTag);
+      arguments_.tolerance, arguments_.maxIterations, arguments_.chargeWeight,
+      arguments_.chargeOffset, reference_.expansion.GetOptions(), reference_.charge->GetOptions(),
+      arguments_.chargeSigma, expanded, back, kCoefficientTag, kChargeTag);
 }
 
 ExitStatus OverlayRun::Run() {

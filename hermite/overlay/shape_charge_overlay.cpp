@@ -10,6 +10,29 @@ namespace QXHermiteMath {
 
 using ConfIterator = std::unique_ptr<QXMolKit::QXIterator<QXMolKit::QXConfBase>>;
 
+namespace {
+
+/// A function plus a constant, which takes the offset out of the combination: a search ends by the
+/// change relative to the value, and would end elsewhere with it.
+class Raised : public QXMinimizer::QXFunc1 {
+ public:
+  Raised(QXMinimizer::QXFunc1& newFunction, double newConstant)
+      : function(newFunction), constant(newConstant) {}
+
+  unsigned int NumVar() const override { return function.NumVar(); }
+  double operator()(double const* x) override { return function(x) + constant; }
+  const double* GetFComponents(double const* x) override { return function.GetFComponents(x); }
+  double operator()(double const* x, double* gradient) override {
+    return function(x, gradient) + constant;
+  }
+
+ private:
+  QXMinimizer::QXFunc1& function;
+  double constant;
+};
+
+}  // namespace
+
 QXShapeChargeOverlay::QXShapeChargeOverlay(double newTolerance, unsigned int newIterationLimit,
                                            double weight, double offset,
                                            QXHermiteOptions newShapeOptions,
@@ -71,7 +94,8 @@ double QXShapeChargeOverlay::FindLocalMinimum(QXMol const& start,
                                               std::vector<double> const& chargeCoefficients,
                                               QXMol& pose) {
   objective.Setup(shapeCoefficients, chargeCoefficients);
-  const std::vector<double> p = FindOptimum(objective, tolerance, iterationLimit);
+  Raised withoutOffset(objective, chargeWeight * chargeOffset);
+  const std::vector<double> p = FindOptimum(withoutOffset, tolerance, iterationLimit);
   const double score = -objective(p.data());
   double shapeTanimoto = 0.0, chargeTanimoto = 0.0;  // these without the guard of the score
   objective.ComputeShapeChargeTanimotos(p.data(), shapeTanimoto, chargeTanimoto);

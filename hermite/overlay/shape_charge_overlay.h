@@ -21,8 +21,8 @@ using QXMolKit::QXTrans;
 ///
 ///   T_shape + w (T_charge + c)
 ///
-/// of the two Tanimotos. A molecule on itself has 1 + w (1 + c). c raises every score by w c; poses
-/// change with it only as far as the tolerance lets them, which is relative to the score.
+/// of the two Tanimotos. A molecule on itself has 1 + w (1 + c). c raises every score by w c, and
+/// changes poses no more than rounding does.
 ///
 /// Both densities are expanded about the origin of one frame, to which the caller brings the
 /// molecules, so hand over options with -UseCenterOfMass false, or with true only for molecules
