@@ -1,5 +1,6 @@
 #include "hermite/overlay/hermite_shape_overlay.h"
 
+#include <algorithm>
 #include <memory>
 #include <utility>
 
@@ -46,7 +47,7 @@ bool QXHermiteShapeOverlay::SetupRef(QXMolBase const& mol, QXTrans const& newTra
   trans = newTrans;
   const QXHermite h = ExpandHeavyAtoms(mol, options);
   options = h.GetOptions();
-  return overlap.SetupRef(h.GetCoefficients(), options);
+  return SetupOverlap(h.GetCoefficients());
 }
 
 bool QXHermiteShapeOverlay::SetupRef(QXScalarGrid const& grid, QXTrans const& newTrans) {
@@ -55,31 +56,45 @@ bool QXHermiteShapeOverlay::SetupRef(QXScalarGrid const& grid, QXTrans const& ne
   if (!h.Setup(grid, options)) return false;
   options = h.GetOptions();
   if (makeGrid) refGrid = MakeGrid(h);
-  return overlap.SetupRef(h.GetCoefficients(), options);
+  return SetupOverlap(h.GetCoefficients());
 }
 
 bool QXHermiteShapeOverlay::SetupRef(std::vector<double> const& coefficients,
                                      QXTrans const& newTrans) {
   trans = newTrans;
+  return SetupOverlap(coefficients);
+}
+
+bool QXHermiteShapeOverlay::SetupOverlap(std::vector<double> const& coefficients) {
+  lanes.SetRef(coefficients.data(), options.GetNPolyMax(), options);
   return overlap.SetupRef(coefficients, options);
 }
 
 double QXHermiteShapeOverlay::FindBestOverlay(QXMCMolBase const& fit, unsigned int nPoses,
                                               QXMCMolBase& result, bool optimize,
                                               bool singleStart) {
-  std::vector<std::pair<double, QXMol>> poses;
+  std::vector<QXMol> molecules;
+  std::vector<std::vector<double>> starts;
   const ConfIterator confs(fit.GetConfs());
   for (; confs && confs->IsValid(); confs->Next()) {
     const QXMolKit::QXConfBase& conformer = *confs->Get();
-    std::vector<std::vector<double>> starts = GetStartCoefficients(
-        GetConformerCoefficients(conformer, coefficientTag.c_str(), options), options, singleStart);
-    for (size_t k = 0; k < starts.size(); ++k) {
-      QXMol pose(1);
-      std::vector<double> variables;
-      const double tanimoto =
-          FindLocalMinimum(GetStart(conformer, k), starts[k], pose, variables, optimize);
-      poses.emplace_back(tanimoto, std::move(pose));
+    size_t k = 0;
+    for (auto& start :
+         GetStartCoefficients(GetConformerCoefficients(conformer, coefficientTag.c_str(), options),
+                              options, singleStart)) {
+      starts.push_back(std::move(start));
+      molecules.push_back(GetStart(conformer, k++));
     }
+  }
+  const std::vector<OverlayPoint> points = FindPoints(starts, optimize);
+  std::vector<double> scores;
+  for (size_t i = 0; i < starts.size(); ++i) scores.push_back(Score(starts[i], points[i]));
+
+  std::vector<std::pair<double, QXMol>> poses;
+  for (size_t i : FindBest(scores, std::max(nPoses, 1u))) {
+    poses.emplace_back(scores[i], QXMol(1));
+    Finish(molecules[i], starts[i], scores[i], {points[i].x.begin(), points[i].x.end()},
+           poses.back().second);
   }
   return PostProcessOverlayData(poses, nPoses, trans, result);
 }
@@ -111,11 +126,14 @@ QXBestStart QXHermiteShapeOverlay::FindBestStart(std::vector<double> const& coef
   QXBestStart best;
   std::vector<std::vector<double>> starts =
       GetStartCoefficients(coefficients, options, singleStart);
+  const std::vector<OverlayPoint> points = FindPoints(starts, optimize);
   for (size_t k = 0; k < starts.size(); ++k) {
-    std::vector<double> variables;
-    const double tanimoto = Score(starts[k], optimize, variables);
+    const double tanimoto = Score(starts[k], points[k]);
     if (tanimoto > best.tanimoto)
-      best = {tanimoto, static_cast<unsigned int>(k), std::move(starts[k]), std::move(variables)};
+      best = {tanimoto,
+              static_cast<unsigned int>(k),
+              std::move(starts[k]),
+              {points[k].x.begin(), points[k].x.end()}};
   }
   if (best.tanimoto > 0.0)
     best.coefficients = MoveExpansion(best.coefficients, options, best.variables).GetCoefficients();
@@ -125,7 +143,17 @@ QXBestStart QXHermiteShapeOverlay::FindBestStart(std::vector<double> const& coef
 double QXHermiteShapeOverlay::FindLocalMinimum(QXMCMolBase const& start,
                                                std::vector<double>& coefficients, QXMCMolBase& pose,
                                                std::vector<double>& variables, bool optimize) {
-  const double tanimoto = Score(coefficients, optimize, variables);
+  const OverlayPoint point = FindPoints({coefficients}, optimize).front();
+  const double tanimoto = Score(coefficients, point);
+  variables.assign(point.x.begin(), point.x.end());
+  Finish(start, coefficients, tanimoto, variables, pose);
+  return tanimoto;
+}
+
+// The molecule and the coefficients of a start become those of its pose.
+void QXHermiteShapeOverlay::Finish(QXMCMolBase const& start, std::vector<double>& coefficients,
+                                   double tanimoto, std::vector<double> const& variables,
+                                   QXMCMolBase& pose) const {
   const QXHermite moved = MoveExpansion(coefficients, options, variables);
   coefficients = moved.GetCoefficients();
   pose = FindPose(start, variables);
@@ -138,14 +166,28 @@ double QXHermiteShapeOverlay::FindLocalMinimum(QXMCMolBase const& start,
     conformer.DeleteData(kGridTag);
     if (makeGrid) conformer.SetData(kGridTag, MakeGrid(moved));
   }
-  return tanimoto;
 }
 
-double QXHermiteShapeOverlay::Score(std::vector<double> const& coefficients, bool optimize,
-                                    std::vector<double>& variables) {
-  overlap.Setup(coefficients, options);
-  variables = optimize ? FindOptimum(overlap, tolerance, iterationLimit) : std::vector<double>(6);
-  return TanimotoFromValue(overlap(variables.data()), overlap);
+double QXHermiteShapeOverlay::Score(std::vector<double> const& coefficients,
+                                    OverlayPoint const& point) const {
+  return TanimotoFromValue(point.value, overlap.GetRefSelfOverlap(),
+                           QXCalcHermiteSelfOverlap(coefficients, options));
+}
+
+// Where each start ends, side by side; without optimize, where it stands.
+std::vector<OverlayPoint> QXHermiteShapeOverlay::FindPoints(
+    std::vector<std::vector<double>> const& starts, bool optimize) {
+  std::vector<OverlayPoint> points(starts.size());
+  if (optimize) {
+    ShapeLanes objective(lanes, PointersTo(starts));
+    FindOptima(objective, {tolerance, iterationLimit}, points);
+    return points;
+  }
+  for (size_t i = 0; i < starts.size(); ++i) {
+    overlap.Setup(starts[i], options);
+    points[i].value = overlap(points[i].x.data());
+  }
+  return points;
 }
 
 QXScalarGrid QXHermiteShapeOverlay::MakeGrid(QXHermite const& h) const {

@@ -97,8 +97,12 @@ class QXHermiteShapeOverlay {
                           QXMCMolBase& pose, std::vector<double>& variables, bool optimize);
 
  private:
-  double Score(std::vector<double> const& coefficients, bool optimize,
-               std::vector<double>& variables);
+  std::vector<OverlayPoint> FindPoints(std::vector<std::vector<double>> const& starts,
+                                       bool optimize);
+  bool SetupOverlap(std::vector<double> const& coefficients);
+  double Score(std::vector<double> const& coefficients, OverlayPoint const& point) const;
+  void Finish(QXMCMolBase const& start, std::vector<double>& coefficients, double tanimoto,
+              std::vector<double> const& variables, QXMCMolBase& pose) const;
   QXScalarGrid MakeGrid(QXHermite const& h) const;
 
   double tolerance;
@@ -108,6 +112,7 @@ class QXHermiteShapeOverlay {
   QXTrans trans;
   std::string coefficientTag = "Hermite Shape Inertial Vector";
   QXHermiteOverlap overlap;
+  OverlapLanes lanes;  // of the same reference
   double gridSpacing;
   double gridSize;
   bool makeGrid;

@@ -1,6 +1,7 @@
 #include "hermite/overlay/overlap.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "hermite/frame/best_lambda.h"
 #include "host/core/throw.h"
@@ -26,6 +27,11 @@ QXHermite ExpandGaussians(std::vector<QXGaussian> const& gaussians, QXHermiteOpt
   h.Setup(gaussians, o);
   o.SetUseOptimalLambdas(true);
   return h;
+}
+
+bool InOneBasis(QXHermiteOptions const& a, QXHermiteOptions const& b) {
+  return a.GetNPolyMax() == b.GetNPolyMax() && a.GetLambdaX() == b.GetLambdaX() &&
+         a.GetLambdaY() == b.GetLambdaY() && a.GetLambdaZ() == b.GetLambdaZ();
 }
 
 // The sums of value and gradient over the basis: R and T hold four blocks each, the values and
@@ -63,6 +69,12 @@ bool QXHermiteOverlap::SetupRef(std::vector<double> const& coefficients,
   index = QXHermiteIndex(larger);
   translation = QXHermiteTranslation(larger);
   refOptions = options;
+  laneHoldsFit = false;
+  if (coefficients.size() == QXHermiteBasisSize(N)) {
+    lane.SetRef(coefficients.data(), N, options);
+    lane.MakeLanes(1);
+    LoadLane();
+  }
   return true;
 }
 
@@ -89,6 +101,7 @@ bool QXHermiteOverlap::Setup(std::vector<double> const& coefficients,
   fitCoefficients = coefficients;
   fitSelfOverlap = QXCalcHermiteSelfOverlap(coefficients, options);
   fitOptions = options;
+  LoadLane();
   return true;
 }
 
@@ -105,6 +118,28 @@ bool QXHermiteOverlap::Setup(std::vector<QXGaussian> const& gaussians,
   return Setup(h, o);
 }
 
+// In one basis, motions need no projection, and the lane does the work of the operators.
+void QXHermiteOverlap::LoadLane() {
+  const size_t size = QXHermiteBasisSize(refOptions.GetNPolyMax());
+  laneHoldsFit = InOneBasis(refOptions, fitOptions) && refCoefficients.size() == size &&
+                 fitCoefficients.size() == size;
+  if (laneHoldsFit) lane.SetFit(0, fitCoefficients.data());
+}
+
+bool QXHermiteOverlap::EvaluateInLane(double const* x, double const* t, double& value,
+                                      double* gradient) {
+  const double s[] = {refOptions.GetLambdaX() * t[0], refOptions.GetLambdaY() * t[1],
+                      refOptions.GetLambdaZ() * t[2]};
+  for (int k = 0; k < 3; ++k) {
+    if (!(std::abs(x[k]) <= OverlapLanes::kLargestAngle)) return false;
+    if (!(std::abs(s[k]) <= OverlapLanes::kLargestShift)) return false;
+  }
+  if (!laneHoldsFit) return false;
+  const double variables[6] = {x[0], x[1], x[2], t[0], t[1], t[2]};
+  lane.Evaluate(variables, &value, gradient);
+  return true;
+}
+
 void QXHermiteOverlap::GetShift(double const* x, double* t) const {
   for (size_t k = 0; k < 3; ++k) t[k] = fitCenter[k] + x[3 + k] - refCenter[k];
 }
@@ -112,6 +147,8 @@ void QXHermiteOverlap::GetShift(double const* x, double* t) const {
 double QXHermiteOverlap::operator()(double const* x) {
   double t[3];
   GetShift(x, t);
+  double value;
+  if (EvaluateInLane(x, t, value, nullptr)) return value;
   const unsigned int N = refOptions.GetNPolyMax();
   rotation.Rotate(x, N, refCoefficients, rotatedRef, index);
   translation.Translate(t, fitOptions, refOptions, fitCoefficients, translatedFit, index, true);
@@ -123,6 +160,8 @@ double QXHermiteOverlap::operator()(double const* x) {
 double QXHermiteOverlap::operator()(double const* x, double* gradient) {
   double t[3];
   GetShift(x, t);
+  double value;
+  if (EvaluateInLane(x, t, value, gradient)) return value;
   const unsigned int N = refOptions.GetNPolyMax();
   rotation.RotateWithDerivatives(x, N, refCoefficients, rotatedRef, index);
   translation.TranslateWithDerivatives(t, fitOptions, refOptions, fitCoefficients, translatedFit,

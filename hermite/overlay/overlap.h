@@ -6,6 +6,7 @@
 #include "hermite/foundations/basis.h"
 #include "hermite/frame/rotation.h"
 #include "hermite/frame/translation.h"
+#include "hermite/overlay/overlap_lanes.h"
 #include "host/minimizer/func.h"
 
 namespace QXHermiteMath {
@@ -61,9 +62,12 @@ class QXHermiteOverlap : public QXMinimizer::QXFunc1 {
   double GetRefSelfOverlap() const { return refSelfOverlap; }
   double GetFitSelfOverlap() const { return fitSelfOverlap; }
   QXHermiteOptions const& GetRefOptions() const { return refOptions; }
+  std::vector<double> const& GetRefCoefficients() const { return refCoefficients; }
 
  private:
   void GetShift(double const* x, double* t) const;
+  void LoadLane();
+  bool EvaluateInLane(double const* x, double const* t, double& value, double* gradient);
 
   QXHermiteOptions refOptions;
   QXHermiteOptions fitOptions;
@@ -78,6 +82,8 @@ class QXHermiteOverlap : public QXMinimizer::QXFunc1 {
   QXHermiteIndex index;
   std::vector<double> refCenter = {0.0, 0.0, 0.0};
   std::vector<double> fitCenter = {0.0, 0.0, 0.0};
+  OverlapLanes lane;  // of one, for fits in the basis of the reference
+  bool laneHoldsFit = false;
 };
 
 }  // namespace QXHermiteMath

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <utility>
 #include <vector>
 
 #include "hermite/expansion/hermite.h"
+#include "hermite/overlay/lane_search.h"
 #include "hermite/overlay/overlap.h"
 #include "host/molkit/mol.h"
 
@@ -38,10 +40,36 @@ QXMolKit::QXMol GetStart(QXMolKit::QXConfBase const& conformer, size_t k);
 /// The matrix of start k, nine doubles: rot_X, rot_Y, rot_Z for 1, 2, 3, and null for 0.
 const double* GetStartRotation(size_t k);
 
-/// The six variables of the optimum of `objective` that is found from the identity. An exhausted
-/// limit is a result like any other.
+/// The six variables of the optimum of `objective` that is found from the identity: FindOptima for
+/// one objective alone.
 std::vector<double> FindOptimum(QXMinimizer::QXFunc1& objective, double tolerance,
                                 unsigned int iterationLimit);
+
+/// Shape overlaps of a list of fits with one reference, in lanes. Objective number i is that of the
+/// coefficients fits[i], which must stay.
+class ShapeLanes final : public LaneObjective {
+ public:
+  /// `lanes` must have its reference.
+  ShapeLanes(OverlapLanes& newLanes, std::vector<const double*> newFits)
+      : lanes(newLanes), fits(std::move(newFits)) {
+    lanes.MakeLanes(fits.size());
+  }
+  unsigned int NumLanes() const override { return lanes.NumLanes(); }
+  void Load(unsigned int lane, size_t which) override { lanes.SetFit(lane, fits[which]); }
+  void Evaluate(const double* x, double* values, double* gradients) override {
+    lanes.Evaluate(x, values, gradients);
+  }
+
+ private:
+  OverlapLanes& lanes;
+  std::vector<const double*> fits;
+};
+
+/// The places of the `count` highest scores, or of all; scores that are no numbers are the lowest.
+std::vector<size_t> FindBest(std::vector<double> const& scores, size_t count);
+
+/// Pointers to the coefficients of each.
+std::vector<const double*> PointersTo(std::vector<std::vector<double>> const& vectors);
 
 /// The expansion of these coefficients, moved by the six variables p.
 QXHermite MoveExpansion(std::vector<double> const& coefficients, QXHermiteOptions const& options,

@@ -31,6 +31,46 @@ class Raised : public QXMinimizer::QXFunc1 {
   double constant;
 };
 
+/// The combination of a list of fits with one reference, in lanes, without the offset.
+class ShapeChargeLanes final : public LaneObjective {
+ public:
+  ShapeChargeLanes(QXShapeChargeComboTanimoto const& objective, double newWeight,
+                   ShapeLanes newShape, ShapeLanes newCharge,
+                   std::vector<std::pair<double, double>> newFitSelfOverlaps)
+      : refShape(objective.GetRefShapeSelfOverlap()),
+        refCharge(objective.GetRefChargeSelfOverlap()),
+        weight(newWeight),
+        shape(std::move(newShape)),
+        charge(std::move(newCharge)),
+        fitSelfOverlaps(std::move(newFitSelfOverlaps)),
+        loaded(NumLanes()) {}
+
+  unsigned int NumLanes() const override { return shape.NumLanes(); }
+  void Load(unsigned int lane, size_t which) override {
+    shape.Load(lane, which);
+    charge.Load(lane, which);
+    loaded[lane] = which;
+  }
+  void Evaluate(const double* x, double* values, double* gradients) override {
+    const unsigned int lanes = NumLanes();
+    std::vector<double> chargeValues(lanes), chargeGradients(size_t{6} * lanes);
+    shape.Evaluate(x, values, gradients);
+    charge.Evaluate(x, chargeValues.data(), chargeGradients.data());
+    for (unsigned int i = 0; i < lanes; ++i) {
+      const auto [fitShape, fitCharge] = fitSelfOverlaps[loaded[i]];
+      values[i] = CombineShapeAndCharge(values[i], refShape + fitShape, chargeValues[i],
+                                        refCharge + fitCharge, weight, &chargeGradients[i],
+                                        gradients + i, lanes);
+    }
+  }
+
+ private:
+  double refShape, refCharge, weight;
+  ShapeLanes shape, charge;
+  std::vector<std::pair<double, double>> fitSelfOverlaps;
+  std::vector<size_t> loaded;
+};
+
 }  // namespace
 
 QXShapeChargeOverlay::QXShapeChargeOverlay(double newTolerance, unsigned int newIterationLimit,
@@ -60,21 +100,44 @@ QXShapeChargeOverlay::QXShapeChargeOverlay(double newTolerance, unsigned int new
     objective.SetupRef(GetHeavyAtomGaussians(mol), shapeOptions,
                        QXMolToElectroStaticGaussians(refMol, chargeSigma), chargeOptions);
   }
+  const auto setRef = [](OverlapLanes& lanes, QXHermiteOverlap const& overlap) {
+    QXHermiteOptions const& options = overlap.GetRefOptions();
+    lanes.SetRef(overlap.GetRefCoefficients().data(), options.GetNPolyMax(), options);
+  };
+  setRef(shapeLanes, objective.GetShapeOverlap());
+  setRef(chargeLanes, objective.GetChargeOverlap());
 }
 
 double QXShapeChargeOverlay::FindBestOverlay(QXMol const& fit, unsigned int nPoses, QXMol& result) {
-  std::vector<std::pair<double, QXMol>> results;
+  std::vector<QXMol> starts;
+  std::vector<std::vector<double>> shapes, charges;
   const ConfIterator confs(fit.GetConfs());
   for (; confs && confs->IsValid(); confs->Next()) {
     const QXMolKit::QXConfBase& conformer = *confs->Get();
     const auto [shape, charge] = GetCoefficients(conformer);
-    const auto shapes = GetStartCoefficients(shape, shapeOptions, false);
-    const auto charges = GetStartCoefficients(charge, chargeOptions, false);
-    for (size_t k = 0; k < shapes.size(); ++k) {
-      QXMol pose(1);
-      const double score = FindLocalMinimum(GetStart(conformer, k), shapes[k], charges[k], pose);
-      results.emplace_back(score, std::move(pose));
-    }
+    for (auto& start : GetStartCoefficients(shape, shapeOptions, false))
+      shapes.push_back(std::move(start));
+    for (auto& start : GetStartCoefficients(charge, chargeOptions, false))
+      charges.push_back(std::move(start));
+    for (size_t k = 0; starts.size() < shapes.size(); ++k) starts.push_back(GetStart(conformer, k));
+  }
+  std::vector<std::pair<double, double>> selfOverlaps;
+  for (size_t i = 0; i < starts.size(); ++i) {
+    objective.Setup(shapes[i], charges[i]);
+    selfOverlaps.emplace_back(objective.GetFitShapeSelfOverlap(),
+                              objective.GetFitChargeSelfOverlap());
+  }
+  ShapeChargeLanes lanes(objective, chargeWeight, ShapeLanes(shapeLanes, PointersTo(shapes)),
+                         ShapeLanes(chargeLanes, PointersTo(charges)), std::move(selfOverlaps));
+  std::vector<OverlayPoint> points(starts.size());
+  FindOptima(lanes, {tolerance, iterationLimit}, points);
+
+  std::vector<std::pair<double, QXMol>> results;
+  for (size_t i = 0; i < starts.size(); ++i) {
+    QXMol pose(1);
+    const double score =
+        Finish(starts[i], shapes[i], charges[i], {points[i].x.begin(), points[i].x.end()}, pose);
+    results.emplace_back(score, std::move(pose));
   }
   return PostProcessOverlayData(results, nPoses, trans, result);
 }
@@ -95,7 +158,15 @@ double QXShapeChargeOverlay::FindLocalMinimum(QXMol const& start,
                                               QXMol& pose) {
   objective.Setup(shapeCoefficients, chargeCoefficients);
   Raised withoutOffset(objective, chargeWeight * chargeOffset);
-  const std::vector<double> p = FindOptimum(withoutOffset, tolerance, iterationLimit);
+  return Finish(start, shapeCoefficients, chargeCoefficients,
+                FindOptimum(withoutOffset, tolerance, iterationLimit), pose);
+}
+
+double QXShapeChargeOverlay::Finish(QXMol const& start,
+                                    std::vector<double> const& shapeCoefficients,
+                                    std::vector<double> const& chargeCoefficients,
+                                    std::vector<double> const& p, QXMol& pose) {
+  objective.Setup(shapeCoefficients, chargeCoefficients);
   const double score = -objective(p.data());
   double shapeTanimoto = 0.0, chargeTanimoto = 0.0;  // these without the guard of the score
   objective.ComputeShapeChargeTanimotos(p.data(), shapeTanimoto, chargeTanimoto);

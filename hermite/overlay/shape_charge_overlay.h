@@ -65,6 +65,9 @@ class QXShapeChargeOverlay {
  private:
   std::pair<std::vector<double>, std::vector<double>> GetCoefficients(
       QXMolKit::QXConfBase const& conformer) const;
+  double Finish(QXMol const& start, std::vector<double> const& shapeCoefficients,
+                std::vector<double> const& chargeCoefficients, std::vector<double> const& p,
+                QXMol& pose);
 
   double chargeWeight;
   double chargeOffset;
@@ -78,6 +81,8 @@ class QXShapeChargeOverlay {
   std::string shapeTag;
   std::string chargeTag;
   QXShapeChargeComboTanimoto objective;
+  OverlapLanes shapeLanes;  // of the references of the objective
+  OverlapLanes chargeLanes;
 };
 
 }  // namespace QXHermiteMath

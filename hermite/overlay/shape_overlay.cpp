@@ -1,5 +1,6 @@
 #include "hermite/overlay/shape_overlay.h"
 
+#include <algorithm>
 #include <memory>
 
 #include "hermite/overlay/overlay_results.h"
@@ -22,24 +23,35 @@ QXShapeOverlay::QXShapeOverlay(double newTolerance, unsigned int newIterationLim
       options(ref.GetOptions()),
       trans(newTrans) {
   overlap.SetupRef(ref.GetCoefficients(), options);
+  lanes.SetRef(ref.GetCoefficients().data(), options.GetNPolyMax(), options);
 }
 
 double QXShapeOverlay::FindBestOverlay(QXMol const& fit, unsigned int nPoses, QXMol& result) {
-  std::vector<std::pair<double, QXMol>> results;
-  QXMolKit::qxmolostream record(std::string(fit.GetTitle()) + ".qxb");
+  std::vector<QXMol> starts;
+  std::vector<std::vector<double>> coefficients;
   const ConfIterator confs(fit.GetConfs());
   for (; confs && confs->IsValid(); confs->Next()) {
     const QXMolKit::QXConfBase& conformer = *confs->Get();
-    std::vector<std::vector<double>> starts = GetStartCoefficients(
-        GetConformerCoefficients(conformer, coefficientTag.c_str(), options), options, false);
-    for (size_t k = 0; k < starts.size(); ++k) {
-      const QXMol start = GetStart(conformer, k);
-      QXMol pose(1);
-      const double tanimoto = FindLocalMinimum(start, starts[k], pose);
-      QXMolKit::QXWriteMolecule(record, start);
-      QXMolKit::QXWriteMolecule(record, pose);
-      results.emplace_back(tanimoto, std::move(pose));
+    size_t k = 0;
+    for (auto& start :
+         GetStartCoefficients(GetConformerCoefficients(conformer, coefficientTag.c_str(), options),
+                              options, false)) {
+      coefficients.push_back(std::move(start));
+      starts.push_back(GetStart(conformer, k++));
     }
+  }
+  ShapeLanes objective(lanes, PointersTo(coefficients));
+  std::vector<OverlayPoint> points(starts.size());
+  FindOptima(objective, {tolerance, iterationLimit}, points);
+
+  std::vector<std::pair<double, QXMol>> results;
+  QXMolKit::qxmolostream record(std::string(fit.GetTitle()) + ".qxb");
+  for (size_t i = 0; i < starts.size(); ++i) {
+    QXMol pose(1);
+    const double tanimoto = Finish(starts[i], coefficients[i], points[i], pose);
+    QXMolKit::QXWriteMolecule(record, starts[i]);
+    QXMolKit::QXWriteMolecule(record, pose);
+    results.emplace_back(tanimoto, std::move(pose));
   }
   record.close();
   return PostProcessOverlayData(results, nPoses, trans, result);
@@ -48,8 +60,17 @@ double QXShapeOverlay::FindBestOverlay(QXMol const& fit, unsigned int nPoses, QX
 double QXShapeOverlay::FindLocalMinimum(QXMol const& start, std::vector<double>& coefficients,
                                         QXMol& pose) {
   overlap.Setup(coefficients, options);
-  const std::vector<double> p = FindOptimum(overlap, tolerance, iterationLimit);
-  const double tanimoto = TanimotoFromValue(overlap(p.data()), overlap);
+  const std::vector<double> x = FindOptimum(overlap, tolerance, iterationLimit);
+  OverlayPoint point{.value = overlap(x.data())};
+  std::copy(x.begin(), x.end(), point.x.begin());
+  return Finish(start, coefficients, point, pose);
+}
+
+double QXShapeOverlay::Finish(QXMol const& start, std::vector<double>& coefficients,
+                              OverlayPoint const& point, QXMol& pose) {
+  const double tanimoto = TanimotoFromValue(point.value, overlap.GetRefSelfOverlap(),
+                                            QXCalcHermiteSelfOverlap(coefficients, options));
+  const std::vector<double> p(point.x.begin(), point.x.end());
   pose = FindPose(start, p);
   coefficients = MoveExpansion(coefficients, options, p).GetCoefficients();
   const ConfIterator confs(pose.GetConfs());

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "hermite/expansion/hermite.h"
+#include "hermite/overlay/lane_search.h"
 #include "hermite/overlay/overlap.h"
 #include "host/molkit/mol.h"
 #include "host/molkit/trans.h"
@@ -62,6 +63,9 @@ class QXShapeOverlay {
   double FindLocalMinimum(QXMol const& start, std::vector<double>& coefficients, QXMol& pose);
 
  private:
+  double Finish(QXMol const& start, std::vector<double>& coefficients, OverlayPoint const& point,
+                QXMol& pose);
+
   double tolerance;
   unsigned int iterationLimit;
   QXHermiteOptions options;
@@ -70,6 +74,7 @@ class QXShapeOverlay {
   QXTrans trans;
   std::string coefficientTag;  // stays empty: the empty text is the tag
   QXHermiteOverlap overlap;
+  OverlapLanes lanes;  // of the same reference
 };
 
 }  // namespace QXHermiteMath

@@ -48,6 +48,19 @@ const double* QXShapeComboTanimoto::GetFComponents(double const*) {
   return nullptr;
 }
 
+double CombineShapeAndCharge(double shape, double S, double charge, double C, double weight,
+                             double const* chargeGradient, double* gradient, size_t stride) {
+  const double shapeDenominator = shape + S;
+  const double chargeDenominator = charge + C;
+  const bool noCharge = chargeDenominator == 0.0;
+  const double shapeScale = S / (shapeDenominator * shapeDenominator);
+  const double chargeScale = noCharge ? 0.0 : weight * C / (chargeDenominator * chargeDenominator);
+  for (size_t i = 0; i < 6 * stride; i += stride)
+    gradient[i] = shapeScale * gradient[i] + chargeScale * chargeGradient[i];
+  const double chargeTanimoto = noCharge ? 0.0 : -charge / chargeDenominator;
+  return shape / shapeDenominator - chargeTanimoto * weight;
+}
+
 bool QXShapeChargeComboTanimoto::SetupRef(std::vector<QXGaussian> const& shapeGaussians,
                                           QXHermiteOptions const& newShapeOptions,
                                           std::vector<QXGaussian> const& chargeGaussians,
@@ -99,15 +112,8 @@ double QXShapeChargeComboTanimoto::operator()(double const* x, double* gradient)
   double chargeGradient[6];
   const double shape = shapeOverlap(x, gradient);
   const double charge = chargeOverlap(x, chargeGradient);
-  const double shapeDenominator = shape + S;
-  const double chargeDenominator = charge + C;
-  const bool noCharge = chargeDenominator == 0.0;
-  const double chargeScale = noCharge ? 0.0 : C / (chargeDenominator * chargeDenominator);
-  const double shapeScale = 1.0 / (shapeDenominator * shapeDenominator);
-  for (int i = 0; i < 6; ++i)
-    gradient[i] = chargeWeight * chargeScale * chargeGradient[i] + gradient[i] * S * shapeScale;
-  const double chargeTanimoto = noCharge ? 0.0 : -charge / chargeDenominator;
-  return shape / shapeDenominator - (chargeTanimoto + chargeOffset) * chargeWeight;
+  return CombineShapeAndCharge(shape, S, charge, C, chargeWeight, chargeGradient, gradient) -
+         chargeOffset * chargeWeight;
 }
 
 bool QXShapeChargeComboTanimoto::ComputeShapeChargeTanimotos(double const* x, double& shapeTanimoto,

@@ -39,6 +39,12 @@ class QXShapeComboTanimoto : public QXMinimizer::QXFunc1 {
   QXHermiteOverlap overlap;
 };
 
+/// -T_shape - w T_charge of two values of -O and the sums S, C of the self overlaps, and its
+/// gradient: that of the shape value on entry. Six variables, `stride` apart in both gradients. A
+/// denominator of exactly 0 makes T_charge 0.
+double CombineShapeAndCharge(double shape, double S, double charge, double C, double weight,
+                             double const* chargeGradient, double* gradient, size_t stride = 1);
+
 /// The objective -T_shape - w (T_charge + c) over the six rigid variables. A charge density has
 /// either sign, so T_charge is not confined to 0 .. 1. A denominator of exactly 0 makes T_charge 0;
 /// the shape term has no such guard.
@@ -75,6 +81,8 @@ class QXShapeChargeComboTanimoto : public QXMinimizer::QXFunc1 {
   bool ComputeShapeChargeTanimotos(double const* x, double& shapeTanimoto, double& chargeTanimoto);
   double GetRefShapeSelfOverlap() const { return shapeOverlap.GetRefSelfOverlap(); }
   double GetFitShapeSelfOverlap() const { return shapeOverlap.GetFitSelfOverlap(); }
+  QXHermiteOverlap const& GetShapeOverlap() const { return shapeOverlap; }
+  QXHermiteOverlap const& GetChargeOverlap() const { return chargeOverlap; }
   double GetRefChargeSelfOverlap() const { return chargeOverlap.GetRefSelfOverlap(); }
   double GetFitChargeSelfOverlap() const { return chargeOverlap.GetFitSelfOverlap(); }
 
@@ -87,9 +95,12 @@ class QXShapeChargeComboTanimoto : public QXMinimizer::QXFunc1 {
   double chargeOffset;
 };
 
-/// T of one overlap function from its value v = -O, -v/((A + v) + B), with no guard.
+/// T from v = -O and the self overlaps A and B, -v/((A + v) + B), with no guard.
+inline double TanimotoFromValue(double v, double A, double B) {
+  return -v / ((A + v) + B);
+}
 inline double TanimotoFromValue(double v, QXHermiteOverlap const& overlap) {
-  return -v / ((overlap.GetRefSelfOverlap() + v) + overlap.GetFitSelfOverlap());
+  return TanimotoFromValue(v, overlap.GetRefSelfOverlap(), overlap.GetFitSelfOverlap());
 }
 
 }  // namespace QXHermiteMath

@@ -44,6 +44,13 @@ struct QXPack {
   typedef T Type __attribute__((vector_size(Lanes * sizeof(T)), aligned(alignof(T)), may_alias));
 };
 
+/// The same for arguments of templates, which carry no attributes: in memory it needs the alignment
+/// of a register.
+template <typename T, int Lanes>
+struct QXAlignedPack {
+  typedef T Type __attribute__((vector_size(Lanes * sizeof(T))));
+};
+
 namespace Simd {
 
 template <typename Kernel>
