@@ -10,7 +10,8 @@ namespace QXMinimizer {
 double QXBFGSOpt::operator()(QXFunc1& f, const double* start, double* result) {
   const unsigned int n = f.NumVar();
   QXBFGSCore core;
-  core.Start(n, start, iterLimit_, tolerance_, longestStep_);
+  core.Start(n, start, iterLimit_, tolerance_, longestStep_,
+             model_.empty() ? nullptr : model_.data());
   double value = 0;
   do {
     value = f.CheckVariablesValidity(core.Point()) ? f(core.Point(), core.Gradient())

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <limits>
+#include <utility>
+#include <vector>
 
 #include "host/minimizer/func.h"
 #include "host/minimizer/status.h"
@@ -38,6 +40,11 @@ class QXBFGSOpt {
   /// the valley of its start: where curvature is small, steps may else leap to a far one.
   void SetLongestStep(double length) { longestStep_ = length; }
 
+  /// What is known of the curvature beforehand, so that the first step already has a length and a
+  /// direction of its own: the inverse Hessian of f/|f(start)|, positive definite, the lower
+  /// triangle by rows. Empty: nothing, as it is unless set.
+  void SetModel(std::vector<double> model) { model_ = std::move(model); }
+
   /// Minimises f from `start` and writes the lowest point found to `result`: f.NumVar() doubles
   /// each, and they may be one array. Returns the value at `result`. Where value or gradient at the
   /// start are not finite, `result` is the start.
@@ -52,6 +59,7 @@ class QXBFGSOpt {
   unsigned int iterLimit_ = 1000;
   double tolerance_ = 1e-10;
   double longestStep_ = std::numeric_limits<double>::infinity();
+  std::vector<double> model_;
   QXMinimizerStatus status_ = QXMinimizerStatus::NotRun;
   unsigned int iterations_ = 0;
   unsigned int evaluations_ = 0;

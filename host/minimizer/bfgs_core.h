@@ -27,9 +27,12 @@ class QXBFGSCore {
   static constexpr unsigned int kInlineVariables = 6;
 
   /// Begins a search from `start`, n doubles, which are copied. No step is longer than
-  /// `longestStep`, by the root of the sum of squares.
+  /// `longestStep`, by the root of the sum of squares. `model`, where it can be guessed, takes the
+  /// place of the gradient's direction: the inverse Hessian of f/|f(start)|, positive definite, the
+  /// lower triangle by rows in n(n + 1)/2 doubles, which are copied.
   void Start(unsigned int n, const double* start, unsigned int iterLimit, double tolerance,
-             double longestStep = std::numeric_limits<double>::infinity());
+             double longestStep = std::numeric_limits<double>::infinity(),
+             const double* model = nullptr);
 
   /// The point to evaluate now, n finite doubles.
   const double* Point() const { return At(kTrial); }
@@ -42,13 +45,16 @@ class QXBFGSCore {
   /// The lowest point told, after Tell returned false; the start if that was not finite.
   const double* BestPoint() const { return At(kX); }
   double BestValue() const { return value_; }
+  /// Writes the model after the last step, for f/|BestValue()| and in the form that Start takes.
+  /// False where there is none.
+  bool GetModel(double* model) const;
   QXMinimizerStatus Status() const { return status_; }
   /// The number of steps taken, and of values told.
   unsigned int Iterations() const { return iterations_; }
   unsigned int Evaluations() const { return evaluations_; }
 
  private:
-  // Blocks of n doubles in the work space; the packed inverse Hessian stands behind them.
+  // Blocks of n doubles in the work space; the inverse Hessian, n rows of n, stands behind them.
   enum Block {
     kX,
     kG,
@@ -59,17 +65,18 @@ class QXBFGSCore {
     kBestGradient,
     kStep,
     kChange,
+    kProduct,
     kBlocks
   };
 
-  static constexpr size_t kInlineWork =
-      kInlineVariables * kBlocks + kInlineVariables * (kInlineVariables + 1) / 2;
+  static constexpr size_t kInlineWork = kInlineVariables * (kBlocks + kInlineVariables);
 
   double* Work() { return heap_.empty() ? inline_.data() : heap_.data(); }
   const double* Work() const { return heap_.empty() ? inline_.data() : heap_.data(); }
   double* At(Block block) { return Work() + block * static_cast<size_t>(n_); }
   const double* At(Block block) const { return Work() + block * static_cast<size_t>(n_); }
   double* InverseHessian() { return At(kBlocks); }
+  const double* InverseHessian() const { return At(kBlocks); }
 
   bool Begin(double value);
   bool Advance(double value, const double* point, const double* gradient);
@@ -79,7 +86,7 @@ class QXBFGSCore {
   bool Descend();
   bool Propose();
   bool Finish(QXMinimizerStatus status);
-  void Update(const double* step, const double* change);
+  void Update();
   void SetDirection();
 
   unsigned int n_ = 0;
@@ -94,7 +101,8 @@ class QXBFGSCore {
   double value_ = 0;           ///< at kX
   double floor_ = 0;           ///< the scale of values close to 0
   double slope_ = 0;           ///< along kDirection at kX
-  bool hasModel_ = false;      ///< the inverse Hessian holds at least one update
+  double gradientLength_ = 0;  ///< at kX
+  bool hasModel_ = false;      ///< the inverse Hessian was given or holds at least one update
   unsigned int modelAge_ = 0;  ///< updates since the model was begun
   double bestValue_ = 0;       ///< the lowest of this line search, at kBest with kBestGradient
   QXMinimizerStatus status_ = QXMinimizerStatus::NotRun;

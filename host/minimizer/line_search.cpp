@@ -18,7 +18,7 @@ void QXLineSearch::Start(double value, double slope, double step, double growth,
   hasHi_ = false;
   advance_ = 0;
   lowest_ = value;
-  step_ = std::min(step, longest);
+  step_ = step;
   growth_ = growth;
   longest_ = longest;
   trials_ = 0;

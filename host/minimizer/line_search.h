@@ -16,7 +16,7 @@ class QXLineSearch {
 
   /// value and slope: phi(0) and phi'(0) < 0. step: the first trial. growth: how many times its
   /// last advance the search may go beyond a trial that was too short. longest: the longest step,
-  /// which is accepted while the value still falls there.
+  /// at least the first, which is accepted while the value still falls there.
   void Start(double value, double slope, double step, double growth, double longest);
   /// The step to try next.
   double Step() const { return step_; }

@@ -8,6 +8,7 @@
 #include <limits>
 #include <vector>
 
+#include "host/minimizer/bfgs_core.h"
 #include "support/counting_new.h"
 #include "support/messages.h"
 #include "tests/host/minimizer/problems.h"
@@ -115,6 +116,33 @@ TEST(Bfgs, SolvesIllConditionedQuadraticsAndManyVariables) {
     EXPECT_LE(bfgs(f, x.data(), x.data()), -1 + 1e-13);
     EXPECT_LE(f.evaluations, 10 * n);
   }
+}
+
+// The model that a search ends with serves another one, at another scale of the value, near by.
+TEST(Bfgs, StartsFromAModel) {
+  constexpr unsigned int n = 6;
+  auto f = Quadratic(n, 1e-3);
+  std::vector<double> x = {3, -2, 0, 1, 5, 4}, model(n * (n + 1) / 2);
+  QXBFGSCore core;
+  core.Start(n, x.data(), 1000, 1e-14);
+  EXPECT_FALSE(core.GetModel(model.data()));
+  while (core.Tell(f(core.Point(), core.Gradient()))) continue;
+  const unsigned int without = f.evaluations;
+  EXPECT_TRUE(core.GetModel(model.data()));
+
+  Callable scaled(n, [&](const double* point, double* gradient) {
+    const double value = 8 * f(point, gradient);
+    for (unsigned int i = 0; i < n; ++i) gradient[i] *= 8;
+    return value;
+  });
+  // The model speaks of f/|f| at the start, so the first search's at its end, where f is -1.
+  const double size = std::abs(f(x.data(), std::vector<double>(n).data()));
+  for (double& element : model) element *= size;
+  QXBFGSOpt bfgs;
+  bfgs.SetTolerance(1e-14);
+  bfgs.SetModel(model);
+  EXPECT_LE(bfgs(scaled, x.data(), x.data()), 8 * (-1 + 1e-13));
+  EXPECT_LE(3 * bfgs.GetEvaluations(), without);
 }
 
 TEST(Bfgs, StationaryStartIsTheResult) {
