@@ -7,6 +7,7 @@
 #include <cmath>
 #include <random>
 
+#include "bench/peak.h"
 #include "hermite/hermite.h"
 #include "hermite/internal.h"
 #include "tests/support/charges.h"
@@ -41,6 +42,24 @@ void CountPairs(benchmark::State& state, int64_t pairs) {
   state.SetItemsProcessed(state.iterations() * pairs);
 }
 
+// Multiply-adds of an R table: exponential and error function as in exp_kernel.h and erf_kernel.h,
+// four for each Boys function, one or two for each other entry, as many as derivatives are above.
+double TableCount(unsigned int order) {
+  double count = 15.0 + 25.0 + 4.0 * (order + 1.0);
+  for (unsigned int v = 1; v <= order; ++v)
+    for (unsigned int b = 0; b <= v; ++b)
+      for (unsigned int c = 0; c <= v - b; ++c) {
+        const unsigned int degree = b > 0 ? b : c > 0 ? c : v;
+        count += (degree > 1 ? 2.0 : 1.0) * (order - v + 1.0);
+      }
+  return count;
+}
+
+// Multiply-adds for each pair.
+void CountMultiplyAdds(benchmark::State& state, int64_t pairs, unsigned int order, double terms) {
+  QXBench::ReportMultiplyAdds(state, static_cast<double>(pairs) * (TableCount(order) + terms));
+}
+
 void PotentialPlain(benchmark::State& state) {
   const QXHermiteChargeDensity density = Density(2, 1);
   const std::vector<double> points = RandomPoints(static_cast<size_t>(state.range(0)), 3, 5.0);
@@ -54,6 +73,7 @@ void Potential(benchmark::State& state) {
   const std::vector<double> points = RandomPoints(static_cast<size_t>(state.range(0)), 3, 5.0);
   for (auto _ : state) benchmark::DoNotOptimize(density.EvaluatePotential(points).data());
   CountPairs(state, state.range(0) * kSites);
+  CountMultiplyAdds(state, state.range(0) * kSites, 2, SizeOfBasis(2));
 }
 
 void FieldPlain(benchmark::State& state) {
@@ -69,6 +89,7 @@ void Field(benchmark::State& state) {
   const std::vector<double> points = RandomPoints(static_cast<size_t>(state.range(0)), 3, 5.0);
   for (auto _ : state) benchmark::DoNotOptimize(density.EvaluateElectricField(points).data());
   CountPairs(state, state.range(0) * kSites);
+  CountMultiplyAdds(state, state.range(0) * kSites, 2, 3.0 * SizeOfBasis(2));
 }
 
 void EnergyPlain(benchmark::State& state) {
@@ -84,6 +105,8 @@ void Energy(benchmark::State& state) {
   std::vector<double> table;
   for (auto _ : state) benchmark::DoNotOptimize(HermiteCoulombInteractionEnergy(a, b, table));
   CountPairs(state, kSites * kSites);
+  const double functions = SizeOfBasis(degree);
+  CountMultiplyAdds(state, kSites * kSites, 2 * degree, functions * functions);
 }
 
 // The matrix of a fit to potential and field; items are points times functions.
@@ -132,6 +155,8 @@ void Design(benchmark::State& state) {
   MeasureDesign(state, [](const auto& points, const auto& params) {
     return HermiteElectrostaticsDesignMatrix(points, params);
   });
+  QXBench::ReportBytes(state,
+                       8.0 * 4.0 * kSites * SizeOfBasis(3) * static_cast<double>(state.range(0)));
 }
 
 // What the matrix costs before anything is worked out: memory from the system as it comes, written

@@ -4,6 +4,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include "bench/peak.h"
 #include "bench/synthetic.h"
 #include "hermite/hermite.h"
 #include "hermite/internal.h"
@@ -62,6 +63,12 @@ void Count(benchmark::State& state, const Problem& p) {
   state.SetItemsProcessed(state.iterations() * p.grid.GetSize() * static_cast<int64_t>(p.c.size()));
 }
 
+/// Multiply-adds for each element, row along x and plane.
+void CountMultiplyAdds(benchmark::State& state, const Problem& p, QXSimdLevel level, double element,
+                       double row, double plane) {
+  QXBench::ReportMultiplyAdds(state, p.dim * (p.dim * (p.dim * element + row) + plane), level);
+}
+
 /// The level of the third argument, if the machine has it.
 bool Level(benchmark::State& state, QXSimdLevel& level) {
   level = static_cast<QXSimdLevel>(state.range(2));
@@ -97,6 +104,7 @@ void Evaluation(benchmark::State& state) {
     benchmark::ClobberMemory();
   }
   Count(state, p);
+  CountMultiplyAdds(state, p, level, static_cast<double>(p.c.size()), 0.0, 0.0);
 }
 
 void ProjectionPlain(benchmark::State& state) {
@@ -130,6 +138,8 @@ void Projection(benchmark::State& state) {
     benchmark::ClobberMemory();
   }
   Count(state, p);
+  CountMultiplyAdds(state, p, level, p.N + 1.0, (p.N + 1.0) * (p.N + 2.0) / 2.0,
+                    static_cast<double>(p.c.size()));
 }
 
 void Plain(benchmark::internal::Benchmark* bench) {

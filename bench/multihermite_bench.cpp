@@ -6,6 +6,7 @@
 
 #include <random>
 
+#include "bench/peak.h"
 #include "hermite/hermite.h"
 #include "hermite/internal.h"
 
@@ -14,6 +15,7 @@ using namespace QXHermiteMath;
 namespace {
 
 constexpr unsigned int kDegree = 5;
+constexpr unsigned int kSites = 30;
 
 std::vector<double> RandomPoints(size_t count, unsigned int seed) {
   std::mt19937 random(seed);
@@ -23,9 +25,9 @@ std::vector<double> RandomPoints(size_t count, unsigned int seed) {
   return points;
 }
 
-// 30 sites, 500 of their 1680 functions.
+// kSites sites, 500 of their 1680 functions.
 QXMultiHermite Model() {
-  QXMultiHermite model(QXMultiHermiteParameters(kDegree, 1.1, RandomPoints(30, 1)));
+  QXMultiHermite model(QXMultiHermiteParameters(kDegree, 1.1, RandomPoints(kSites, 1)));
   std::vector<double> dense(model.GetParams().NumBasis());
   std::mt19937 random(2);
   for (int i = 0; i < 500; ++i) {
@@ -36,6 +38,12 @@ QXMultiHermite Model() {
   }
   model.SetCoefficients(dense);
   return model;
+}
+
+// Multiply-adds of the functions of one axis: an exponential, as in exp_kernel.h, and two for each
+// degree.
+constexpr double FunctionCount(unsigned int degree) {
+  return 15.0 + 2.0 * degree;
 }
 
 // The functions of a site along an axis, at a coordinate.
@@ -96,6 +104,9 @@ void Evaluate(benchmark::State& state) {
   const std::vector<double> points = RandomPoints(static_cast<size_t>(state.range(0)), 3);
   for (auto _ : state) benchmark::DoNotOptimize(model.Evaluate(points).data());
   state.SetItemsProcessed(state.iterations() * state.range(0) * model.NumActives());
+  QXBench::ReportMultiplyAdds(
+      state, static_cast<double>(state.range(0)) *
+                 (3.0 * model.NumActives() + 3.0 * kSites * FunctionCount(kDegree)));
 }
 
 // What Evaluate needs in any case: the functions of all sites at all points.
@@ -156,11 +167,17 @@ void CreateGrid(benchmark::State& state) {
   for (auto _ : state) model.CreateGrid(grid, Spacing(state), 10.0);
   if (grid.GetXDim() != state.range(0)) state.SkipWithError("another dimension");
   state.SetItemsProcessed(state.iterations() * grid.GetSize() * model.NumActives());
+  QXBench::ReportMultiplyAdds(state, static_cast<double>(grid.GetSize()) * kSites * (kDegree + 1));
 }
 
 // 100 sites of 20 functions.
 QXMultiHermite Designed() {
   return QXMultiHermite(QXMultiHermiteParameters(3, 1.1, RandomPoints(100, 4)));
+}
+
+// One matrix is read or written.
+void ReportMatrix(benchmark::State& state, unsigned int columns) {
+  QXBench::ReportBytes(state, 8.0 * columns * static_cast<double>(state.range(0)));
 }
 
 void DesignPlain(benchmark::State& state) {
@@ -190,6 +207,7 @@ void Design(benchmark::State& state) {
   const std::vector<double> points = RandomPoints(static_cast<size_t>(state.range(0)), 5);
   for (auto _ : state) benchmark::DoNotOptimize(model.BuildDesignMatrix(points).data());
   state.SetItemsProcessed(state.iterations() * state.range(0) * model.GetParams().NumBasis());
+  ReportMatrix(state, model.GetParams().NumBasis());
 }
 
 // What the matrix costs before anything is worked out: memory from the system, written once.
@@ -199,6 +217,7 @@ void DesignMemoryAlone(benchmark::State& state) {
     benchmark::DoNotOptimize(matrix.data());
   }
   state.SetItemsProcessed(state.iterations() * state.range(0) * 2000);
+  ReportMatrix(state, 2000);
 }
 
 void NormalizePlain(benchmark::State& state) {
@@ -222,6 +241,7 @@ void Normalize(benchmark::State& state) {
     benchmark::ClobberMemory();
   }
   state.SetItemsProcessed(state.iterations() * matrix.size());
+  ReportMatrix(state, static_cast<unsigned int>(matrix.cols()));
 }
 
 void Points(benchmark::internal::Benchmark* bench) {

@@ -20,14 +20,43 @@ Cells Joined(Cells first, const Cells& last) {
   return first;
 }
 
-/// The score, and what it is made of where charge is weighed.
-Cells Scores(const Hit& hit, bool withCharge) {
-  Cells cells = {fmt::format("{:.6f}", hit.score)};
-  if (!withCharge) return cells;
-  for (const char* tag : {kShapeText, kChargeText}) {
-    cells.push_back(QXMolKit::QXGetSDData(hit.pose, tag));
+/// A score: its column in a table and in a CSV file, and where a pose tells it.
+struct Score {
+  const char* heading;
+  const char* column;
+  const char* tag;
+};
+constexpr Score kTanimoto = {"Tanimoto", "tanimoto", kShapeText};
+constexpr Score kExact = {"Exact", "exact_tanimoto", kExactText};
+constexpr Score kCombo = {"Combo", "combo", kComboText};
+constexpr Score kShape = {"Shape", "shape_tanimoto", kShapeText};
+constexpr Score kCharge = {"Charge", "charge_tanimoto", kChargeText};
+
+bool HasExact(const std::vector<Hit>& hits) {
+  return !hits.empty() && !QXMolKit::QXGetSDData(hits.front().pose, kExactText).empty();
+}
+
+std::vector<Score> ScoresOf(const std::vector<Hit>& hits, Ranking ranking) {
+  std::vector<Score> scores = {kTanimoto};
+  if (ranking == Ranking::ByCombo) scores = {kCombo, kShape, kCharge};
+  if (HasExact(hits)) scores.push_back(kExact);
+  return scores;
+}
+
+Cells CellsOf(const Hit& hit, const std::vector<Score>& scores) {
+  Cells cells;
+  for (const Score& score : scores) {
+    const std::string text = QXMolKit::QXGetSDData(hit.pose, score.tag);
+    cells.push_back(text.empty() ? fmt::format("{:.6f}", hit.score) : text);  // of a grid
   }
   return cells;
+}
+
+template <class Name>
+Cells NamesOf(const std::vector<Score>& scores, Name Score::*name) {
+  Cells names;
+  for (const Score& score : scores) names.push_back(score.*name);
+  return names;
 }
 
 }  // namespace
@@ -47,32 +76,34 @@ bool WritePoses(const std::vector<Hit>& hits, const std::string& path,
   return out.close();
 }
 
-bool WriteCsv(const std::vector<Hit>& hits, const std::string& path, bool withCharge) {
+bool WriteCsv(const std::vector<Hit>& hits, const std::string& path, Ranking ranking) {
+  const std::vector<Score> scores = ScoresOf(hits, ranking);
   std::ofstream out(path, std::ios::binary);
-  const Cells scores =
-      withCharge ? Cells{"combo", "shape_tanimoto", "charge_tanimoto"} : Cells{"tanimoto"};
-  out << CsvLine(Joined({"rank", "title", "file", "record", "conformer"}, scores));
+  out << CsvLine(
+      Joined({"rank", "title", "file", "record", "conformer"}, NamesOf(scores, &Score::column)));
   for (size_t i = 0; i < hits.size(); ++i) {
     const Hit& hit = hits[i];
     out << CsvLine(Joined({std::to_string(i + 1), hit.pose.GetTitle(), hit.file,
                            std::to_string(hit.record), std::to_string(hit.conformer)},
-                          Scores(hit, withCharge)));
+                          CellsOf(hit, scores)));
   }
   out.close();
   return !out.fail();
 }
 
-std::string HitsTable(const std::vector<Hit>& hits, size_t top, bool withCharge) {
+std::string HitsTable(const std::vector<Hit>& hits, size_t top, Ranking ranking) {
+  std::vector<Score> scores = ScoresOf(hits, ranking);
+  if (ranking == Ranking::ByExactTanimoto) std::reverse(scores.begin(), scores.end());
   std::vector<Cells> rows;
   const size_t count = top > 0 ? std::min(top, hits.size()) : hits.size();
   for (size_t i = 0; i < count; ++i) {
     const Hit& hit = hits[i];
     rows.push_back(Joined({std::to_string(i + 1), DisplayText(hit.pose.GetTitle(), kTitleWidth),
                            std::to_string(hit.conformer)},
-                          Scores(hit, withCharge)));
+                          CellsOf(hit, scores)));
   }
-  const Cells scores = withCharge ? Cells{"Combo", "Shape", "Charge"} : Cells{"Tanimoto"};
-  return FormatTable(Joined({"Rank", "Title", "Conformer"}, scores), rows, {0, 2, 3, 4, 5});
+  return FormatTable(Joined({"Rank", "Title", "Conformer"}, NamesOf(scores, &Score::heading)), rows,
+                     {0, 2, 3, 4, 5, 6});
 }
 
 }  // namespace QXTools

@@ -9,12 +9,13 @@
 namespace QXTools {
 
 inline constexpr const char* kShapeText = "Shape Tanimoto";
+inline constexpr const char* kExactText = "Exact Shape Tanimoto";
 inline constexpr const char* kChargeText = "Charge Tanimoto";
 inline constexpr const char* kComboText = "Shape + Charge Tanimoto Combo";
 
 /// One pose, or one moved grid, that an overlay run keeps.
 struct Hit {
-  double score;
+  double score;  ///< by which it is ranked
   std::string file;
   unsigned int record;         ///< in that file, from 1
   unsigned int conformer;      ///< within its molecule, from 1
@@ -29,12 +30,15 @@ void SortHits(std::vector<Hit>& hits);
 /// False when the file cannot be written, which the stream reports.
 bool WritePoses(const std::vector<Hit>& hits, const std::string& path, const std::string& formatOf);
 
-/// Writes the columns rank, title, file, record, conformer and tanimoto, or, where charge is
-/// weighed, combo, shape_tanimoto and charge_tanimoto.
-bool WriteCsv(const std::vector<Hit>& hits, const std::string& path, bool withCharge);
+/// What hits are ranked by: the Tanimoto of the expansions, the exact one, or the combination of
+/// shape and charge. Where the poses tell it, the exact one is shown in each case.
+enum class Ranking { ByTanimoto, ByExactTanimoto, ByCombo };
 
-/// The ranking for people, with the same columns but for file and record. top: rows at most, 0 for
-/// all.
-std::string HitsTable(const std::vector<Hit>& hits, size_t top, bool withCharge);
+/// Writes the columns rank, title, file, record, conformer and tanimoto, or, where charge is
+/// weighed, combo, shape_tanimoto and charge_tanimoto; and exact_tanimoto where there is one.
+bool WriteCsv(const std::vector<Hit>& hits, const std::string& path, Ranking ranking);
+
+/// The ranking for people, with the same scores. top: rows at most, 0 for all.
+std::string HitsTable(const std::vector<Hit>& hits, size_t top, Ranking ranking);
 
 }  // namespace QXTools

@@ -22,6 +22,7 @@ constexpr const char* kExamples = R"(Examples:
   qxhermite overlay --ref ref.sdf --fit library.sdf --out hits.sdf
   qxhermite overlay --ref ref.sdf --ref-record 3 --fit a.sdf b.mol2 --out hits.sdf --csv hits.csv
   qxhermite overlay --ref ref.sdf --fit library.sdf --out hits.sdf --npolymax 8 --poses 4
+  qxhermite overlay --ref ref.sdf --fit library.sdf --out hits.sdf --starts 24 --polish 8
   qxhermite overlay --ref site.sdf --fit docked.sdf --out hits.sdf --in-place
   qxhermite overlay --ref ref.sdf --fit library.sdf --out hits.sdf --charge-weight 0.5
   qxhermite overlay --ref map.ccp4 --fit ligand.sdf --out placed.sdf
@@ -41,6 +42,11 @@ constexpr unsigned int kGridDegree = 8;
 // The first one makes charge take part, the others say how.
 constexpr const char* kChargeOptions[] = {"--charge-weight", "--charge-offset", "--charge-sigma",
                                           "--charges"};
+
+constexpr const char* kSearchOptions[] = {"--starts", "--coarse", "--polish"};
+
+// At which 24 starts are searched first: it tells basins apart, and costs a third of degree 5.
+constexpr unsigned int kCoarseDegree = 3;
 
 constexpr double kLargestWeight = 1000000;
 // A far larger one would leave no digits for the score.
@@ -81,6 +87,43 @@ void AddChargeOptions(CLI::App& app, OverlayArguments& arguments) {
       ->capture_default_str()
       ->type_name("SOURCE");
   for (const char* name : kChargeOptions) app.get_option(name)->group("Charge");
+}
+
+void AddSearchOptions(CLI::App& app, OverlayArguments& arguments) {
+  app.add_option(
+         "--starts", arguments.starts,
+         fmt::format("Starts of each conformer: the half turns about the inertial axes (4), "
+                     "or every way to lay axes on axes (24), which are searched at degree "
+                     "{} first",
+                     kCoarseDegree))
+      ->check([](const std::string& text) {
+        return text == "4" || text == "24" ? "" : fmt::format("'{}' is not 4 or 24", text);
+      })
+      ->capture_default_str()
+      ->type_name("4|24");
+  AddCount(app, "--coarse", arguments.coarseDegree, 1,
+           "Search at this degree first, and take the best few poses on to --NPolyMax",
+           "no coarse search");
+  AddCount(
+      app, "--polish", arguments.polish, 0,
+      "Of each molecule, bring this many of the best poses to the optimum of the exact overlap "
+      "of its atoms, and rank by it; 0 ranks by the expansions");
+}
+
+// What is wrong with how poses are to be searched for, or an empty text.
+std::string CheckSearch(const OverlayArguments& arguments, bool fitsAreGrids) {
+  if (!arguments.searchOption.empty() && (fitsAreGrids || !arguments.chargeOption.empty())) {
+    return fmt::format("{}: is for overlays of molecules by shape: leave it out",
+                       arguments.searchOption);
+  }
+  if (arguments.coarseDegree > 0 && arguments.coarseDegree >= arguments.expansion.GetNPolyMax()) {
+    return fmt::format("--coarse: must be below --NPolyMax, {}: leave it out",
+                       arguments.expansion.GetNPolyMax());
+  }
+  if (arguments.starts > 4 && !arguments.expansion.GetUseSingleLambda()) {
+    return "--starts 24: axes are exchanged, which needs one width: leave --UseSingleLambda true";
+  }
+  return {};
 }
 
 // An option that would do nothing, or an empty text.
@@ -135,14 +178,24 @@ void DeclareOverlayArguments(CLI::App& app, OverlayArguments& arguments) {
   app.add_flag("--in-place", arguments.inPlace,
                "Start from the frames as given, without inertial alignment");
   app.add_flag("--quiet", arguments.quiet, "Print neither the table nor the progress");
+  AddSearchOptions(app, arguments);
   AddChargeOptions(app, arguments);
   AddExpansionOptions(app, arguments.expansion);
   app.callback([&app, &arguments] {
     for (const char* name : kChargeOptions) {
       if (app.get_option(name)->count() > 0) arguments.chargeOption = name;
     }
-    const bool given = app.get_option("--NPolyMax")->count() > 0;
-    if (HasGrid(arguments) && !given) arguments.expansion.SetNPolyMax(kGridDegree);
+    for (const char* name : kSearchOptions) {
+      if (app.get_option(name)->count() > 0) arguments.searchOption = name;
+    }
+    const auto given = [&app](const char* name) { return app.get_option(name)->count() > 0; };
+    const bool grid = HasGrid(arguments);
+    if (grid && !given("--NPolyMax")) arguments.expansion.SetNPolyMax(kGridDegree);
+    if (grid && !given("--polish")) arguments.polish = 0;
+    if (arguments.starts > 4 && !given("--coarse") &&
+        kCoarseDegree < arguments.expansion.GetNPolyMax()) {
+      arguments.coarseDegree = kCoarseDegree;
+    }
   });
 }
 
@@ -162,6 +215,10 @@ std::string CheckOverlayArguments(const OverlayArguments& arguments) {
   if (!arguments.chargeOption.empty() && arguments.chargeWeight == 0.0) {
     return fmt::format("{}: is for overlays that weigh charge: give --charge-weight too",
                        arguments.chargeOption);
+  }
+  if (const std::string wrong = CheckSearch(arguments, grids > 0); !wrong.empty()) return wrong;
+  if (IsGridFile(arguments.reference) && arguments.polish > 0) {
+    return "--polish: a grid has no atoms: leave it out";
   }
   if (arguments.chargeWeight > kLargestWeight) {
     return fmt::format("--charge-weight: a weight is at most {}", kLargestWeight);

@@ -28,6 +28,10 @@ struct OverlayArguments {
   double tolerance = 1e-8;
   unsigned int maxIterations = 200;
   unsigned int poses = 1;
+  unsigned int starts = 4;        ///< or 24
+  unsigned int coarseDegree = 0;  ///< 0: no coarse search
+  unsigned int polish = 4;
+  std::string searchOption;  ///< an option about the search by shape that was given; empty: none
   unsigned int referenceRecord = 1;
   unsigned int top = 0;  ///< rows of the table, 0: all
   bool group = true;

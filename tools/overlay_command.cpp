@@ -32,6 +32,7 @@
 #include "tools/record.h"
 #include "tools/records_folder.h"
 #include "tools/reference.h"
+#include "tools/shape_fit.h"
 
 namespace QXTools {
 namespace {
@@ -71,10 +72,10 @@ class OverlayRun {
  public:
   explicit OverlayRun(const OverlayArguments& arguments)
       : arguments_(arguments),
-        records_(arguments.recordsFolder, console_),
         out_(arguments.output, console_),
         fitsAreGrids_(IsGridFile(arguments.fits.front())) {
     if (!arguments.csv.empty()) csv_.emplace(arguments.csv, console_);
+    if (!arguments.recordsFolder.empty()) records_.emplace(arguments.recordsFolder, console_);
   }
   ExitStatus Run();
 
@@ -89,6 +90,9 @@ class OverlayRun {
                                const std::string& where, Held& held);
   void AddCharge(QXMol& moved, Held& held) const;
   QXMol FindPoses(const MoleculeGroup& group, QXMol& work);
+  Ranking GetRanking() const;
+  double Score(QXMol& pose);
+  QXMol FindRecordedPoses(const MoleculeGroup& group, QXMol& work);
   QXMol FindChargePoses(const QXMol& work, const std::string& record);
   void MakeOverlay();
   void KeepHits(const std::string& path, const MoleculeGroup& group, const QXMol& poses);
@@ -99,12 +103,14 @@ class OverlayRun {
 
   const OverlayArguments& arguments_;
   Console console_;
-  RecordsFolder records_;
+  std::optional<RecordsFolder> records_;
   OutputFile out_;
   std::optional<OutputFile> csv_;
   std::deque<OutputFile> further_;  ///< grids of rank 2 and on
   Reference reference_;
-  std::unique_ptr<QXShapeOverlay> overlay_;
+  std::optional<ShapeFit> shapeFit_;
+  std::optional<ExactScore> exactScore_;
+  std::unique_ptr<QXShapeOverlay> overlay_;  ///< writes records, where they are asked for
   std::unique_ptr<QXShapeChargeOverlay> chargeOverlay_;  ///< instead, where charge is weighed
   std::vector<Hit> hits_;
   size_t recordsRead_ = 0;  ///< of the files that are done
@@ -123,8 +129,9 @@ void OverlayRun::Skip(const std::string& where, const std::string& reason) {
 }
 
 bool OverlayRun::CanWrite() {
-  if (!records_.Error().empty()) console_.Say(records_.Error());
-  return records_.Error().empty() && out_.IsOpen() && (!csv_ || csv_->IsOpen());
+  const std::string error = records_ ? records_->Error() : "";
+  if (!error.empty()) console_.Say(error);
+  return error.empty() && out_.IsOpen() && (!csv_ || csv_->IsOpen());
 }
 
 /// Computes the charges where that is asked for. False when they are impossible.
@@ -164,10 +171,8 @@ std::optional<QXMol> OverlayRun::InFrame(const QXConfBase& conformer,
     sawDrawing_ = true;  // one warning: a whole file of drawings is one mistake
     console_.Say(fmt::format("{}: {}", where, kFitDrawingWarning));
   }
-  const unsigned int degree = arguments_.expansion.GetNPolyMax();
-  const std::optional<Frame> frame = arguments_.inPlace
-                                         ? reference_.frame
-                                         : FindInertialFrame(heavy, degree, reference_.frameLambda);
+  const std::optional<Frame> frame =
+      arguments_.inPlace ? reference_.frame : FindInertialFrame(heavy);
   if (!frame) {
     Skip(where, "its moments are not finite: check the coordinates");
     return std::nullopt;
@@ -233,21 +238,31 @@ void OverlayRun::OverlayMolecule(const std::string& path, MoleculeGroup& group) 
 }
 
 QXMol OverlayRun::FindPoses(const MoleculeGroup& group, QXMol& work) {
+  if (records_) return FindRecordedPoses(group, work);
+  if (!chargeOverlay_) return shapeFit_->FindPoses(work, kCoefficientTag);
+  QXMol poses;
+  chargeOverlay_->FindBestOverlay(work, arguments_.poses, poses);
+  return poses;
+}
+
+QXMol OverlayRun::FindRecordedPoses(const MoleculeGroup& group, QXMol& work) {
   const std::string title = work.GetTitle();
-  const std::string workingTitle = records_.NextTitle(title);
+  const std::string workingTitle = records_->NextTitle(title);
   QXMol poses;
   if (chargeOverlay_) {
     poses = FindChargePoses(work, workingTitle + ".qxb");
   } else {
+    QXMol recorded;
     work.SetTitle(workingTitle);
-    overlay_->FindBestOverlay(work, arguments_.poses, poses);
-    poses.SetTitle(title);
+    overlay_->FindBestOverlay(work, 0, recorded);
+    work.SetTitle(title);
+    poses = shapeFit_->FindPoses(work, kCoefficientTag);
   }
   const auto complete = [&](QXMol& pose) {
     pose.SetTitle(title.c_str());
     RestoreCharges(group, pose);
   };
-  if (!records_.Finish(workingTitle, complete)) ++recordsLost_;
+  if (!records_->Finish(workingTitle, complete)) ++recordsLost_;
   return poses;
 }
 
@@ -255,10 +270,6 @@ QXMol OverlayRun::FindPoses(const MoleculeGroup& group, QXMol& work) {
 QXMol OverlayRun::FindChargePoses(const QXMol& work, const std::string& record) {
   constexpr unsigned int kAll = std::numeric_limits<unsigned int>::max();
   QXMol poses;
-  if (arguments_.recordsFolder.empty()) {
-    chargeOverlay_->FindBestOverlay(work, arguments_.poses, poses);
-    return poses;
-  }
   chargeOverlay_->FindBestOverlay(work, kAll, poses);
   QXMol best;
   QXMolKit::qxmolostream out(record);
@@ -275,14 +286,33 @@ QXMol OverlayRun::FindChargePoses(const QXMol& work, const std::string& record) 
   return best;
 }
 
+Ranking OverlayRun::GetRanking() const {
+  if (reference_.charge) return Ranking::ByCombo;
+  return exactScore_->Exists() && arguments_.polish > 0 ? Ranking::ByExactTanimoto
+                                                        : Ranking::ByTanimoto;
+}
+
+/// The score by which a pose is ranked; tells the pose its exact one, where there is one.
+double OverlayRun::Score(QXMol& pose) {
+  QXConfBase& conformer = *pose.GetActive();
+  QXMolKit::QXDeleteSDData(conformer, kExactText);
+  if (exactScore_->Exists()) {
+    QXMolKit::QXSetSDData(conformer, kExactText, std::to_string((*exactScore_)(pose)));
+  }
+  const Ranking ranking = GetRanking();
+  const char* const tag = ranking == Ranking::ByCombo           ? kComboText
+                          : ranking == Ranking::ByExactTanimoto ? kExactText
+                                                                : kShapeText;
+  return std::strtod(QXMolKit::QXGetSDData(conformer, tag).c_str(), nullptr);
+}
+
 void OverlayRun::KeepHits(const std::string& path, const MoleculeGroup& group, const QXMol& poses) {
   const std::unique_ptr<QXMolKit::QXIterator<QXConfBase>> confs(poses.GetConfs());
   for (; confs && confs->IsValid(); confs->Next()) {
     QXMol pose(*confs->Get(), 1);
     QXConfBase& conformer = *pose.GetActive();
     const size_t place = RestoreCharges(group, pose);
-    const char* const tag = reference_.charge ? kComboText : kShapeText;
-    const double score = std::strtod(QXMolKit::QXGetSDData(conformer, tag).c_str(), nullptr);
+    const double score = Score(pose);
     if (!reference_.charge) {  // what an earlier run told does not hold for this pose
       QXMolKit::QXDeleteSDData(conformer, kChargeText);
       QXMolKit::QXDeleteSDData(conformer, kComboText);
@@ -335,7 +365,7 @@ bool OverlayRun::WriteResults() {
   const bool written = fitsAreGrids_ ? WriteMovedGrids()
                                      : WritePoses(hits_, out_.TemporaryPath(), arguments_.output);
   if (!written) return false;
-  if (csv_ && !WriteCsv(hits_, csv_->TemporaryPath(), reference_.charge.has_value())) {
+  if (csv_ && !WriteCsv(hits_, csv_->TemporaryPath(), GetRanking())) {
     console_.Say(fmt::format("{}: cannot be written: is the disk full?", arguments_.csv));
     return false;
   }
@@ -364,9 +394,13 @@ void OverlayRun::ReportSkipped() {
 
 void OverlayRun::MakeOverlay() {
   const QXMolKit::QXTrans back = WayBack(reference_.frame);
+  exactScore_.emplace(reference_.gaussiansInPlace);
   if (!reference_.charge) {
-    overlay_ = std::make_unique<QXShapeOverlay>(arguments_.tolerance, arguments_.maxIterations,
-                                                reference_.expansion, back);
+    shapeFit_.emplace(arguments_, reference_);
+    if (records_) {
+      overlay_ = std::make_unique<QXShapeOverlay>(arguments_.tolerance, arguments_.maxIterations,
+                                                  reference_.expansion, back);
+    }
     return;
   }
   QXMol expanded;
@@ -412,7 +446,7 @@ ExitStatus OverlayRun::Run() {
   if (!WriteResults()) return kNothingDone;
   // Who reads the table may have gone; the files are what counts.
   if (!arguments_.quiet) {
-    std::fputs(HitsTable(hits_, arguments_.top, reference_.charge.has_value()).c_str(), stdout);
+    std::fputs(HitsTable(hits_, arguments_.top, GetRanking()).c_str(), stdout);
   }
   WarnOfPoorExpansions();
   ReportSkipped();

@@ -36,20 +36,14 @@ bool CopyChanged(const std::string& from, const std::string& to, const Change& c
 RecordsFolder::RecordsFolder(const std::string& path, Console& console)
     : path_(path), console_(console) {
   std::error_code failure;
-  if (!path.empty()) {
-    fs::create_directories(path, failure);
-    if (!fs::is_directory(path, failure)) {
-      error_ = fmt::format("{}: not a folder, and none can be made: give another --records", path);
-      return;
-    }
+  fs::create_directories(path, failure);
+  if (!fs::is_directory(path, failure)) {
+    error_ = fmt::format("{}: not a folder, and none can be made: give another --records", path);
+    return;
   }
-  const fs::path parent = path.empty() ? fs::temp_directory_path(failure) : fs::path(path);
-  std::string work = (parent / ".qxhermite-XXXXXX").string();
-  if (failure || ::mkdtemp(work.data()) == nullptr) {
-    error_ =
-        path.empty()
-            ? fmt::format("{}: no temporary folder can be made: give --records or set TMPDIR", work)
-            : fmt::format("{}: cannot be written to: give another --records", path);
+  std::string work = (fs::path(path) / ".qxhermite-XXXXXX").string();
+  if (::mkdtemp(work.data()) == nullptr) {
+    error_ = fmt::format("{}: cannot be written to: give another --records", path);
     return;
   }
   work_ = work;
@@ -68,10 +62,6 @@ std::string RecordsFolder::NextTitle(const std::string& title) {
 bool RecordsFolder::Finish(const std::string& workingTitle, const Change& complete) {
   const fs::path record = workingTitle + kEnding;
   std::error_code failure;
-  if (path_.empty()) {
-    fs::remove(record, failure);
-    return true;
-  }
   const fs::path kept = fs::path(path_) / record.filename();
   const fs::path completed = fs::path(work_) / "completed";
   const fs::file_type there = fs::symlink_status(kept, failure).type();

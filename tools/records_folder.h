@@ -10,12 +10,11 @@ namespace QXTools {
 
 /// Where the overlay puts its record of every start and pose, one `.qxb` file a molecule.
 ///
-/// The overlay writes into a private folder that is removed with the object, in the folder of the
-/// records, or among the temporary ones when nobody asked for records. What is kept moves to its
-/// place when it is complete, and replaces regular files only.
+/// The overlay writes into a private folder within, which is removed with the object. What is kept
+/// moves to its place when it is complete, and replaces regular files only.
 class RecordsFolder {
  public:
-  /// An empty path: no record is kept. Otherwise the folder is made when it does not exist.
+  /// The folder is made when it does not exist.
   /// Failures to write records are told to the console, which must outlive the object, under the
   /// names that the records are to have.
   RecordsFolder(const std::string& path, Console& console);
@@ -30,13 +29,13 @@ class RecordsFolder {
   /// the private folder under a running number, whatever its own title holds.
   std::string NextTitle(const std::string& title);
   /// To be called after the overlay: gives the record its place, once `complete` has given each
-  /// molecule in it what the overlay does not know, such as the molecule's own title. False when a
-  /// wanted record could not be kept, which the console was told.
+  /// molecule in it what the overlay does not know, such as the molecule's own title. False when it
+  /// could not be kept, which the console was told.
   bool Finish(const std::string& workingTitle,
               const std::function<void(QXMolKit::QXMol&)>& complete);
 
  private:
-  std::string path_;  ///< empty when no record is kept
+  std::string path_;
   std::string work_;
   std::string error_;
   Console& console_;

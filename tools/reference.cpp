@@ -34,15 +34,6 @@ QXHermite ExpandCharge(const QXMol& mol, double sigma, QXHermiteOptions options)
   return expansion;
 }
 
-/// The best single width of a molecule: unlike three widths it does not depend on how the molecule
-/// lay in its file, so frames are found with it.
-double FindSingleLambda(const QXMol& heavyAtoms, QXHermiteOptions options) {
-  options.SetUseSingleLambda(true);
-  QXMol centred(heavyAtoms);
-  MoveInto(Frame{.centre = CentreOf(centred)}, centred);
-  return Expand(centred, options).GetOptions().GetLambdaX();
-}
-
 /// From here on the widths of an expansion are given ones: every fit is expanded with these
 /// options, so at the widths of the reference and not at widths of its own. False when the
 /// expansion has no norm.
@@ -77,14 +68,16 @@ std::optional<Reference> FromMolecule(const OverlayArguments& arguments, Console
 
   const QXHermiteOptions& options = arguments.expansion;
   Reference reference;
-  reference.frameLambda = FindSingleLambda(heavy, options);
   reference.frame.centre = CentreOf(heavy);
   if (!arguments.inPlace) {
-    const auto frame = FindInertialFrame(heavy, options.GetNPolyMax(), reference.frameLambda);
-    if (!frame) return refuse("its moments are not finite: choose other widths");
+    const auto frame = FindInertialFrame(heavy);
+    if (!frame) return refuse("its moments are not finite: check the coordinates");
     reference.frame = *frame;
   }
+  constexpr double kRadius = QXHermiteMath::kOverlayAtomRadius;
+  reference.gaussiansInPlace = QXHermiteMath::QXMolToGaussians(heavy, kRadius);
   MoveInto(reference.frame, heavy);
+  reference.gaussians = QXHermiteMath::QXMolToGaussians(heavy, kRadius);
   if (!FixWidths(Expand(heavy, options), reference.expansion)) return refuse(kNoNorm);
   if (arguments.chargeWeight > 0.0) {
     MoveInto(reference.frame, *mol);
@@ -116,7 +109,6 @@ std::optional<Reference> FromGrid(const OverlayArguments& arguments, Console& co
   }
   WarnOfPoorExpansion(arguments.reference, expansion.GetSelfOverlap() / SelfOverlap(*grid),
                       console);
-  reference.frameLambda = reference.expansion.GetOptions().GetLambdaX();
   return reference;
 }
 

@@ -28,7 +28,7 @@ inline constexpr double kCoulombConstant = 332.063713;
 class QXHermiteChargeDensity final : public QXMultiHermiteBase {
  public:
   QXHermiteChargeDensity(QXMultiHermiteParameters const& newParams)
-      : QXMultiHermiteBase(newParams) {}
+      : QXMultiHermiteBase(newParams, 1.0) {}
 
   /// H_k(t) exp(-t^2) for k = 0 .. n; see BuildHermiteGaussians. Always true.
   bool BuildHermites(double t, unsigned int n, std::vector<double>& out) override;

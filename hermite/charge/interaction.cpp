@@ -104,11 +104,8 @@ struct Pairs {
       places.Y[i] = site.center[1] - lanes.center[1][i];
       places.Z[i] = site.center[2] - lanes.center[2][i];
       places.alpha[i] = product / sum;
-      places.power[i] = 1.0;
       factors[i] = 1.0 / (std::sqrt(sum) * product);
     }
-    for (unsigned int k = 0; k < site.N + lanes.N; ++k)
-      for (size_t i = 0; i < kTableLanes; ++i) places.power[i] *= -2.0 * places.alpha[i];
   }
   RTablePlaces places;
   double factors[kTableLanes];

@@ -29,6 +29,9 @@ namespace QXHermiteMath {
 /// gives.
 inline constexpr double kTwoPiCoulomb = 2086.417842569099;
 
+/// pi/4, as the closed form of the Boys functions has it.
+inline constexpr double kQuarterPi = 0.7853981633974483;
+
 /// Number of entries of the table of an order. 32-bit unsigned arithmetic.
 constexpr unsigned int SizeOfRMatrix(unsigned int order) {
   return (order + 4) * (order + 3) * (order + 2) * (order + 1) / 24;

@@ -4,6 +4,8 @@
 #include <cmath>
 
 #include "hermite/charge/r_table_kernel.h"
+#include "host/numerics/erf_kernel.h"
+#include "host/numerics/exp_kernel.h"
 
 // This file is compiled without fused multiply-add: results are the same to the bit everywhere. Nor
 // do roots set errno, so that they are taken side by side.
@@ -22,29 +24,44 @@ struct TableKernel {
   template <int Lanes>
   [[gnu::always_inline]] void operator()() const {
     constexpr size_t kPack = Lanes / 2;  // the doubles of one register
+    constexpr size_t kPacks = kTableLanes / kPack;
     using Doubles = typename QXCore::QXPack<double, kPack>::Type;
     double T[kTableLanes], root[kTableLanes], exponential[kTableLanes], zeroth[kTableLanes];
-    for (size_t i = 0; i < kTableLanes; i += kPack) {
-      const Doubles X = At<Doubles>(places.X + i), Y = At<Doubles>(places.Y + i),
-                    Z = At<Doubles>(places.Z + i);
-      At<Doubles>(T + i) = At<Doubles>(places.alpha + i) * (X * X + Y * Y + Z * Z);
-    }
     for (size_t i = 0; i < kTableLanes; ++i) {
+      const double X = places.X[i], Y = places.Y[i], Z = places.Z[i];
+      T[i] = places.alpha[i] * (X * X + Y * Y + Z * Z);
       root[i] = std::sqrt(T[i]);
-      zeroth[i] = std::sqrt(kernel::kQuarterPi / T[i]);
-    }
-    for (size_t i = 0; i < kTableLanes; ++i) {
-      exponential[i] = std::exp(-T[i]);
-      zeroth[i] *= std::erf(root[i]);
+      zeroth[i] = std::sqrt(kQuarterPi / T[i]);
     }
     for (size_t i = 0; i < kTableLanes; i += kPack) {
-      kernel::BuildBoysEntries<Doubles, kTableLanes>(
-          order, At<Doubles>(T + i), At<Doubles>(exponential + i), At<Doubles>(zeroth + i),
-          At<Doubles>(places.alpha + i), At<Doubles>(places.power + i), table + i);
-      kernel::BuildDerivatives<Doubles, kTableLanes>(order, At<Doubles>(places.X + i),
-                                                     At<Doubles>(places.Y + i),
-                                                     At<Doubles>(places.Z + i), table + i);
+      Doubles e = -At<Doubles>(T + i), erf;
+      QXNumerics::QXExp(e, e);
+      QXNumerics::QXErf(At<Doubles>(root + i), e, erf);
+      At<Doubles>(exponential + i) = e;
+      At<Doubles>(zeroth + i) *= erf;
     }
+    kernel::BuildBoysEntries<Doubles, kPacks>(order, places.alpha, T, exponential, zeroth, table);
+    kernel::BuildDerivatives<Doubles, kPacks>(order, places.X, places.Y, places.Z, table);
+  }
+};
+
+/// The places are made with the same instructions: what is stored in small pieces and read in
+/// larger ones has to wait.
+struct SiteTableKernel {
+  const RTableSite& site;
+  const PointLanes& points;
+  double* table;
+
+  template <int Lanes>
+  [[gnu::always_inline]] void operator()() const {
+    RTablePlaces places;
+    for (size_t i = 0; i < kTableLanes; ++i) {
+      places.X[i] = site.center[0] - points.x[i];
+      places.Y[i] = site.center[1] - points.y[i];
+      places.Z[i] = site.center[2] - points.z[i];
+      places.alpha[i] = site.alpha;
+    }
+    TableKernel{site.order, places, table}.template operator()<Lanes>();
   }
 };
 
@@ -89,22 +106,11 @@ PointLanes::PointLanes(const double* points, size_t count) {
 }
 
 RTableSite::RTableSite(unsigned int newOrder, double lambda, std::vector<double> const& newCenter)
-    : order(newOrder),
-      alpha(lambda * lambda),
-      power(std::pow(-2.0 * alpha, static_cast<double>(order))),
-      center{newCenter[0], newCenter[1], newCenter[2]} {}
+    : order(newOrder), alpha(lambda * lambda), center{newCenter[0], newCenter[1], newCenter[2]} {}
 
 void BuildRTables(RTableSite const& site, PointLanes const& points, double* table,
                   QXSimdLevel level) {
-  RTablePlaces places;
-  for (size_t i = 0; i < kTableLanes; ++i) {
-    places.X[i] = site.center[0] - points.x[i];
-    places.Y[i] = site.center[1] - points.y[i];
-    places.Z[i] = site.center[2] - points.z[i];
-    places.alpha[i] = site.alpha;
-    places.power[i] = site.power;
-  }
-  BuildRTables(site.order, places, table, level);
+  QXCore::QXRunKernel(level, SiteTableKernel{site, points, table});
 }
 
 void AddRows(std::vector<RTableTerm> const& terms, const double* table, double* sums,

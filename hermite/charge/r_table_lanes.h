@@ -7,8 +7,8 @@
 
 // R tables (see r_table.h) at kTableLanes places side by side, for sums over the functions of a
 // site: entry RIndex(a, b, c, d) of all of them is a row of kTableLanes doubles, lane i of which is
-// that of place i. They are those of BuildBoys and BuildMcMurchieDavidson to the bit, at every
-// level.
+// that of place i. They are those of BuildBoys and BuildMcMurchieDavidson but for the last digits
+// of exp and erf, which are worked out side by side too, and the same to the bit at every level.
 
 namespace QXHermiteMath {
 
@@ -23,9 +23,7 @@ constexpr size_t SizeOfRTables(unsigned int order) {
 
 /// What each lane's table is built from.
 struct RTablePlaces {
-  double X[kTableLanes], Y[kTableLanes], Z[kTableLanes];
-  double alpha[kTableLanes];
-  double power[kTableLanes];  ///< (-2 alpha)^order
+  double X[kTableLanes], Y[kTableLanes], Z[kTableLanes], alpha[kTableLanes];
 };
 
 /// Builds the tables of an order: SizeOfRTables(order) doubles. What is behind them stays.
@@ -43,7 +41,6 @@ struct RTableSite {
   RTableSite(unsigned int newOrder, double lambda, std::vector<double> const& newCenter);
   unsigned int order;
   double alpha;  ///< the square of the width
-  double power;  ///< (-2 alpha)^order
   double center[3];
 };
 

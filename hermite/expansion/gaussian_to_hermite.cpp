@@ -2,8 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-
-#include "hermite/expansion/gaussian_integrals.h"
+#include <span>
 
 namespace QXHermiteMath {
 
@@ -15,19 +14,6 @@ constexpr bool HasFirst(unsigned int order) {
 }
 constexpr bool HasSecond(unsigned int order) {
   return order == 2 || order == 4;
-}
-constexpr bool InWidths(unsigned int order) {
-  return order == 1 || order == 2;
-}
-
-// How far beyond N the derivative tables of an order read F.
-constexpr unsigned int ExtraIntegrals(unsigned int order) {
-  constexpr unsigned int extra[] = {0, 2, 4, 1, 2};
-  return extra[order];
-}
-
-void ClearPrefix(std::vector<double>& values, size_t count) {
-  std::fill_n(values.begin(), std::min(count, values.size()), 0.0);
 }
 
 }  // namespace
@@ -41,24 +27,24 @@ QXGaussianToHermite::QXGaussianToHermite(unsigned int degree, unsigned int first
 
   hermiteCoefficients.resize(basisSize);
   // The derivative orders read F up to N + 4.
-  for (std::vector<double>* f : {&fx, &fy, &fz}) f->resize(degree + 5);
+  for (Table* f : {&fx, &fy, &fz}) f->resize(degree + 5);
   if (first) {
-    for (std::vector<double>* df : {&dfx, &dfy, &dfz}) df->resize(degree + 1);
+    for (Table* df : {&dfx, &dfy, &dfz}) df->resize(degree + 1);
     selfOverlapLambdaDerivatives.resize(3);
     for (std::vector<double>& d : firstDerivatives) d.resize(basisSize);
+    weights.resize(basisSize);
   }
   if (second) {
-    for (std::vector<double>* ddf : {&ddfx, &ddfy, &ddfz}) ddf->resize(degree + 1);
+    for (Table* ddf : {&ddfx, &ddfy, &ddfz}) ddf->resize(degree + 1);
     selfOverlapLambdaSecondDerivatives.resize(6);
     for (std::vector<double>& d : secondDerivatives) d.resize(basisSize);
   }
-  for (double k : ks) inverseKs.push_back(1.0 / k);
-  weights.resize(basisSize);
-  ForEachLmn(degree, [this](unsigned int i, unsigned int l, unsigned int m, unsigned int n) {
-    weights[i] = ks[m] * ks[l] * ks[n];
+  inverseWeights.resize(basisSize);
+  ForEachLmn(degree, [&](unsigned int i, unsigned int l, unsigned int m, unsigned int n) {
+    const double weight = ks[m] * ks[l] * ks[n];
+    if (first) weights[i] = weight;
+    inverseWeights[i] = 1.0 / weight;
   });
-  plane.resize(static_cast<size_t>(degree + 1) * (degree + 2) / 2);
-  unsorted.resize(basisSize);
 }
 
 bool QXGaussianToHermite::Expand(const QXHermiteOptions& newOptions,
@@ -69,152 +55,65 @@ bool QXGaussianToHermite::Expand(const QXHermiteOptions& newOptions,
   Clear(order, N);
   switch (order) {
     case 0:
-      AddGaussians<0>(gaussians);
+      AddGaussians<0, false>(gaussians);
       break;
     case 1:
-      AddGaussians<1>(gaussians);
+      AddGaussians<1, true>(gaussians);
       break;
     case 2:
-      AddGaussians<2>(gaussians);
+      AddGaussians<2, true>(gaussians);
       break;
     case 3:
-      AddGaussians<3>(gaussians);
+      AddGaussians<1, false>(gaussians);
       break;
     case 4:
-      AddGaussians<4>(gaussians);
+      AddGaussians<2, false>(gaussians);
       break;
     default:
       return false;
   }
 
-  if (InWidths(order)) ScaleToLambdaDerivatives(HasSecond(order));
   const double volume = GetLambdaProduct(options);
   selfOverlap = SumOfNormalizedSquares(N, hermiteCoefficients.data(), norms.data()) / volume;
-  if (InWidths(order)) {
-    SelfOverlapLambdaDerivatives();
-    if (HasSecond(order)) SelfOverlapLambdaSecondDerivatives();
-  } else if (HasFirst(order)) {
-    AppendTranslationalDerivatives(HasSecond(order));
-  }
+  if (order == 1 || order == 2) SelfOverlapLambdaDerivatives();
+  if (order == 2) SelfOverlapLambdaSecondDerivatives();
+  if (order == 3 || order == 4) AppendTranslationalDerivatives(HasSecond(order));
   return true;
 }
 
 void QXGaussianToHermite::Clear(unsigned int order, unsigned int N) {
   const size_t basisSize = QXHermiteBasisSize(N);
-  ClearPrefix(hermiteCoefficients, basisSize);
-  if (HasFirst(order))
-    for (std::vector<double>& d : firstDerivatives) ClearPrefix(d, basisSize);
-  if (HasSecond(order))
-    for (std::vector<double>& d : secondDerivatives) ClearPrefix(d, basisSize);
+  const auto clear = [basisSize](std::vector<double>& values) {
+    std::fill_n(values.begin(), std::min(basisSize, values.size()), 0.0);
+  };
+  clear(hermiteCoefficients);
+  if (HasFirst(order)) std::for_each(firstDerivatives.begin(), firstDerivatives.end(), clear);
+  if (HasSecond(order)) std::for_each(secondDerivatives.begin(), secondDerivatives.end(), clear);
 }
 
-template <unsigned int Order>
+template <unsigned int Derivatives, bool InWidths>
 void QXGaussianToHermite::AddGaussians(const std::vector<QXGaussian>& gaussians) {
-  const unsigned int N = options.GetNPolyMax();
-  const double lambdaX = options.GetLambdaX();
-  const double lambdaY = options.GetLambdaY();
-  const double lambdaZ = options.GetLambdaZ();
-  for (const QXGaussian& g : gaussians) {
-    const double width = g.GetWidth();
-    BuildTables<Order>(width, g.GetX(), lambdaX, N, fx, dfx, ddfx);
-    BuildTables<Order>(width, g.GetY(), lambdaY, N, fy, dfy, ddfy);
-    BuildTables<Order>(width, g.GetZ(), lambdaZ, N, fz, dfz, ddfz);
-    AddGaussian<Order>(g.GetAmplitude(), std::sqrt(width + width), N);
+  const double lambda[] = {options.GetLambdaX(), options.GetLambdaY(), options.GetLambdaZ()};
+  const QXCore::QXSimdLevel level = QXCore::QXGetSimdLevel();
+  double* targets[] = {hermiteCoefficients.data(),    firstDerivatives[0].data(),
+                       firstDerivatives[1].data(),    firstDerivatives[2].data(),
+                       secondDerivatives[kXX].data(), secondDerivatives[kYY].data(),
+                       secondDerivatives[kZZ].data(), secondDerivatives[kXY].data(),
+                       secondDerivatives[kXZ].data(), secondDerivatives[kYZ].data()};
+  for (std::span<const QXGaussian> rest = gaussians; !rest.empty();) {
+    const kernel::GaussianBatch batch(rest.first(std::min<size_t>(rest.size(), kernel::kBatch)));
+    rest = rest.subspan(batch.count);
+    const kernel::ExpansionKernel<Derivatives, InWidths> sums{
+        batch,
+        options.GetNPolyMax(),
+        lambda,
+        {{fx.data(), fy.data(), fz.data()},
+         {dfx.data(), dfy.data(), dfz.data()},
+         {ddfx.data(), ddfy.data(), ddfz.data()}},
+        inverseWeights.data(),
+        targets};
+    QXCore::QXRunKernel(level, sums);
   }
-  // All targets were summed in the order that is fast to add to.
-  const auto sort = [&](std::vector<double>& target) {
-    std::copy_n(target.begin(), QXHermiteBasisSize(N), unsorted.begin());
-    kernel::ToShellOrder(N, unsorted.data(), target.data());
-  };
-  sort(hermiteCoefficients);
-  if constexpr (HasFirst(Order))
-    std::for_each(firstDerivatives.begin(), firstDerivatives.end(), sort);
-  if constexpr (HasSecond(Order))
-    std::for_each(secondDerivatives.begin(), secondDerivatives.end(), sort);
-}
-
-// After this the tables carry the division by K, once an axis instead of once a coefficient.
-template <unsigned int Order>
-void QXGaussianToHermite::BuildTables(double width, double center, double lambda, unsigned int N,
-                                      std::vector<double>& f, std::vector<double>& df,
-                                      std::vector<double>& ddf) const {
-  kernel::BuildF(width, center, N + ExtraIntegrals(Order), lambda, f.data());
-  const double u = std::sqrt(width + width) / lambda;
-  if constexpr (InWidths(Order)) {
-    kernel::BuildFDerivative(N, u, f.data(), df.data());
-    if constexpr (HasSecond(Order)) kernel::BuildFSecondDerivative(N, u, f.data(), ddf.data());
-  } else if constexpr (HasFirst(Order)) {
-    kernel::BuildFSecondArgDerivative(N, u, f.data(), df.data());
-    if constexpr (HasSecond(Order))
-      kernel::BuildFSecondArgSecondDerivative(N, u, f.data(), ddf.data());
-  }
-  for (unsigned int k = 0; k <= N; ++k) {
-    f[k] *= inverseKs[k];
-    if constexpr (HasFirst(Order)) df[k] *= inverseKs[k];
-    if constexpr (HasSecond(Order)) ddf[k] *= inverseKs[k];
-  }
-}
-
-// Each plane of y and z products serves all targets that share it.
-template <unsigned int Order>
-void QXGaussianToHermite::AddGaussian(double amplitude, double a, unsigned int N) {
-  const auto buildPlane = [&](const std::vector<double>& tableY,
-                              const std::vector<double>& tableZ) {
-    kernel::BuildPlane(N, tableY.data(), tableZ.data(), plane.data());
-  };
-  const auto add = [&](double prefactor, const std::vector<double>& tableX,
-                       std::vector<double>& target) {
-    kernel::AddProduct(N, prefactor, tableX.data(), plane.data(), target.data());
-  };
-  const double first = -amplitude * a;
-  const double second = amplitude * a * a;
-
-  buildPlane(fy, fz);
-  add(amplitude, fx, hermiteCoefficients);
-  if constexpr (HasFirst(Order)) add(first, dfx, firstDerivatives[0]);
-  if constexpr (HasSecond(Order)) add(second, ddfx, secondDerivatives[kXX]);
-  if constexpr (HasFirst(Order)) {
-    buildPlane(dfy, fz);
-    add(first, fx, firstDerivatives[1]);
-    if constexpr (HasSecond(Order)) add(second, dfx, secondDerivatives[kXY]);
-    buildPlane(fy, dfz);
-    add(first, fx, firstDerivatives[2]);
-    if constexpr (HasSecond(Order)) add(second, dfx, secondDerivatives[kXZ]);
-  }
-  if constexpr (HasSecond(Order)) {
-    buildPlane(ddfy, fz);
-    add(second, fx, secondDerivatives[kYY]);
-    buildPlane(fy, ddfz);
-    add(second, fx, secondDerivatives[kZZ]);
-    buildPlane(dfy, dfz);
-    add(second, fx, secondDerivatives[kYZ]);
-  }
-}
-
-// From derivatives in u to derivatives in lambda, by the chain rule through u = a/lambda. The
-// factor -a of each derivative is in the prefactor already.
-void QXGaussianToHermite::ScaleToLambdaDerivatives(bool second) {
-  const size_t basisSize = QXHermiteBasisSize(options.GetNPolyMax());
-  const double lambda[3] = {options.GetLambdaX(), options.GetLambdaY(), options.GetLambdaZ()};
-  double square[3];
-  for (int a = 0; a < 3; ++a) square[a] = lambda[a] * lambda[a];
-
-  if (second) {
-    for (size_t a = 0; a < 3; ++a) {
-      const double cube = square[a] * lambda[a];
-      const double fourth = square[a] * square[a];
-      for (size_t i = 0; i < basisSize; ++i)
-        secondDerivatives[a][i] =
-            secondDerivatives[a][i] / fourth - 2.0 * firstDerivatives[a][i] / cube;
-    }
-    for (size_t i = 0; i < basisSize; ++i) {
-      secondDerivatives[kXY][i] /= square[1] * square[0];
-      secondDerivatives[kXZ][i] /= square[2] * square[0];
-      secondDerivatives[kYZ][i] /= square[2] * square[1];
-    }
-  }
-  for (size_t a = 0; a < 3; ++a)
-    for (size_t i = 0; i < basisSize; ++i) firstDerivatives[a][i] /= square[a];
 }
 
 void QXGaussianToHermite::AppendTranslationalDerivatives(bool second) {
@@ -227,9 +126,13 @@ void QXGaussianToHermite::AppendTranslationalDerivatives(bool second) {
 double QXGaussianToHermite::WeightedDot(const std::vector<double>& a,
                                         const std::vector<double>& b) const {
   const size_t basisSize = QXHermiteBasisSize(options.GetNPolyMax());
-  double sum = 0.0;
-  for (size_t i = 0; i < basisSize; ++i) sum += weights[i] * a[i] * b[i];
-  return sum;
+  // Four sums side by side: one alone would wait for each addition to end.
+  double sum[4] = {};
+  size_t i = 0;
+  for (; i + 4 <= basisSize; i += 4)
+    for (size_t j = 0; j < 4; ++j) sum[j] += weights[i + j] * a[i + j] * b[i + j];
+  for (; i < basisSize; ++i) sum[0] += weights[i] * a[i] * b[i];
+  return (sum[0] + sum[1]) + (sum[2] + sum[3]);
 }
 
 bool QXGaussianToHermite::SelfOverlapLambdaDerivatives() {
@@ -292,28 +195,28 @@ bool QXGaussianToHermite::BuildF(double width, double center, unsigned int kMax,
 
 bool QXGaussianToHermite::BuildFDerivative(unsigned int N, double u, const std::vector<double>& f,
                                            std::vector<double>& df) {
-  kernel::BuildFDerivative(N, u, f.data(), df.data());
+  kernel::BuildFDerivative(N, 1.0 / u, f.data(), df.data());
   return true;
 }
 
 bool QXGaussianToHermite::BuildFSecondDerivative(unsigned int N, double u,
                                                  const std::vector<double>& f,
                                                  std::vector<double>& ddf) {
-  kernel::BuildFSecondDerivative(N, u, f.data(), ddf.data());
+  kernel::BuildFSecondDerivative(N, 1.0 / (u * u), f.data(), ddf.data());
   return true;
 }
 
 bool QXGaussianToHermite::BuildFSecondArgDerivative(unsigned int N, double u,
                                                     const std::vector<double>& f,
                                                     std::vector<double>& df) {
-  kernel::BuildFSecondArgDerivative(N, u, f.data(), df.data());
+  kernel::BuildFSecondArgDerivative(N, 1.0 / u, f.data(), df.data());
   return true;
 }
 
 bool QXGaussianToHermite::BuildFSecondArgSecondDerivative(unsigned int N, double u,
                                                           const std::vector<double>& f,
                                                           std::vector<double>& ddf) {
-  kernel::BuildFSecondArgSecondDerivative(N, u, f.data(), ddf.data());
+  kernel::BuildFSecondArgSecondDerivative(N, 1.0 / (u * u), f.data(), ddf.data());
   return true;
 }
 

@@ -3,6 +3,7 @@
 #include <array>
 #include <vector>
 
+#include "hermite/expansion/expansion_kernel.h"
 #include "hermite/foundations/basis.h"
 #include "host/core/gaussian.h"
 
@@ -100,17 +101,12 @@ class QXGaussianToHermite {
   }
 
  private:
+  using Table = std::vector<kernel::BatchRow>;
   enum Second : size_t { kXX, kYY, kZZ, kXY, kXZ, kYZ };
 
-  template <unsigned int Order>
-  void AddGaussians(const std::vector<QXGaussian>& gaussians);
-  template <unsigned int Order>
-  void BuildTables(double width, double center, double lambda, unsigned int N,
-                   std::vector<double>& f, std::vector<double>& df, std::vector<double>& ddf) const;
-  template <unsigned int Order>
-  void AddGaussian(double amplitude, double a, unsigned int N);
   void Clear(unsigned int order, unsigned int N);
-  void ScaleToLambdaDerivatives(bool second);
+  template <unsigned int Derivatives, bool InWidths>
+  void AddGaussians(const std::vector<QXGaussian>& gaussians);
   void AppendTranslationalDerivatives(bool second);
   std::vector<double> Convolve(const std::vector<std::vector<double>>& list, size_t count,
                                const std::vector<double>& q) const;
@@ -118,9 +114,9 @@ class QXGaussianToHermite {
 
   unsigned int nPolyMax;
   QXHermiteOptions options;
-  std::vector<double> fx, fy, fz;        // F of the Gaussian in work
-  std::vector<double> dfx, dfy, dfz;     // their first derivatives
-  std::vector<double> ddfx, ddfy, ddfz;  // and second
+  Table fx, fy, fz;        // F of the Gaussians in work
+  Table dfx, dfy, dfz;     // their first derivatives
+  Table ddfx, ddfy, ddfz;  // and second
   double selfOverlap = 0.0;
   std::vector<double> selfOverlapLambdaDerivatives;
   std::vector<double> selfOverlapLambdaSecondDerivatives;
@@ -130,11 +126,9 @@ class QXGaussianToHermite {
   std::vector<double> ks;  // K_0 .. K_N
   std::vector<std::vector<double>> translationalDerivatives;
   std::vector<std::vector<double>> translationalSecondDerivatives;
-  std::vector<double> inverseKs;
-  std::vector<double> norms;     // M_0 .. M_N
-  std::vector<double> weights;   // K_l K_m K_n in shell order
-  std::vector<double> plane;     // products of a y and a z table
-  std::vector<double> unsorted;  // a target in the order of the sums
+  std::vector<double> norms;           // M_0 .. M_N
+  std::vector<double> weights;         // K_l K_m K_n in shell order
+  std::vector<double> inverseWeights;  // one over those
 };
 
 }  // namespace QXHermiteMath

@@ -39,9 +39,19 @@ void UseSmallestLambda(QXHermiteOptions& options) {
 
 bool QXHermite::Setup(const std::vector<QXGaussian>& gaussians,
                       const QXHermiteOptions& newOptions) {
-  std::vector<QXGaussian> g = gaussians;
-  center = {0.0, 0.0, 0.0};
-  if (newOptions.GetUseCenterOfMass()) center = QXCenterGaussians(g);
+  center.assign(3, 0.0);
+  if (newOptions.GetUseCenterOfMass()) {
+    std::vector<QXGaussian> centered = gaussians;
+    center = QXCenterGaussians(centered);
+    SetupAboutOrigin(centered, newOptions);
+  } else {
+    SetupAboutOrigin(gaussians, newOptions);
+  }
+  return true;
+}
+
+void QXHermite::SetupAboutOrigin(const std::vector<QXGaussian>& g,
+                                 const QXHermiteOptions& newOptions) {
   extent = FullWidth(g);
   options = newOptions;
 
@@ -56,8 +66,7 @@ bool QXHermite::Setup(const std::vector<QXGaussian>& gaussians,
   QXGaussianToHermite engine(options.GetNPolyMax(), 0, 0);
   engine.Expand(options, g, 0);
   coefficients = engine.GetHermiteCoefficients();
-  selfOverlap = QXCalcHermiteSelfOverlap(coefficients, options);
-  return true;
+  selfOverlap = engine.GetSelfOverlap();
 }
 
 void QXHermite::FindSingleOptimalLambda(const std::vector<QXGaussian>& gaussians) {
@@ -68,7 +77,8 @@ void QXHermite::FindSingleOptimalLambda(const std::vector<QXGaussian>& gaussians
   const double start = std::log(mean);
   double x = start;
   minimizer(func, &start, &x);
-  SetLambdas(options, std::exp(x), std::exp(x), std::exp(x));
+  const double lambda = std::exp(x);
+  SetLambdas(options, lambda, lambda, lambda);
 }
 
 void QXHermite::FindThreeOptimalLambdas(const std::vector<QXGaussian>& gaussians) {

@@ -98,6 +98,7 @@ class QXHermite {
   bool ComputeInertialHermiteVectors(std::vector<std::vector<double>>& turned) const;
 
  private:
+  void SetupAboutOrigin(const std::vector<QXGaussian>& gaussians, const QXHermiteOptions& options);
   void FindSingleOptimalLambda(const std::vector<QXGaussian>& gaussians);
   void FindThreeOptimalLambdas(const std::vector<QXGaussian>& gaussians);
 

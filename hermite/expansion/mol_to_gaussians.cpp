@@ -1,6 +1,8 @@
 #include "hermite/expansion/mol_to_gaussians.h"
 
+#include <algorithm>
 #include <memory>
+#include <span>
 
 namespace QXHermiteMath {
 
@@ -38,6 +40,23 @@ std::vector<QXGaussian> QXMolToGaussians(QXMol mol, double radius) {
   std::vector<double> coordinates(3 * static_cast<size_t>(mol.NumAtoms()), 0.0);
   if (!coordinates.empty()) mol.GetCoords(coordinates.data());
   return makeShapeGaussians(coordinates, radius);
+}
+
+std::vector<QXGaussian> HeavyAtomsToGaussians(QXMolKit::QXMolBase const& mol, double radius) {
+  constexpr float kOrigin[3] = {};
+  const QXMolKit::QXConfBase* conformer = mol.GetActive();
+  const std::span<const QXMolKit::QXAtom> atoms = mol.GetMolecule().Atoms();
+  const auto isHeavy = [](QXMolKit::QXAtom const& atom) { return atom.GetAtomicNum() != 1; };
+  const auto amplitude = static_cast<float>(kShapeAmplitude);
+  const auto width = static_cast<float>(kShapeConstant / (radius * radius));
+  std::vector<QXGaussian> gaussians;
+  gaussians.reserve(static_cast<size_t>(std::ranges::count_if(atoms, isHeavy)));
+  for (size_t i = 0; i < atoms.size(); ++i) {
+    if (!isHeavy(atoms[i])) continue;
+    const float* place = conformer ? &conformer->Coords()[3 * i] : kOrigin;
+    gaussians.emplace_back(amplitude, width, place, 0u);
+  }
+  return gaussians;
 }
 
 std::vector<QXGaussian> makeElectrostaticGaussians(const std::vector<double>& coordinates,

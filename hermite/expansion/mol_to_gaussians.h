@@ -28,6 +28,10 @@ std::vector<QXGaussian> makeShapeGaussians(const std::vector<double>& coordinate
 /// The shape density of a molecule's active conformer, hydrogens included.
 std::vector<QXGaussian> QXMolToGaussians(QXMol mol, double radius);
 
+/// The shape density of the atoms that QXSuppressHydrogens leaves, for one conformer or the active
+/// one: the same list, without a copy of the molecule.
+std::vector<QXGaussian> HeavyAtomsToGaussians(QXMolKit::QXMolBase const& mol, double radius);
+
 /// Charges with the factor of a one-dimensional Gaussian: amplitude q / (sigma sqrt(2 pi)), width
 /// 1 / (2 sigma^2). Not the density of QXMolToElectroStaticGaussians, on purpose.
 std::vector<QXGaussian> makeElectrostaticGaussians(const std::vector<double>& coordinates,

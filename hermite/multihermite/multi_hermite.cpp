@@ -9,6 +9,7 @@
 #include "hermite/multihermite/hermite_recurrence.h"
 #include "hermite/multihermite/site_tables.h"
 #include "hermite/multihermite/term_kernels.h"
+#include "host/core/large_pages.h"
 #include "host/numerics/lasso.h"
 
 namespace QXHermiteMath {
@@ -37,10 +38,11 @@ bool QXMultiHermite::Setup(std::vector<double> const& points, std::vector<double
 }
 
 Eigen::MatrixXd QXMultiHermite::BuildDesignMatrix(std::vector<double> const& points) {
-  constexpr size_t kBlock = QXCore::kMostLanes;
+  // So many points at a time make runs of some length in each column.
+  constexpr size_t kBlock = 4 * QXCore::kMostLanes;
   std::vector<unsigned int> sites(params.NumSites());
   std::iota(sites.begin(), sites.end(), 0u);
-  SiteTables tables(params, sites, kBlock);
+  SiteTables tables(params, sites, kBlock, Exponent(sites));
   std::vector<HermiteTerm> columns;
   columns.reserve(params.NumBasis());
   for (unsigned int site : sites)
@@ -54,9 +56,10 @@ Eigen::MatrixXd QXMultiHermite::BuildDesignMatrix(std::vector<double> const& poi
   const QXSimdLevel level = QXCore::QXGetSimdLevel();
   const size_t numPoints = points.size() / 3;
   Eigen::MatrixXd matrix(numPoints, params.NumBasis());
+  QXCore::QXUseLargePages(matrix.data(), sizeof(double) * static_cast<size_t>(matrix.size()));
   for (size_t first = 0; first < numPoints; first += kBlock) {
     const size_t count = std::min(kBlock, numPoints - first);
-    tables.Fill(*this, &points[3 * first], count, work);
+    tables.Fill(*this, &points[3 * first], count, work, level);
     WriteColumns(columns, count, matrix.data() + first, numPoints, level);
   }
   return matrix;

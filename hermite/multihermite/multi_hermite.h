@@ -17,7 +17,7 @@ namespace QXHermiteMath {
 ///   std::vector<double> fitted = model.Evaluate(points);
 class QXMultiHermite final : public QXMultiHermiteBase {
  public:
-  QXMultiHermite(QXMultiHermiteParameters const& newParams) : QXMultiHermiteBase(newParams) {}
+  QXMultiHermite(QXMultiHermiteParameters const& newParams) : QXMultiHermiteBase(newParams, 0.5) {}
 
   /// h_0 .. h_n; see BuildHermiteFunctions. Always true.
   bool BuildHermites(double t, unsigned int n, std::vector<double>& out) override;

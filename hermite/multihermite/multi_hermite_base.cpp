@@ -72,6 +72,11 @@ std::vector<unsigned int> QXMultiHermiteBase::SitesWithActives() const {
   return sites;
 }
 
+double QXMultiHermiteBase::Exponent(std::vector<unsigned int> const& sites) const {
+  const auto hasDegreeOne = [this](unsigned int site) { return params.GetNPolyMax(site) == 1; };
+  return std::any_of(sites.begin(), sites.end(), hasDegreeOne) ? 0.0 : exponent;
+}
+
 std::vector<HermiteTerm> QXMultiHermiteBase::Terms(std::vector<unsigned int> const& sites,
                                                    SiteTables const& tables) const {
   std::vector<HermiteTerm> terms;
@@ -88,7 +93,7 @@ std::vector<HermiteTerm> QXMultiHermiteBase::Terms(std::vector<unsigned int> con
 std::vector<double> QXMultiHermiteBase::Evaluate(std::vector<double> const& points) {
   constexpr size_t kBlock = QXCore::kMostLanes;
   const std::vector<unsigned int> sites = SitesWithActives();
-  SiteTables tables(params, sites, kBlock);
+  SiteTables tables(params, sites, kBlock, Exponent(sites));
   const std::vector<HermiteTerm> terms = Terms(sites, tables);
   WorkTables work = MakeWorkTables(params);
 
@@ -97,7 +102,7 @@ std::vector<double> QXMultiHermiteBase::Evaluate(std::vector<double> const& poin
   double block[kBlock];
   for (size_t first = 0; first < sums.size(); first += kBlock) {
     const size_t count = std::min(kBlock, sums.size() - first);
-    tables.Fill(*this, &points[3 * first], count, work);
+    tables.Fill(*this, &points[3 * first], count, work, level);
     SumTerms(terms, kBlock, block, level);
     std::copy_n(block, count, &sums[first]);
   }
@@ -115,10 +120,12 @@ void QXMultiHermiteBase::AddToGrid(QXScalarGrid& grid) {
       diagonal[3 * i + axis] = coords[std::min(i, coords.size() - 1)];
   }
   WorkTables work = MakeWorkTables(params);
-  for (unsigned int site : SitesWithActives()) {
-    SiteTables tables(params, {site}, longest);
-    tables.Fill(*this, diagonal.data(), longest, work);
-    AddTerms(Terms({site}, tables), grid, QXCore::QXGetSimdLevel());
+  const QXSimdLevel level = QXCore::QXGetSimdLevel();
+  const std::vector<unsigned int> sites = SitesWithActives();
+  for (unsigned int site : sites) {
+    SiteTables tables(params, {site}, longest, Exponent(sites));
+    tables.Fill(*this, diagonal.data(), longest, work, level);
+    AddTerms(Terms({site}, tables), grid, level);
   }
 }
 

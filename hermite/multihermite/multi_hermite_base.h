@@ -78,6 +78,10 @@ class QXMultiHermiteBase {
   bool EvaluateOnGrid(QXScalarGrid& grid);
 
  protected:
+  /// For a family H_k(t) exp(-newExponent t^2), H_k the physicists' Hermite polynomials: its
+  /// functions may be worked out without BuildHermites, many at a time.
+  QXMultiHermiteBase(QXMultiHermiteParameters const& newParams, double newExponent)
+      : params(newParams), exponent(newExponent) {}
   QXMultiHermiteBase(const QXMultiHermiteBase&) = default;
   QXMultiHermiteBase(QXMultiHermiteBase&&) = default;
   QXMultiHermiteBase& operator=(const QXMultiHermiteBase&) = default;
@@ -88,7 +92,13 @@ class QXMultiHermiteBase {
   std::map<unsigned int, double> coefficients;
   std::vector<std::vector<unsigned int>> siteActives;  // each key above in the list of its site
 
+  /// That of the family, 0 when functions of these sites have to come from BuildHermites, call by
+  /// call: also where one of them has degree 1 and reads what the calls before have left.
+  double Exponent(std::vector<unsigned int> const& sites) const;
+
  private:
+  double exponent = 0.0;  // 0 when only BuildHermites knows the family
+
   std::vector<unsigned int> SitesWithActives() const;
   // The active functions of these sites, whose tables are given.
   std::vector<HermiteTerm> Terms(std::vector<unsigned int> const& sites,

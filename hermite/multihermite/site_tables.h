@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "hermite/multihermite/multi_hermite_base.h"
+#include "host/core/simd.h"
 
 namespace QXHermiteMath {
 
@@ -20,9 +21,9 @@ WorkTables MakeWorkTables(QXMultiHermiteParameters const& params);
 class SiteTables {
  public:
   /// sites: those wanted, in their order. block: the largest number of points; rows are rounded up
-  /// to whole packs of lanes, with zeros at first.
+  /// to whole packs of lanes, with zeros at first. exponent: see QXMultiHermiteBase::Exponent.
   SiteTables(QXMultiHermiteParameters const& params, std::vector<unsigned int> const& sites,
-             size_t block);
+             size_t block, double exponent);
 
   /// The length of a row.
   size_t Length() const { return length; }
@@ -33,9 +34,12 @@ class SiteTables {
     return &values[rows[place].start + (axis * (rows[place].N + 1) + degree) * length];
   }
 
-  /// Fills the rows for `count` points, three doubles each, point by point and site by site. What
-  /// stands behind them in a row is left.
-  void Fill(QXMultiHermiteBase& family, const double* points, size_t count, WorkTables& work);
+  /// Fills the rows for `count` points, three doubles each. Where BuildHermites says what the
+  /// functions are, it is asked point by point and site by site; those of a known family are worked
+  /// out side by side, the same to the bit at every level. What stands behind them in a row means
+  /// nothing.
+  void Fill(QXMultiHermiteBase& family, const double* points, size_t count, WorkTables& work,
+            QXCore::QXSimdLevel level);
 
  private:
   struct Site {
@@ -45,7 +49,12 @@ class SiteTables {
     size_t start;  // of its rows
   };
 
+  struct Kernel;
+  void FillOneByOne(QXMultiHermiteBase& family, const double* points, size_t count,
+                    WorkTables& work);
+
   size_t length;
+  double exponent;  // 0: the functions come from BuildHermites
   std::vector<Site> rows;
   std::vector<double> values;
 };

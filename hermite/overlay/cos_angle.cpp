@@ -35,7 +35,7 @@ class LinearFormGradient {
       f[axis].resize(N + 2);
       df[axis].resize(N + 1);
     }
-    kernel::FromShellOrder(N, q.data(), form.data());
+    OrderByL(q);
   }
 
   // Writes three doubles.
@@ -62,17 +62,25 @@ class LinearFormGradient {
   }
 
  private:
+  // The form from shell order to one where each l is a run, d = m + n rising and then m.
+  void OrderByL(std::vector<double> const& q) {
+    size_t p = 0;
+    for (unsigned int l = 0; l <= N; ++l)
+      for (unsigned int d = 0; d <= N - l; ++d)
+        for (unsigned int m = 0; m <= d; ++m) form[p++] = q[GetLmnIndex(l, m, d - m)];
+  }
+
   void BuildTables(int axis, double width, double a, double center) {
     kernel::BuildF(width, center, N + 1, lambda[axis], f[axis].data());
-    kernel::BuildFSecondArgDerivative(N, a / lambda[axis], f[axis].data(), df[axis].data());
+    kernel::BuildFSecondArgDerivative(N, lambda[axis] / a, f[axis].data(), df[axis].data());
     for (unsigned int k = 0; k <= N; ++k) {
       f[axis][k] /= ks[k];
       df[axis][k] /= ks[k];
     }
   }
 
-  // The form, contracted with F_l and with dF_l of the x axis: entry p belongs to m and n as in
-  // kernel::BuildPlane.
+  // The form, contracted with F_l and with dF_l of the x axis: entry p belongs to m and n in the
+  // order of a run.
   void SumOverL() {
     std::fill(plane.begin(), plane.end(), 0.0);
     std::fill(planeOfDerivatives.begin(), planeOfDerivatives.end(), 0.0);

@@ -18,12 +18,6 @@ using Sums = kernel::GaussianPairSums<Single>;
 constexpr double kPi = 3.141592653589793;
 constexpr double kInverseLn2 = 1.4426950408889634;
 
-// Rows of doubles suit the packs of every level.
-constexpr size_t kRowMultiple = QXCore::kMostLanes / 2;
-size_t Padded(size_t size) {
-  return (size + kRowMultiple - 1) / kRowMultiple * kRowMultiple;
-}
-
 double Dot(double const* a, double const* b) {
   return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
 }
@@ -92,78 +86,65 @@ Sums SumPairs(kernel::GaussianPairs const& pairs, QXCore::QXSimdLevel level) {
 }  // namespace
 
 bool QXGaussianOverlap::SetupRef(std::vector<QXGaussian> const& gaussians) {
-  Fill(ref, gaussians);
+  ref.Fill(gaussians);
   refSelfOverlap = SelfOverlap(ref);
   PairUp(ref, fit);
   return true;
 }
 
 bool QXGaussianOverlap::Setup(std::vector<QXGaussian> const& gaussians) {
-  Fill(fit, gaussians);
+  fit.Fill(gaussians);
   fitSelfOverlap = SelfOverlap(fit);
   PairUp(ref, fit);
   return true;
 }
 
-void QXGaussianOverlap::Fill(List& list, std::vector<QXGaussian> const& gaussians) {
-  const size_t size = gaussians.size(), stride = Padded(size);
-  list.places.resize(3 * size);
-  list.rows.assign(3 * stride, 0.0);
-  list.sortOf.resize(size);
-  list.sorts.clear();
-  for (size_t i = 0; i < size; ++i) {
-    QXGaussian const& g = gaussians[i];
-    const double place[3] = {g.GetX(), g.GetY(), g.GetZ()};
-    for (size_t a = 0; a < 3; ++a) list.places[3 * i + a] = list.rows[stride * a + i] = place[a];
-    const List::Sort sort = {g.GetAmplitude(), g.GetWidth()};
-    const auto found = std::find(list.sorts.begin(), list.sorts.end(), sort);
-    list.sortOf[i] = static_cast<size_t>(found - list.sorts.begin());
-    if (found == list.sorts.end()) list.sorts.push_back(sort);
-  }
-}
-
-void QXGaussianOverlap::PairUp(List const& first, List const& second) {
-  const size_t stride = Padded(first.sortOf.size());
-  scales.assign(stride * second.sorts.size(), 0.0);
-  factors.assign(stride * second.sorts.size(), 0.0);
-  for (size_t k = 0; k < second.sorts.size(); ++k) {
-    const auto [amplitude, width] = second.sorts[k];
-    for (size_t i = 0; i < first.sortOf.size(); ++i) {
-      List::Sort const& sort = first.sorts[first.sortOf[i]];
-      const double sum = sort.width + width, ratio = kPi / sum;
-      scales[stride * k + i] = -sort.width * width / sum * kInverseLn2;
-      factors[stride * k + i] = sort.amplitude * amplitude * ratio * std::sqrt(ratio);
+void QXGaussianOverlap::PairUp(GaussianList const& first, GaussianList const& second) {
+  scales.assign(first.Stride() * second.widths.size(), 0.0);
+  factors.assign(scales.size(), 0.0);
+  for (size_t other = 0; other < second.widths.size(); ++other) {
+    const size_t row = first.Stride() * other;
+    for (size_t run = 0, i = 0; run < first.widths.size(); ++run) {
+      const double sum = first.widths[run] + second.widths[other], ratio = kPi / sum;
+      const double scale = -first.widths[run] * second.widths[other] / sum * kInverseLn2;
+      const double factor = ratio * std::sqrt(ratio);
+      for (; i < first.runEnds[run]; ++i) {
+        scales[row + i] = scale;
+        factors[row + i] = factor * first.moments[i].A;
+      }
     }
   }
 }
 
-kernel::GaussianPairs QXGaussianOverlap::GetPairs(List const& first, List const& second) const {
-  kernel::GaussianPairs pairs = {};
-  pairs.firstSize = first.sortOf.size();
-  pairs.stride = Padded(pairs.firstSize);
-  pairs.first = first.rows.data();
-  pairs.secondSize = second.sortOf.size();
-  pairs.second = second.places.data();
-  pairs.sorts = second.sortOf.data();
-  pairs.scales = scales.data();
-  pairs.factors = factors.data();
+kernel::GaussianPairs QXGaussianOverlap::GetPairs(GaussianList const& first,
+                                                  GaussianList const& second, double const* Q,
+                                                  double const* t) const {
+  kernel::GaussianPairs pairs = {first.Size(),
+                                 first.Stride(),
+                                 first.places.data(),
+                                 second.moments.data(),
+                                 second.runEnds.size(),
+                                 second.runEnds.data(),
+                                 scales.data(),
+                                 factors.data(),
+                                 {},
+                                 {}};
+  std::copy(Q, Q + 9, pairs.Q);
+  for (size_t a = 0; a < 3; ++a) pairs.shift[a] = second.middle[a] + t[a];
   return pairs;
 }
 
-double QXGaussianOverlap::SelfOverlap(List const& list) {
+double QXGaussianOverlap::SelfOverlap(GaussianList const& list) {
+  constexpr double kUnit[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+  constexpr double kNoShift[3] = {};
   PairUp(list, list);
-  kernel::GaussianPairs pairs = GetPairs(list, list);
-  pairs.Q[0] = pairs.Q[4] = pairs.Q[8] = 1.0;
-  return SumPairs<0>(pairs, level).v;
+  return SumPairs<0>(GetPairs(list, list, kUnit, kNoShift), level).v;
 }
 
 template <int Order>
 double QXGaussianOverlap::EvaluateTo(double const* x, double* hessian, double* gradient) const {
   const EulerFrame frame(x);
-  kernel::GaussianPairs pairs = GetPairs(ref, fit);
-  std::copy(frame.Q, frame.Q + 9, pairs.Q);
-  std::copy(x + 3, x + 6, pairs.shift);
-  const Sums sums = SumPairs<Order>(pairs, level);
+  const Sums sums = SumPairs<Order>(GetPairs(ref, fit, frame.Q, x + 3), level);
   if constexpr (Order >= 1) WriteGradient(frame, sums, gradient);
   if constexpr (Order >= 2) WriteHessian(frame, sums, hessian);
   return -sums.v;

@@ -2,13 +2,11 @@
 
 #include <vector>
 
-#include "host/core/gaussian.h"
+#include "hermite/overlay/gaussian_list.h"
 #include "host/core/simd.h"
 #include "host/minimizer/func.h"
 
 namespace QXHermiteMath {
-
-using QXCore::QXGaussian;
 
 namespace kernel {
 struct GaussianPairs;
@@ -19,13 +17,13 @@ struct GaussianPairs;
 ///
 ///   f(x) = -sum over all pairs of A A' (pi/(w + w'))^(3/2) exp(-w w'/(w + w') |Q r - (r' + t)|^2),
 ///
-/// A, w, r those of a Gaussian of the reference, A', w', r' of the fit. That is QXHermiteOverlap in
-/// the limit of high degree, for references and fits centred on the origin. The sums are taken in
-/// double precision, in as many lanes as the machine has.
+/// A, w, r those of a Gaussian of the reference, A', w', r' of the fit. QXHermiteOverlap goes there
+/// with rising degree, where expansions are about the origin. Sums are in double precision,
+/// relative to a sum of magnitudes good to some 1e-13.
 ///
-/// SetupRef and Setup once each, in any order, and again for each change; then any number of
-/// evaluations, which allocate nothing. An empty list is one of overlap 0. A copy is a function of
-/// its own. One thread at a time.
+/// SetupRef and Setup in any order, and again for other lists, at no allocation where there was
+/// room before; then any number of evaluations, which allocate nothing. No list is the same as an
+/// empty one: all overlaps are 0. One thread at a time.
 ///
 /// Example:
 ///   QXGaussianOverlap overlap;
@@ -38,7 +36,8 @@ class QXGaussianOverlap : public QXMinimizer::QXFunc2 {
   explicit QXGaussianOverlap(QXCore::QXSimdLevel newLevel = QXCore::QXGetSimdLevel())
       : level(newLevel) {}
 
-  /// The reference and the fit. Widths must be above 0, or sums of them. Always true.
+  /// The reference and the fit; widths must be above 0, unchecked. Always true. The time each takes
+  /// is that of an evaluation or two.
   bool SetupRef(std::vector<QXGaussian> const& gaussians);
   bool Setup(std::vector<QXGaussian> const& gaussians);
 
@@ -58,28 +57,18 @@ class QXGaussianOverlap : public QXMinimizer::QXFunc2 {
   double GetFitSelfOverlap() const { return fitSelfOverlap; }
 
  private:
-  /// A list as the sums need it: Gaussians that differ in place only are of one sort.
-  struct List {
-    struct Sort {
-      double amplitude, width;
-      bool operator==(Sort const&) const = default;
-    };
-    std::vector<double> places;  ///< x, y, z of each
-    std::vector<size_t> sortOf;  ///< an index into sorts
-    std::vector<Sort> sorts;
-    std::vector<double> rows;  ///< x of all, y of all, z of all, each padded with zeros
-  };
-  static void Fill(List& list, std::vector<QXGaussian> const& gaussians);
-  void PairUp(List const& first, List const& second);
-  double SelfOverlap(List const& list);
-  kernel::GaussianPairs GetPairs(List const& first, List const& second) const;
+  void PairUp(GaussianList const& first, GaussianList const& second);
+  kernel::GaussianPairs GetPairs(GaussianList const& first, GaussianList const& second,
+                                 double const* Q, double const* t) const;
+  double SelfOverlap(GaussianList const& list);
   template <int Order>
   double EvaluateTo(double const* x, double* hessian, double* gradient) const;
 
   QXCore::QXSimdLevel level;
-  List ref, fit;
-  std::vector<double> scales,
-      factors;  ///< of the pairs, rows over the reference for each sort of fit
+  GaussianList ref;
+  GaussianList fit;
+  std::vector<double> scales;  // of the pairs, like factors: see gaussian_overlap_kernel.h
+  std::vector<double> factors;
   double refSelfOverlap = 0.0;
   double fitSelfOverlap = 0.0;
 };

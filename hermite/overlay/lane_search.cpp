@@ -27,7 +27,7 @@ void FindOptima(LaneObjective& objective, OverlaySearch const& search,
     objective.Load(i, next);
     all[i].point = &points[next++];
     all[i].core.Start(kVariables, all[i].point->x.data(), search.iterationLimit, search.tolerance,
-                      kLongestStep);
+                      kLongestStep, search.model);
     ++busy;
   };
   for (unsigned int i = 0; i < lanes; ++i) load(i);

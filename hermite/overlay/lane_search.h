@@ -23,6 +23,7 @@ class LaneObjective {
 struct OverlaySearch {
   double tolerance = 1e-6;  ///< relative, of QXBFGSOpt
   unsigned int iterationLimit = 200;
+  const double* model = nullptr;  ///< GetReferenceModel, 21 numbers; null: none
 };
 
 /// Radians and angstroms. Longer steps leap between optima, so that the last digits of the input

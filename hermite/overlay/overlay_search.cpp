@@ -13,10 +13,7 @@
 namespace QXHermiteMath {
 
 std::vector<QXGaussian> GetHeavyAtomGaussians(QXMolKit::QXMolBase const& mol) {
-  QXMol heavy(mol, 1);
-  QXMolKit::QXSuppressHydrogens(heavy, false, false, true);
-  heavy.CompactAtoms();
-  return QXMolToGaussians(heavy, kOverlayAtomRadius);
+  return HeavyAtomsToGaussians(mol, kOverlayAtomRadius);
 }
 
 QXHermite ExpandHeavyAtoms(QXMolKit::QXMolBase const& mol, QXHermiteOptions const& options) {

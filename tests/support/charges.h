@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cmath>
+#include <limits>
 
 #include "hermite/charge/charge_density.h"
 #include "hermite/charge/r_table.h"
@@ -48,6 +49,26 @@ class PlainTable {
  private:
   std::vector<double> R;
 };
+
+/// What rounding may do to the entries of an R table: the recurrences with what they add up taken
+/// without signs, from starts (2 alpha)^a (F_a + 1/((2a + 1) t_a)), where the second term is what
+/// cancels in the closed form, carried down. A few roundings for each step, and for exp and erf,
+/// which are good to 7e-16 relative.
+inline std::vector<double> TableRounding(unsigned int order, double alpha, const double* R) {
+  using namespace QXHermiteMath;
+  const double r[3] = {std::fabs(R[0]), std::fabs(R[1]), std::fabs(R[2])};
+  const double T = alpha * (r[0] * r[0] + r[1] * r[1] + r[2] * r[2]);
+  std::vector<double> table(SizeOfRMatrix(order));
+  constexpr double epsilon = std::numeric_limits<double>::epsilon();
+  double term = 1.0;
+  for (unsigned int a = 0; a <= order; ++a) {
+    const double start = BoysFunc(a, T) + 1.0 / ((2.0 * a + 1.0) * term);
+    table[RIndex(a, 0, 0, 0)] = 8 * (order + 1) * epsilon * std::pow(2 * alpha, a) * start;
+    term *= 2 * T / (2.0 * a + 3.0);
+  }
+  BuildMcMurchieDavidson(order, r, table);
+  return table;
+}
 
 /// The potential at each point, or, with `field`, the three components of the field. The table goes
 /// from site to site and from point to point, and is built to the degree of the site in both cases.

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <filesystem>
 #include <iterator>
+#include <numeric>
 #include <random>
 #include <sstream>
 #include <thread>
@@ -24,6 +25,7 @@ using testing::IsEmpty;
 
 const std::string kExamples = QX_EXAMPLES;
 constexpr const char* kScoreTag = "Shape Tanimoto";
+constexpr const char* kExactTag = "Exact Shape Tanimoto";
 
 class OverlayCommand : public ToolTest {
  protected:
@@ -221,22 +223,19 @@ TEST_F(OverlayCommand, TableAndCsvRankTheHits) {
   ASSERT_EQ(Overlay(fits, {"--csv", "hits.csv"}), 0) << err_;
   const std::vector<SdRecord> hits = Hits();
   ASSERT_EQ(hits.size(), 2u);
-  const std::string best = hits[0].Data(kScoreTag), second = hits[1].Data(kScoreTag);
-  EXPECT_EQ(best.substr(0, 5) + second.substr(0, 2), "1.0000.");
+  const auto scores = [&](const char* tag) { return hits[0].Data(tag) + " " + hits[1].Data(tag); };
+  const std::string second = hits[1].Data(kScoreTag), exact = hits[1].Data(kExactTag);
+  EXPECT_EQ(scores(kScoreTag) + scores(kExactTag), "1.000000 " + second + "1.000000 " + exact);
   EXPECT_EQ(out_,
-            "Rank  Title            Conformer  Tanimoto\n"
-            "   1  celecoxib                1  " +
-                best +
-                "\n"
-                "   2  one, \"two\"?[31m          1  " +
-                second + "\n");
+            "Rank  Title            Conformer     Exact  Tanimoto\n"
+            "   1  celecoxib                1  1.000000  1.000000\n"
+            "   2  one, \"two\"?[31m          1  " +
+                exact + "  " + second + "\n");
   EXPECT_EQ(ReadFile(Path("hits.csv")),
-            "rank,title,file,record,conformer,tanimoto\n"
-            "1,celecoxib,fit.sdf,2,1," +
-                best +
-                "\n"
-                "2,\"one, \"\"two\"\"\x1b[31m\",fit.sdf,1,1," +
-                second + "\n");
+            "rank,title,file,record,conformer,tanimoto,exact_tanimoto\n"
+            "1,celecoxib,fit.sdf,2,1,1.000000,1.000000\n"
+            "2,\"one, \"\"two\"\"\x1b[31m\",fit.sdf,1,1," +
+                second + "," + exact + "\n");
   ASSERT_EQ(Overlay(fits, {"--top", "1"}), 0);
   EXPECT_EQ(std::count(out_.begin(), out_.end(), '\n'), 2);
   ASSERT_EQ(Overlay(fits, {"--quiet"}), 0);
@@ -373,6 +372,26 @@ std::vector<double> EndCharges(const QXMolKit::QXMCMolBase& mol) {
   return {mol.Atoms().front().GetPartialCharge(), mol.Atoms().back().GetPartialCharge()};
 }
 
+// What a search finds in more starts, or by polishing, is ranked by the atoms themselves.
+TEST_F(OverlayCommand, SearchesHarderOnDemandAndRanksByTheExactScore) {
+  const std::vector<SdRecord> drugs = Drugs({"ketoprofen", "warfarin", "sertraline"});
+  const auto exactScores = [&](std::vector<std::string> more) {
+    EXPECT_EQ(Overlay(drugs, std::move(more)), 0) << err_;
+    std::vector<double> scores;
+    for (const SdRecord& hit : Hits()) scores.push_back(std::stod(hit.Data(kExactTag)));
+    return scores;
+  };
+  const auto sum = [](const std::vector<double>& v) {
+    return std::accumulate(v.begin(), v.end(), 0.0);
+  };
+  const auto plain = exactScores({"--polish", "0"}), polished = exactScores({});
+  EXPECT_TRUE(std::is_sorted(polished.rbegin(), polished.rend()));
+  EXPECT_GT(sum(polished), sum(plain) + 0.01);
+  EXPECT_GE(sum(exactScores({"--starts", "24", "--polish", "8"})), sum(polished) - 1e-6);
+  EXPECT_NEAR(sum(exactScores({"--npolymax", "8", "--coarse", "4"})),
+              sum(exactScores({"--npolymax", "8"})), 0.02);
+}
+
 TEST_F(OverlayCommand, ChargeTellsApartTheEndsOfARod) {
   // By shape a rod fits both ways. One of the fits is the reference after a half turn; of the
   // other, a record of the same structure and so a conformer, the charges are the other way round.
@@ -388,13 +407,14 @@ TEST_F(OverlayCommand, ChargeTellsApartTheEndsOfARod) {
   const std::vector<SdRecord> hits = Hits();
   ASSERT_EQ(hits.size(), 8u);
   EXPECT_LT(LargestDistance(hits[0], reference_), 0.01);
-  EXPECT_THAT(out_,
-              testing::StartsWith("Rank  Title  Conformer      Combo     Shape     Charge\n"
-                                  "   1  rod            2   2.500000  1.000000   1.000000\n"));
+  EXPECT_THAT(out_, testing::StartsWith(
+                        "Rank  Title  Conformer      Combo     Shape     Charge     Exact\n"
+                        "   1  rod            2   2.500000  1.000000   1.000000  1.000000\n"));
   EXPECT_THAT(
       ReadFile(Path("hits.csv")),
-      testing::StartsWith("rank,title,file,record,conformer,combo,shape_tanimoto,charge_tanimoto\n"
-                          "1,rod,fit.sdf,2,2,2.500000,1.000000,1.000000\n"));
+      testing::StartsWith("rank,title,file,record,conformer,combo,shape_tanimoto,charge_tanimoto,"
+                          "exact_tanimoto\n"
+                          "1,rod,fit.sdf,2,2,2.500000,1.000000,1.000000,1.000000\n"));
   const auto other = std::ranges::find_if(
       hits, [&](const SdRecord& hit) { return hit.Data("PartialCharges") == ownCharges; });
   ASSERT_NE(other, hits.end());
@@ -506,6 +526,12 @@ TEST_F(OverlayCommand, WrongUsageIsExplained) {
       {{"--charge-weight", "1", "--charges", "best"}, "--charges: best not in {file,gasteiger}"},
       {{"--charge-sigma", "1.5"},
        "--charge-sigma: is for overlays that weigh charge: give --charge-weight too"},
+      {{"--starts", "5"}, "--starts: '5' is not 4 or 24"},
+      {{"--starts", "24", "--UseSingleLambda", "false"},
+       "--starts 24: axes are exchanged, which needs one width: leave --UseSingleLambda true"},
+      {{"--coarse", "5"}, "--coarse: must be below --NPolyMax, 5: leave it out"},
+      {{"--charge-weight", "1", "--polish", "1"},
+       "--polish: is for overlays of molecules by shape: leave it out"},
       {{"--nonsense"}, "The following argument was not expected: --nonsense"},
   };
   for (const auto& [words, message] : cases) {
@@ -568,12 +594,12 @@ TEST_F(OverlayCommand, InterruptedRunLeavesNothingBehind) {
   WriteFile(Path("ref.sdf"), reference_.Text());
   WriteFile(Path("fit.sdf"), Text(fits));
   WriteFile(Path("hits.sdf"), "of an earlier run\n");
-  const std::vector<std::string> words = {"--ref",   "ref.sdf", "--fit",
-                                          "fit.sdf", "--out",   "hits.sdf"};
+  const std::vector<std::string> words = {"--ref", "ref.sdf",  "--fit",      "fit.sdf",
+                                          "--out", "hits.sdf", "--npolymax", "20"};
   for (const int number : {SIGINT, SIGQUIT}) {
     const pid_t child = Start(words, "trap '' HUP && ulimit -c 0");
-    // A folder for records shows that it has begun; 2000 overlays take far longer than the wait.
-    for (int i = 0; i < 3000 && fs::is_empty(Path("tmp")); ++i) {
+    // A file for the poses shows that it has begun; 2000 overlays take far longer than the wait.
+    for (int i = 0; i < 3000 && Files().size() == 3; ++i) {
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(100));

@@ -1,26 +1,10 @@
 #include "hermite/charge/electrostatics_design.h"
 
+#include "support/charges.h"
 #include "support/hermite.h"
 
 namespace QXHermiteMath {
 namespace {
-
-// What rounding may do to the entries of an R table: the recurrences with what they add up taken
-// without signs, from starts (2 alpha)^a (F_a + 1/((2a + 1) t_a)), where the second term is what
-// cancels in the closed form, carried down. A few roundings for each step.
-Vector Rounding(unsigned int order, double alpha, const Vector3d& R) {
-  const double T = alpha * R.squaredNorm();
-  Vector table(SizeOfRMatrix(order));
-  double term = 1.0;
-  for (unsigned int a = 0; a <= order; ++a) {
-    const double start = BoysFunc(a, T) + 1.0 / ((2.0 * a + 1.0) * term);
-    table[RIndex(a, 0, 0, 0)] = 8 * (order + 1) * kEpsilon * std::pow(2 * alpha, a) * start;
-    term *= 2 * T / (2.0 * a + 3.0);
-  }
-  const Vector3d withoutSigns = R.cwiseAbs();
-  BuildMcMurchieDavidson(order, withoutSigns.data(), table);
-  return table;
-}
 
 // Against the densities of one function each. Their field is whole in the top degree, as that of
 // the matrix, only in a layout with a spare degree.
@@ -45,7 +29,7 @@ TEST(ElectrostaticsDesign, HasPotentialAndFieldOfEachFunctionInBlocks) {
       for (size_t p = 0; p < P; ++p) {
         const Vector3d R =
             Vector3d::Map(params.GetCenter(site).data()) - Vector3d::Map(&points[3 * p]);
-        const Vector bounds = Rounding(params.GetNPolyMax(site) + 1, alpha, R);
+        const Vector bounds = TableRounding(params.GetNPolyMax(site) + 1, alpha, R.data());
         ASSERT_TRUE(
             AllWithin({D(p, column), D(P + p, column), D(2 * P + p, column), D(3 * P + p, column)},
                       {potential[p], field[3 * p], field[3 * p + 1], field[3 * p + 2]},

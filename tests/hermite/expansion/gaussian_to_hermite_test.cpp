@@ -1,5 +1,8 @@
 #include "hermite/expansion/gaussian_to_hermite.h"
 
+#include "hermite/expansion/expansion_kernel.h"
+#include "support/counting_new.h"
+#include "support/grids.h"
 #include "support/hermite.h"
 
 namespace QXHermiteMath {
@@ -114,6 +117,85 @@ TEST(GaussianToHermite, TablesGiveCoefficientsAndTheirDerivativesByX) {
     EXPECT_TRUE(AllNear(c, at.engine.GetHermiteCoefficients(), 64 * kEpsilon));
     EXPECT_TRUE(AllNear(dc, at.engine.GetFirstDerivatives()[0], 64 * kEpsilon));
     EXPECT_TRUE(AllNear(ddc, at.engine.GetSecondDerivatives()[0], 64 * kEpsilon));
+  }
+}
+
+// The same sums from the public forms, Gaussian by Gaussian. Times the norms, the coefficients are
+// at most as large as the root of the self overlap; k steps of a recurrence round k times.
+TEST(GaussianToHermite, SumsOfAnyLengthAreThoseOfThePublicForms) {
+  for (const auto& [N, count] : {std::pair(0u, 1u), {5u, 32u}, {11u, 33u}, {5u, 70u}}) {
+    const Gaussians gaussians = RandomGaussians(count, count, true);
+    const QXHermiteOptions options = FixedWidths(N, 0.7, 0.9, 1.5);
+    QXGaussianToHermite engine(N, 0, 0);
+    const size_t before = allocations;
+    ASSERT_TRUE(engine.Expand(options, gaussians, 0));
+    EXPECT_EQ(allocations, before);
+    Vector fx(N + 1), fy(N + 1), fz(N + 1), c(QXHermiteBasisSize(N)), norms, scaled[2];
+    double size = 0;
+    for (const QXGaussian& g : gaussians) {
+      engine.BuildF(g.GetWidth(), g.GetX(), N, 0.7, fx);
+      engine.BuildF(g.GetWidth(), g.GetY(), N, 0.9, fy);
+      engine.BuildF(g.GetWidth(), g.GetZ(), N, 1.5, fz);
+      engine.CoefficientsConvolution(0, g, fx, fy, fz, c);
+      engine.Expand(options, {g}, 0);
+      size += std::sqrt(engine.GetSelfOverlap() * 0.7 * 0.9 * 1.5);
+    }
+    engine.Expand(options, gaussians, 0);
+    size_t i = 0;
+    ForShellOrder(N, [&](unsigned int l, unsigned int m, unsigned int n) {
+      const double norm =
+          static_cast<double>(std::sqrt(SquaredNorm(l) * SquaredNorm(m) * SquaredNorm(n)));
+      scaled[0].push_back(norm * engine.GetHermiteCoefficients()[i]);
+      scaled[1].push_back(norm * c[i++]);
+    });
+    EXPECT_TRUE(AllNear(scaled[0], scaled[1], 8 * (N + 1) * kEpsilon * size)) << count;
+  }
+}
+
+// All levels hold the same lanes of Gaussians in other packs, and so add them in another order.
+TEST(GaussianToHermite, EveryLevelGivesTheSameSums) {
+  constexpr unsigned int N = 4;
+  const Gaussians gaussians = RandomGaussians(27, 9, true);
+  const kernel::GaussianBatch batch(gaussians);
+  const double lambda[] = {0.7, 0.9, 1.5};
+  const Vector ones(35, 1.0);
+  Vector baseline;
+  for (QXCore::QXSimdLevel level : SimdLevels()) {
+    std::vector<kernel::BatchRow> rows[3][3];
+    Vector sums[10];
+    kernel::ExpansionKernel<2, true> kernel{batch, N, lambda, {}, ones.data(), nullptr};
+    for (size_t derived = 0; derived < 3; ++derived)
+      for (size_t axis = 0; axis < 3; ++axis) {
+        rows[derived][axis].resize(N + 5);
+        kernel.tables[derived][axis] = rows[derived][axis].data();
+      }
+    double* targets[10];
+    for (size_t t = 0; t < 10; ++t) targets[t] = (sums[t] = Vector(35)).data();
+    kernel.targets = targets;
+    QXCore::QXRunKernel(level, kernel);
+    Vector all;
+    for (const Vector& sum : sums) all.insert(all.end(), sum.begin(), sum.end());
+    if (baseline.empty()) baseline = all;
+    Vector bounds;
+    for (double x : baseline) bounds.push_back(1e-13 * std::max(1.0, std::fabs(x)));
+    EXPECT_TRUE(AllWithin(all, baseline, bounds));
+  }
+}
+
+// What lies too far away to be seen adds nothing, at any degree; what lies nowhere spoils the sum.
+TEST(GaussianToHermite, FarGaussiansAddNothingAndNonFiniteOnesShow) {
+  const Gaussians near = RandomGaussians(3, 10);
+  for (unsigned int N : {0u, 10u, 100u}) {
+    const auto with = [&](float x) {
+      Gaussians gaussians = near;
+      const float center[] = {x, 1.0f, -x};
+      gaussians.emplace_back(2.0f, 1.0f, center, 0u);
+      QXGaussianToHermite engine(N, 0, 0);
+      engine.Expand(FixedWidths(N, 1, 1, 1), gaussians, 0);
+      return engine.GetHermiteCoefficients();
+    };
+    for (float x : {60.0f, 5000.0f, 3e38f}) EXPECT_EQ(with(x), with(1e30f)) << x;
+    EXPECT_EQ(std::isnan(with(HUGE_VALF).back()), N > 0);
   }
 }
 

@@ -1,6 +1,7 @@
 #include "hermite/expansion/mol_to_gaussians.h"
 
 #include "support/hermite.h"
+#include "support/molecules.h"
 
 namespace QXHermiteMath {
 namespace {
@@ -36,6 +37,23 @@ TEST(ShapeGaussians, AreSpheresInVolumeWhateverTheElement) {
   }
   EXPECT_EQ(makeShapeGaussians({0, 0, 0, 1, 2, 3, 9}, 1.7).size(), 2u) << "a rest is ignored";
   EXPECT_TRUE(QXMolToGaussians(QXMolKit::QXMol(1), 1.7).empty());
+}
+
+TEST(ShapeGaussians, OfHeavyAtomsAreThoseOfAMoleculeWithoutItsHydrogens) {
+  const QXMolKit::QXMol drug = Drug("losartan");
+  for (QXMolKit::QXConfBase* conformer : Conformers(drug)) {
+    QXMolKit::QXMol heavy(*conformer, 1);
+    QXMolKit::QXSuppressHydrogens(heavy, false, false, true);
+    const auto expected = QXMolToGaussians(heavy, 1.7),
+               got = HeavyAtomsToGaussians(*conformer, 1.7);
+    ASSERT_GT(expected.size(), 20u);
+    ASSERT_EQ(got.size(), expected.size());
+    for (size_t i = 0; i < got.size(); ++i) {
+      const QXGaussian &a = got[i], &b = expected[i];
+      EXPECT_EQ((std::array{a.GetAmplitude(), a.GetWidth(), a.GetX(), a.GetY(), a.GetZ()}),
+                (std::array{b.GetAmplitude(), b.GetWidth(), b.GetX(), b.GetY(), b.GetZ()}));
+    }
+  }
 }
 
 // Two normalisations that must stay apart: by molecule a Gaussian integrates to its charge, by
