@@ -20,8 +20,12 @@ namespace {
 
 using Matrix = Eigen::Matrix<double, 3, 3, Eigen::RowMajor>;
 
-/// Poses of one conformer are one where they differ by less, in radians and angstroms.
+/// Poses of one conformer are one where they differ by less, in radians and angstroms: optima, and
+/// what a coarse search has left near them.
 constexpr double kSamePose = 0.05;
+constexpr double kSameBasin = 0.25;
+/// A coarse search need only tell basins apart.
+constexpr double kCoarseTolerance = 1e-3;
 /// Candidates that a coarse search leaves for a fine one, at least.
 constexpr size_t kCandidates = 4;
 
@@ -39,10 +43,10 @@ Motion MotionOf(QXShapePose const& pose) {
           back * Eigen::Map<const Eigen::Vector3d>(&pose.x[3])};
 }
 
-bool AreAlike(Motion const& a, Motion const& b) {
+bool AreAlike(Motion const& a, Motion const& b, double distance) {
   // The distance of two rotations is sqrt(8) sin(angle / 2).
-  return (a.rotation - b.rotation).norm() < std::sqrt(2.0) * kSamePose &&
-         (a.shift - b.shift).norm() < kSamePose;
+  return (a.rotation - b.rotation).norm() < std::sqrt(2.0) * distance &&
+         (a.shift - b.shift).norm() < distance;
 }
 
 /// Half turns H of the first starts: x after H, for the fit as it stands, and back with -pi for pi.
@@ -65,8 +69,8 @@ void SortByScore(std::vector<QXShapePose>& poses, Score&& score) {
   });
 }
 
-/// Keeps the first `most` poses that are not like one before them.
-void KeepDistinct(std::vector<QXShapePose>& poses, size_t most) {
+/// Keeps the first `most` poses that are farther than this from all before them.
+void KeepDistinct(std::vector<QXShapePose>& poses, size_t most, double distance) {
   std::vector<QXShapePose> kept;
   std::vector<Motion> motions;
   for (QXShapePose const& pose : poses) {
@@ -74,7 +78,8 @@ void KeepDistinct(std::vector<QXShapePose>& poses, size_t most) {
     const Motion motion = MotionOf(pose);
     bool known = false;
     for (size_t i = 0; i < kept.size(); ++i)
-      known = known || (kept[i].conformer == pose.conformer && AreAlike(motions[i], motion));
+      known =
+          known || (kept[i].conformer == pose.conformer && AreAlike(motions[i], motion, distance));
     if (known) continue;
     kept.push_back(pose);
     motions.push_back(motion);
@@ -122,10 +127,14 @@ std::vector<QXShapePose> QXShapeScreen::FindPoses(std::vector<QXShapeFit> const&
     for (size_t k = 0; k < settings.starts; ++k) poses.push_back({i, k});
   const size_t wanted = std::max<size_t>(nPoses, settings.polish);
   for (Stage& stage : stages) {
-    Search(stage, poses);
-    SortByScore(poses, [](auto const& pose) { return pose.tanimoto; });
     const bool last = &stage == &stages.back();
-    KeepDistinct(poses, last ? wanted : std::max({wanted, conformers.size(), kCandidates}));
+    Search(stage, last ? settings.tolerance : std::max(settings.tolerance, kCoarseTolerance),
+           poses);
+    SortByScore(poses, [](auto const& pose) { return pose.tanimoto; });
+    if (last)
+      KeepDistinct(poses, wanted, kSamePose);
+    else
+      KeepDistinct(poses, std::max({wanted, conformers.size(), kCandidates}), kSameBasin);
   }
   if (exact) Polish(conformers, nPoses, poses);
   if (poses.size() > nPoses) poses.resize(nPoses);
@@ -143,7 +152,7 @@ void QXShapeScreen::Expand(std::vector<QXShapeFit> const& conformers) {
 }
 
 // Moves each pose on to the optimum of this stage, and scores it there.
-void QXShapeScreen::Search(Stage& stage, std::vector<QXShapePose>& poses) {
+void QXShapeScreen::Search(Stage& stage, double tolerance, std::vector<QXShapePose>& poses) {
   const size_t size = QXHermiteBasisSize(stage.degree);
   const size_t basisSize = QXHermiteBasisSize(options.GetNPolyMax());
   std::vector<double> starts(size * poses.size());
@@ -156,7 +165,7 @@ void QXShapeScreen::Search(Stage& stage, std::vector<QXShapePose>& poses) {
     points.push_back({.x = pose.x});
   }
   ShapeLanes objective(stage.lanes, fits);
-  FindOptima(objective, {settings.tolerance, settings.iterationLimit, stage.model.data()}, points);
+  FindOptima(objective, {tolerance, settings.iterationLimit, stage.model.data()}, points);
   for (size_t i = 0; i < poses.size(); ++i) {
     poses[i].x = points[i].x;
     poses[i].tanimoto =

@@ -79,7 +79,7 @@ class QXShapeScreen {
   };
   Stage MakeStage(QXHermite const& ref, unsigned int degree) const;
   void Expand(std::vector<QXShapeFit> const& conformers);
-  void Search(Stage& stage, std::vector<QXShapePose>& poses);
+  void Search(Stage& stage, double tolerance, std::vector<QXShapePose>& poses);
   void Polish(std::vector<QXShapeFit> const& conformers, size_t nPoses,
               std::vector<QXShapePose>& poses);
   void ScoreExpansion(QXShapePose& pose);
