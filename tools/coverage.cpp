@@ -57,10 +57,10 @@ std::string PoorlyHeld::Warning(const std::string& remedy, bool ofCharge) const 
   if (count_ > 1) {
     text += fmt::format(" and less than half of {} more", count_ - 1);
   }
-  const char* const whose = count_ > 1 ? "their scores" : "its score";
-  const char* const fault = ofCharge     ? "may be far off"
-                            : count_ > 1 ? "are too high"
-                                         : "is too high";
+  const std::string whose = count_ > 1 ? "their" : "its";
+  const char* const fault = ofCharge     ? "scores may be far off"
+                            : count_ > 1 ? "Shape Tanimotos are too high"
+                                         : "Shape Tanimoto is too high";
   return fmt::format("{}: {} {}: {}", text, whose, fault, remedy);
 }
 

@@ -46,8 +46,9 @@ std::vector<Score> ScoresOf(const std::vector<Hit>& hits, Ranking ranking) {
 Cells CellsOf(const Hit& hit, const std::vector<Score>& scores) {
   Cells cells;
   for (const Score& score : scores) {
-    const std::string text = QXMolKit::QXGetSDData(hit.pose, score.tag);
-    cells.push_back(text.empty() ? fmt::format("{:.6f}", hit.score) : text);  // of a grid
+    const bool ofGrid = hit.pose.NumAtoms() == 0;  // which has no data
+    cells.push_back(ofGrid ? fmt::format("{:.6f}", hit.score)
+                           : QXMolKit::QXGetSDData(hit.pose, score.tag));
   }
   return cells;
 }

@@ -45,8 +45,10 @@ constexpr const char* kChargeOptions[] = {"--charge-weight", "--charge-offset", 
 
 constexpr const char* kSearchOptions[] = {"--starts", "--coarse", "--polish"};
 
-// At which 24 starts are searched first: it tells basins apart, and costs a third of degree 5.
-constexpr unsigned int kCoarseDegree = 3;
+// At which 24 starts are searched first: it tells basins apart, and costs half of degree 5.
+constexpr unsigned int kCoarseDegree = 4;
+// Of the more poses that they find.
+constexpr unsigned int kPolishOfMore = 8;
 
 constexpr double kLargestWeight = 1000000;
 // A far larger one would leave no digits for the score.
@@ -112,7 +114,9 @@ void AddSearchOptions(CLI::App& app, OverlayArguments& arguments) {
 
 // What is wrong with how poses are to be searched for, or an empty text.
 std::string CheckSearch(const OverlayArguments& arguments, bool fitsAreGrids) {
-  if (!arguments.searchOption.empty() && (fitsAreGrids || !arguments.chargeOption.empty())) {
+  const bool asked = arguments.starts > 4 || arguments.coarseDegree > 0 || arguments.polish > 0;
+  const bool byShape = !fitsAreGrids && arguments.chargeOption.empty();
+  if (!byShape && asked && !arguments.searchOption.empty()) {
     return fmt::format("{}: is for overlays of molecules by shape: leave it out",
                        arguments.searchOption);
   }
@@ -192,6 +196,7 @@ void DeclareOverlayArguments(CLI::App& app, OverlayArguments& arguments) {
     const bool grid = HasGrid(arguments);
     if (grid && !given("--NPolyMax")) arguments.expansion.SetNPolyMax(kGridDegree);
     if (grid && !given("--polish")) arguments.polish = 0;
+    if (arguments.starts > 4 && !given("--polish")) arguments.polish = kPolishOfMore;
     if (arguments.starts > 4 && !given("--coarse") &&
         kCoarseDegree < arguments.expansion.GetNPolyMax()) {
       arguments.coarseDegree = kCoarseDegree;

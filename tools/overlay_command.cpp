@@ -394,7 +394,7 @@ void OverlayRun::ReportSkipped() {
 
 void OverlayRun::MakeOverlay() {
   const QXMolKit::QXTrans back = WayBack(reference_.frame);
-  exactScore_.emplace(reference_.gaussiansInPlace);
+  exactScore_.emplace(reference_);
   if (!reference_.charge) {
     shapeFit_.emplace(arguments_, reference_);
     if (records_) {

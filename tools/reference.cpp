@@ -74,10 +74,8 @@ std::optional<Reference> FromMolecule(const OverlayArguments& arguments, Console
     if (!frame) return refuse("its moments are not finite: check the coordinates");
     reference.frame = *frame;
   }
-  constexpr double kRadius = QXHermiteMath::kOverlayAtomRadius;
-  reference.gaussiansInPlace = QXHermiteMath::QXMolToGaussians(heavy, kRadius);
   MoveInto(reference.frame, heavy);
-  reference.gaussians = QXHermiteMath::QXMolToGaussians(heavy, kRadius);
+  reference.gaussians = QXHermiteMath::QXMolToGaussians(heavy, QXHermiteMath::kOverlayAtomRadius);
   if (!FixWidths(Expand(heavy, options), reference.expansion)) return refuse(kNoNorm);
   if (arguments.chargeWeight > 0.0) {
     MoveInto(reference.frame, *mol);

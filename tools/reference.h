@@ -18,8 +18,8 @@ struct Reference {
   /// Where charge is weighed, the charge density of all atoms: in that frame, about the same
   /// origin, at widths of its own for all fits.
   std::optional<QXHermiteMath::QXHermite> charge;
-  /// The heavy atoms of a molecule in that frame, and where it lies in its file; of a grid, none.
-  std::vector<QXHermiteMath::QXGaussian> gaussians, gaussiansInPlace;
+  /// The heavy atoms of a molecule in that frame; of a grid, none.
+  std::vector<QXHermiteMath::QXGaussian> gaussians;
   /// Grids come in all units: where one takes part, scores are for equal self overlaps.
   bool matchScale = false;
 };

@@ -1,7 +1,5 @@
 #include "tools/shape_fit.h"
 
-#include <fmt/format.h>
-
 #include <memory>
 #include <string>
 #include <vector>
@@ -58,14 +56,16 @@ QXMol ShapeFit::FindPoses(const QXMol& work, const char* coefficientTag) {
   return poses;
 }
 
-ExactScore::ExactScore(const std::vector<QXHermiteMath::QXGaussian>& reference)
-    : exists_(!reference.empty()) {
-  overlap_.SetupRef(reference);
+ExactScore::ExactScore(const Reference& reference)
+    : exists_(!reference.gaussians.empty()), frame_(reference.frame) {
+  overlap_.SetupRef(reference.gaussians);
 }
 
 double ExactScore::operator()(const QXMol& pose) {
   constexpr double kAsItLies[6] = {};
-  overlap_.Setup(QXHermiteMath::GetHeavyAtomGaussians(pose));
+  QXMol inFrame(pose);
+  MoveInto(frame_, inFrame);
+  overlap_.Setup(QXHermiteMath::GetHeavyAtomGaussians(inFrame));
   return QXHermiteMath::TanimotoFromValue(overlap_(kAsItLies), overlap_.GetRefSelfOverlap(),
                                           overlap_.GetFitSelfOverlap());
 }

@@ -29,14 +29,16 @@ class ShapeFit {
 /// expansion has a part in them.
 class ExactScore {
  public:
-  /// The heavy atoms of the reference where it lies; none: there are no scores.
-  explicit ExactScore(const std::vector<QXHermiteMath::QXGaussian>& reference);
+  /// The reference in its frame: atoms are compared about its centre, since far from the origin
+  /// Gaussians have few digits left. Without its Gaussians there are no scores.
+  explicit ExactScore(const Reference& reference);
   bool Exists() const { return exists_; }
   /// Of a pose, in the coordinates of the reference.
   double operator()(const QXMolKit::QXMol& pose);
 
  private:
   bool exists_;
+  Frame frame_;
   QXHermiteMath::QXGaussianOverlap overlap_;
 };
 

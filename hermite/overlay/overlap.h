@@ -19,7 +19,9 @@ namespace QXHermiteMath {
 ///
 /// R the reference coefficients rotated by the angles, T the fit moved by the shifts (plus the
 /// difference of the centres) and carried into the basis of the reference. No atom and no grid is
-/// touched. That is the overlap of the unmoved reference with the fit moved to Q^T (P + t), points
+/// touched. Where both are of one degree and one set of widths nothing is projected, and shears and
+/// shifts (overlap_kernel.h) do the work, but for angles and shifts beyond all measure. That is the
+/// overlap of the unmoved reference with the fit moved to Q^T (P + t), points
 /// being relative to the centre of the reference.
 ///
 /// SetupRef once, then Setup for each fit, then any number of evaluations; nothing checks this,

@@ -106,10 +106,9 @@ template <class Scalar>
                                           OverlapSums<Scalar>& result) {
   OverlapSums<Scalar> sums;  // in registers
   for (CoefficientRows::Row const& row : data.rows->Rows()) {
-    const auto rowOfV = [&](unsigned int at) { return data.V + at; };
-    const Scalar *v = rowOfV(row.here), *lessM = rowOfV(row.lessM), *moreM = rowOfV(row.moreM),
-                 *lessL = rowOfV(row.lessL), *moreL = rowOfV(row.moreL),
-                 *lessLMoreM = rowOfV(row.lessLMoreM), *moreLLessM = rowOfV(row.moreLLessM);
+    const Scalar *v = data.V + row.here, *lessM = data.V + row.lessM, *moreM = data.V + row.moreM,
+                 *lessL = data.V + row.lessL, *moreL = data.V + row.moreL,
+                 *lessLMoreM = data.V + row.lessLMoreM, *moreLLessM = data.V + row.moreLLessM;
     const double nextL = row.l + 1, nextM = row.m + 1;
     double nextN = 1.0;
     for (int n = 0; n < static_cast<int>(row.count); ++n, nextN += 1.0) {

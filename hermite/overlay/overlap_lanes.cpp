@@ -1,7 +1,6 @@
 #include "hermite/overlay/overlap_lanes.h"
 
 #include <algorithm>
-#include <cstdint>
 
 #include "hermite/foundations/basis.h"
 #include "hermite/overlay/overlap_kernel.h"
@@ -12,8 +11,7 @@ namespace {
 
 using QXCore::QXSimdLevel;
 
-constexpr size_t kCacheLine = 64 / sizeof(double);
-constexpr size_t kMostLanes = 8;
+constexpr size_t kMostDoubles = QXCore::kMostLanes / 2;
 
 unsigned int LanesOf(QXSimdLevel level) {
   return level == QXSimdLevel::AVX512 ? 8 : level == QXSimdLevel::AVX2 ? 4 : 2;
@@ -52,7 +50,8 @@ struct OverlapKernel {
 
 void OverlapLanes::SetRef(const double* coefficients, unsigned int degree,
                           QXHermiteOptions const& options) {
-  if (rows.Size() == 0 || degree != rows.Degree()) rows = CoefficientRows(degree);
+  if (rows.ShellOrder().empty() || degree != rows.Degree()) rows = CoefficientRows(degree);
+  lanes = 0;
   lambda[0] = options.GetLambdaX();
   lambda[1] = options.GetLambdaY();
   lambda[2] = options.GetLambdaZ();
@@ -70,13 +69,7 @@ void OverlapLanes::MakeLanes(size_t fits) {
   const bool few = most == QXSimdLevel::AVX512 && fits <= LanesOf(QXSimdLevel::AVX2);
   level = few && fits > 1 ? QXSimdLevel::AVX2 : most;
   lanes = fits <= 1 ? 1 : LanesOf(level);
-  work.assign(3 * rows.Size() * lanes + kCacheLine, 0.0);
-}
-
-// Aligned to lines of the cache: packs need it.
-double* OverlapLanes::Work() {
-  const size_t past = reinterpret_cast<std::uintptr_t>(work.data()) / sizeof(double) % kCacheLine;
-  return work.data() + (kCacheLine - past) % kCacheLine;
+  work.assign((3 * rows.Size() * lanes + 7) / 8, CacheLine{});
 }
 
 void OverlapLanes::SetFit(unsigned int lane, const double* coefficients) {
@@ -85,8 +78,8 @@ void OverlapLanes::SetFit(unsigned int lane, const double* coefficients) {
 }
 
 void OverlapLanes::Evaluate(const double* x, double* values, double* gradients) {
-  alignas(64) double alignedX[6 * kMostLanes], alignedValues[kMostLanes],
-      alignedGradients[6 * kMostLanes];
+  alignas(64) double alignedX[6 * kMostDoubles], alignedValues[kMostDoubles],
+      alignedGradients[6 * kMostDoubles];
   std::copy_n(x, 6 * lanes, alignedX);
   QXCore::QXRunKernel(
       level, OverlapKernel{&rows, lambda, weights.data(), reference.data(), Work(), alignedX,

@@ -18,7 +18,7 @@ class OverlapLanes {
   explicit OverlapLanes(QXCore::QXSimdLevel newLevel = QXCore::QXGetSimdLevel()) : most(newLevel) {}
 
   /// The reference, by coefficients in shell order under these options, of which the first shells
-  /// up to `degree` take part; likewise those of the fits.
+  /// up to `degree` take part; likewise those of the fits. The lanes are gone.
   void SetRef(const double* coefficients, unsigned int degree, QXHermiteOptions const& options);
   /// Makes 1, 2, 4 or 8 lanes: as many as the machine has, but no more than are of use for this
   /// many fits. Needs the reference; what lanes held is lost.
@@ -26,8 +26,9 @@ class OverlapLanes {
   unsigned int NumLanes() const { return lanes; }
   void SetFit(unsigned int lane, const double* coefficients);
 
-  /// Up to these sizes of angles in radians and of shifts times width, evaluations are precise;
-  /// much farther away values may come out NaN that are 0.
+  /// Sizes of angles in radians and of shifts times width up to which evaluations stand. As with
+  /// the dense operators digits go with degree and shift; much farther away values may come out NaN
+  /// that are 0.
   static constexpr double kLargestAngle = 1e5;
   static constexpr double kLargestShift = 60;
   /// x: the variables of all lanes, x[k NumLanes() + lane]. values: one a lane. gradients: laid out
@@ -35,7 +36,11 @@ class OverlapLanes {
   void Evaluate(const double* x, double* values, double* gradients);
 
  private:
-  double* Work();
+  // Packs need the alignment, in copies too.
+  struct alignas(64) CacheLine {
+    double doubles[8];
+  };
+  double* Work() { return work.front().doubles; }
 
   QXCore::QXSimdLevel most;  ///< that may be used
   QXCore::QXSimdLevel level = QXCore::QXSimdLevel::Baseline;
@@ -44,7 +49,7 @@ class OverlapLanes {
   double lambda[3] = {};
   std::vector<double> weights;
   std::vector<double> reference;
-  std::vector<double> work;  ///< fit, V and W
+  std::vector<CacheLine> work;  ///< fit, V and W
 };
 
 }  // namespace QXHermiteMath

@@ -72,9 +72,8 @@ std::vector<double> FindOptimum(QXMinimizer::QXFunc1& objective, double toleranc
 std::vector<size_t> FindBest(std::vector<double> const& scores, size_t count) {
   std::vector<size_t> order(scores.size());
   std::iota(order.begin(), order.end(), size_t{0});
-  std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) {
-    return scores[a] > scores[b] || (std::isnan(scores[b]) && !std::isnan(scores[a]));
-  });
+  std::stable_sort(order.begin(), order.end(),
+                   [&](size_t a, size_t b) { return IsBetter(scores[a], scores[b]); });
   order.resize(std::min(count, order.size()));
   return order;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cmath>
 #include <utility>
 #include <vector>
 
@@ -64,6 +65,11 @@ class ShapeLanes final : public LaneObjective {
   OverlapLanes& lanes;
   std::vector<const double*> fits;
 };
+
+/// A higher score; one that is no number is the lowest.
+inline bool IsBetter(double a, double b) {
+  return a > b || (std::isnan(b) && !std::isnan(a));
+}
 
 /// The places of the `count` highest scores, or of all; scores that are no numbers are the lowest.
 std::vector<size_t> FindBest(std::vector<double> const& scores, size_t count);

@@ -3,12 +3,13 @@
 #include <algorithm>
 #include <cmath>
 
+#include "hermite/overlay/lane_search.h"
+
 namespace QXHermiteMath {
 
 namespace {
 
 constexpr size_t kVariables = 6;
-constexpr double kLongestStep = 0.5;
 constexpr double kShortening = 0.25;
 constexpr double kSmallestPivot = 0.1;  // of the diagonal element
 constexpr unsigned int kMostEvaluations = 50;

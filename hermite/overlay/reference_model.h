@@ -19,7 +19,8 @@ namespace QXHermiteMath {
 ///   QXHermiteOverlap self;
 ///   self.SetupRef(reference, options);
 ///   self.Setup(reference, options);
-///   minimizer.SetModel(GetReferenceModel(self));
+///   const std::vector<double> model = GetReferenceModel(self);
+///   FindOptima(objective, {.model = model.data()}, points);
 std::vector<double> GetReferenceModel(QXMinimizer::QXFunc1& self);
 
 }  // namespace QXHermiteMath

@@ -43,7 +43,9 @@ class ShapeChargeLanes final : public LaneObjective {
         shape(std::move(newShape)),
         charge(std::move(newCharge)),
         fitSelfOverlaps(std::move(newFitSelfOverlaps)),
-        loaded(NumLanes()) {}
+        loaded(NumLanes()),
+        chargeValues(NumLanes()),
+        chargeGradients(size_t{6} * NumLanes()) {}
 
   unsigned int NumLanes() const override { return shape.NumLanes(); }
   void Load(unsigned int lane, size_t which) override {
@@ -53,7 +55,6 @@ class ShapeChargeLanes final : public LaneObjective {
   }
   void Evaluate(const double* x, double* values, double* gradients) override {
     const unsigned int lanes = NumLanes();
-    std::vector<double> chargeValues(lanes), chargeGradients(size_t{6} * lanes);
     shape.Evaluate(x, values, gradients);
     charge.Evaluate(x, chargeValues.data(), chargeGradients.data());
     for (unsigned int i = 0; i < lanes; ++i) {
@@ -69,6 +70,7 @@ class ShapeChargeLanes final : public LaneObjective {
   ShapeLanes shape, charge;
   std::vector<std::pair<double, double>> fitSelfOverlaps;
   std::vector<size_t> loaded;
+  std::vector<double> chargeValues, chargeGradients;
 };
 
 }  // namespace
@@ -123,9 +125,9 @@ double QXShapeChargeOverlay::FindBestOverlay(QXMol const& fit, unsigned int nPos
   }
   std::vector<std::pair<double, double>> selfOverlaps;
   for (size_t i = 0; i < starts.size(); ++i) {
-    objective.Setup(shapes[i], charges[i]);
-    selfOverlaps.emplace_back(objective.GetFitShapeSelfOverlap(),
-                              objective.GetFitChargeSelfOverlap());
+    selfOverlaps.emplace_back(
+        QXCalcHermiteSelfOverlap(shapes[i], objective.GetShapeOverlap().GetRefOptions()),
+        QXCalcHermiteSelfOverlap(charges[i], objective.GetChargeOverlap().GetRefOptions()));
   }
   ShapeChargeLanes lanes(objective, chargeWeight, ShapeLanes(shapeLanes, PointersTo(shapes)),
                          ShapeLanes(chargeLanes, PointersTo(charges)), std::move(selfOverlaps));

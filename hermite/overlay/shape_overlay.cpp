@@ -27,6 +27,7 @@ QXShapeOverlay::QXShapeOverlay(double newTolerance, unsigned int newIterationLim
 }
 
 double QXShapeOverlay::FindBestOverlay(QXMol const& fit, unsigned int nPoses, QXMol& result) {
+  QXMolKit::qxmolostream record(std::string(fit.GetTitle()) + ".qxb");
   std::vector<QXMol> starts;
   std::vector<std::vector<double>> coefficients;
   const ConfIterator confs(fit.GetConfs());
@@ -45,7 +46,6 @@ double QXShapeOverlay::FindBestOverlay(QXMol const& fit, unsigned int nPoses, QX
   FindOptima(objective, {tolerance, iterationLimit}, points);
 
   std::vector<std::pair<double, QXMol>> results;
-  QXMolKit::qxmolostream record(std::string(fit.GetTitle()) + ".qxb");
   for (size_t i = 0; i < starts.size(); ++i) {
     QXMol pose(1);
     const double tanimoto = Finish(starts[i], coefficients[i], points[i], pose);

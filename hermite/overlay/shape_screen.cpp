@@ -3,8 +3,6 @@
 #include <Eigen/Core>
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
-#include <numbers>
 
 #include "hermite/foundations/basis.h"
 #include "hermite/frame/inertial_orientation.h"
@@ -26,7 +24,7 @@ constexpr double kSamePose = 0.05;
 constexpr double kSameBasin = 0.25;
 /// A coarse search need only tell basins apart.
 constexpr double kCoarseTolerance = 1e-3;
-/// Candidates that a coarse search leaves for a fine one, at least.
+/// Candidates for each conformer that a coarse search leaves for a fine one, at least.
 constexpr size_t kCandidates = 4;
 
 /// A point P of the conformer goes to rotation (P) + shift.
@@ -49,27 +47,33 @@ bool AreAlike(Motion const& a, Motion const& b, double distance) {
          (a.shift - b.shift).norm() < distance;
 }
 
-/// Half turns H of the first starts: x after H, for the fit as it stands, and back with -pi for pi.
-/// Q^T (H P + t) = (H Q)^T (P + H t), and H goes into Q = Rx Ry Rz by Rx(a) Hy = Hy Rx(-a).
-std::array<double, 6> AcrossHalfTurn(size_t start, double pi, std::array<double, 6> x) {
-  if (start == 0) return x;
-  const size_t axis = start - 1;
-  for (size_t k = 0; k < axis; ++k) x[k] = -x[k];
-  x[axis] += pi;
-  for (size_t k = 0; k < 3; ++k)
-    if (k != axis) x[3 + k] = -x[3 + k];
-  return x;
+/// The angles of Q = Rx Ry Rz, one triple of many where y stands at a right angle.
+std::array<double, 3> AnglesOf(Matrix const& Q) {
+  const double cosine = std::hypot(Q(0, 0), Q(0, 1));
+  const double beta = std::atan2(Q(0, 2), cosine);
+  if (cosine < 1e-7) return {std::atan2(std::copysign(1.0, Q(0, 2)) * Q(1, 0), Q(1, 1)), beta, 0.0};
+  return {std::atan2(-Q(1, 2), Q(2, 2)), beta, std::atan2(-Q(0, 1), Q(0, 0))};
+}
+
+/// The variables of a fit before a turn, back by the angles in `turn`, of which x are those after
+/// it: Q1^T (Q0^T P + t) = (Q0 Q1)^T (P + Q0 t).
+std::array<double, 6> AfterTurn(std::array<double, 6> const& turn, std::array<double, 6> const& x) {
+  const std::vector<double> Q0 = RotFromEulerXYZ(turn[0], turn[1], turn[2]);
+  const std::vector<double> Q1 = RotFromEulerXYZ(x[0], x[1], x[2]);
+  const Eigen::Map<const Matrix> first(Q0.data()), second(Q1.data());
+  const std::array<double, 3> angles = AnglesOf(first * second);
+  const Eigen::Vector3d t = first * Eigen::Map<const Eigen::Vector3d>(&x[3]);
+  return {angles[0], angles[1], angles[2], t[0], t[1], t[2]};
 }
 
 /// Best first, those that are no numbers last.
 template <class Score>
 void SortByScore(std::vector<QXShapePose>& poses, Score&& score) {
-  std::stable_sort(poses.begin(), poses.end(), [&](auto const& a, auto const& b) {
-    return score(a) > score(b) || (std::isnan(score(b)) && !std::isnan(score(a)));
-  });
+  std::stable_sort(poses.begin(), poses.end(),
+                   [&](auto const& a, auto const& b) { return IsBetter(score(a), score(b)); });
 }
 
-/// Keeps the first `most` poses that are farther than this from all before them.
+/// Keeps the first `most` poses that are farther than this from all of their conformer before them.
 void KeepDistinct(std::vector<QXShapePose>& poses, size_t most, double distance) {
   std::vector<QXShapePose> kept;
   std::vector<Motion> motions;
@@ -134,9 +138,9 @@ std::vector<QXShapePose> QXShapeScreen::FindPoses(std::vector<QXShapeFit> const&
     if (last)
       KeepDistinct(poses, wanted, kSamePose);
     else
-      KeepDistinct(poses, std::max({wanted, conformers.size(), kCandidates}), kSameBasin);
+      KeepDistinct(poses, std::max(2 * wanted, kCandidates * conformers.size()), kSameBasin);
   }
-  if (exact) Polish(conformers, nPoses, poses);
+  if (exact) Polish(conformers, poses);
   if (poses.size() > nPoses) poses.resize(nPoses);
   return poses;
 }
@@ -173,16 +177,15 @@ void QXShapeScreen::Search(Stage& stage, double tolerance, std::vector<QXShapePo
   }
 }
 
-void QXShapeScreen::Polish(std::vector<QXShapeFit> const& conformers, size_t nPoses,
+void QXShapeScreen::Polish(std::vector<QXShapeFit> const& conformers,
                            std::vector<QXShapePose>& poses) {
-  gaussiansOf = kNone;
   for (size_t i = 0; i < poses.size(); ++i) {
     QXShapeFit const& fit = conformers[poses[i].conformer];
-    const bool polish = i < settings.polish;
-    if (!fit.gaussians.empty() && (polish || i < nPoses || settings.polish > 0))
-      MakeExact(fit, polish, poses[i]);
+    if (!fit.gaussians.empty()) MakeExact(fit, i < settings.polish, poses[i]);
   }
-  if (settings.polish > 0) SortByScore(poses, [](auto const& pose) { return pose.exactTanimoto; });
+  if (settings.polish == 0) return;
+  SortByScore(poses, [](auto const& pose) { return pose.exactTanimoto; });
+  KeepDistinct(poses, poses.size(), kSamePose);
 }
 
 // The Tanimoto of the expansions at a pose.
@@ -202,36 +205,26 @@ double QXShapeScreen::SelfOverlap(Stage const& stage, const double* c) const {
   return SumOfNormalizedSquares(stage.degree, c, norms.data()) / GetLambdaProduct(options);
 }
 
-// The exact Tanimoto of a pose, first brought to its optimum with `polish`.
+// The exact Tanimoto of a pose, first brought to its optimum with `polish`. The fit is turned to
+// where it lies, so that the polish begins without a turn: at a quarter turn about y the angles of
+// the others would coincide.
 void QXShapeScreen::MakeExact(QXShapeFit const& fit, bool polish, QXShapePose& pose) {
-  const bool halfTurn = pose.start < 4;
-  const size_t start = halfTurn ? pose.start : 0;
-  if (!halfTurn || gaussiansOf != pose.conformer) SetupGaussians(fit, halfTurn ? 0 : pose.start);
-  gaussiansOf = halfTurn ? pose.conformer : kNone;
-
-  std::array<double, 6> x = AcrossHalfTurn(start, std::numbers::pi, pose.x);
+  const Motion motion = MotionOf(pose);
+  std::vector<QXGaussian> turned = fit.gaussians;
+  QXRotateGaussians(turned, {motion.rotation.data(), motion.rotation.data() + 9});
+  gaussianOverlap.Setup(turned);
+  const double x[6] = {0, 0, 0, motion.shift[0], motion.shift[1], motion.shift[2]};
   double overlap;
   if (polish) {
-    const QXPolishedPose polished = QXPolish(gaussianOverlap, x.data(), settings.tolerance);
+    const QXPolishedPose polished = QXPolish(gaussianOverlap, x, settings.tolerance);
     overlap = polished.overlap;
-    pose.x = AcrossHalfTurn(start, -std::numbers::pi, polished.variables);
+    pose.x = AfterTurn(pose.x, polished.variables);
     ScoreExpansion(pose);
   } else {
-    overlap = -gaussianOverlap(x.data());
+    overlap = -gaussianOverlap(x);
   }
   pose.exactTanimoto = TanimotoFromValue(-overlap, gaussianOverlap.GetRefSelfOverlap(),
                                          gaussianOverlap.GetFitSelfOverlap());
-}
-
-void QXShapeScreen::SetupGaussians(QXShapeFit const& fit, size_t start) {
-  if (start == 0) {
-    gaussianOverlap.Setup(fit.gaussians);
-    return;
-  }
-  std::vector<QXGaussian> turned = fit.gaussians;
-  const std::array<double, 9> turn = GetAxisTurns()[start].Matrix();
-  QXRotateGaussians(turned, {turn.begin(), turn.end()});
-  gaussianOverlap.Setup(turned);
 }
 
 }  // namespace QXHermiteMath

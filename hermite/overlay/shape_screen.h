@@ -17,8 +17,9 @@ namespace QXHermiteMath {
 struct QXShapeScreenSettings {
   double tolerance = 1e-6;            ///< of the minimiser, relative
   unsigned int iterationLimit = 200;  ///< of one minimisation
-  /// 4: the inertial axes agree up to half turns. 24: any axis may lie along any other, which finds
-  /// the poses of molecules whose moments are alike, or have little to do with the best overlap.
+  /// 4: the inertial axes agree up to half turns. 24, the most: any axis may lie along any other,
+  /// which finds the poses of molecules whose moments are alike, or have little to do with the best
+  /// overlap.
   unsigned int starts = 4;
   /// Every start is searched at this degree, the best few poses then at that of the reference. 0,
   /// or at least that: all at that of the reference.
@@ -31,7 +32,8 @@ struct QXShapeScreenSettings {
 struct QXShapeFit {
   /// Its Gaussians. Needed where there are no coefficients, and for exact overlaps.
   std::vector<QXGaussian> gaussians;
-  /// Its coefficients under the options of the reference; empty: made from the Gaussians.
+  /// Its coefficients under the options of the reference, the whole basis; empty: made from the
+  /// Gaussians.
   std::vector<double> coefficients;
 };
 
@@ -80,11 +82,9 @@ class QXShapeScreen {
   Stage MakeStage(QXHermite const& ref, unsigned int degree) const;
   void Expand(std::vector<QXShapeFit> const& conformers);
   void Search(Stage& stage, double tolerance, std::vector<QXShapePose>& poses);
-  void Polish(std::vector<QXShapeFit> const& conformers, size_t nPoses,
-              std::vector<QXShapePose>& poses);
+  void Polish(std::vector<QXShapeFit> const& conformers, std::vector<QXShapePose>& poses);
   void ScoreExpansion(QXShapePose& pose);
   double SelfOverlap(Stage const& stage, const double* c) const;
-  void SetupGaussians(QXShapeFit const& fit, size_t start);
   void MakeExact(QXShapeFit const& fit, bool polish, QXShapePose& pose);
 
   QXShapeScreenSettings settings;
@@ -94,8 +94,6 @@ class QXShapeScreen {
   std::vector<Stage> stages;
   bool exact;
   QXGaussianOverlap gaussianOverlap;
-  static constexpr size_t kNone = std::numeric_limits<size_t>::max();
-  size_t gaussiansOf = kNone;        ///< the conformer that gaussianOverlap holds as it stands
   std::vector<double> coefficients;  ///< of all conformers, one after the other
 };
 

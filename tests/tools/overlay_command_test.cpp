@@ -180,12 +180,13 @@ TEST_F(OverlayCommand, MoleculesThatTheExpansionMissesAreReported) {
   EXPECT_EQ(Overlay({pair("two", 2)}, coarse), 0);
   EXPECT_THAT(err_, IsEmpty());
   EXPECT_EQ(Overlay({pair("two", 2), pair("three", 3)}, coarse), 0);
-  EXPECT_EQ(err_,
-            "the expansion holds only 31 % of three: its score is too high: raise --NPolyMax\n");
+  EXPECT_EQ(
+      err_,
+      "the expansion holds only 31 % of three: its Shape Tanimoto is too high: raise --NPolyMax\n");
   EXPECT_EQ(Overlay({pair("three", 3), pair("five", 5)}, coarse), 0);
   EXPECT_EQ(err_,
             "the expansion holds only 1 % of five and less than half of 1 more: their "
-            "scores are too high: raise --NPolyMax\n");
+            "Shape Tanimotos are too high: raise --NPolyMax\n");
   EXPECT_EQ(Overlay({pair("three", 3), pair("five", 5)}, {"--npolymax", "20"}), 0);
   EXPECT_THAT(err_, IsEmpty());
 }

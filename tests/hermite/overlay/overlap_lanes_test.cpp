@@ -1,6 +1,8 @@
 #include "hermite/overlay/overlap_lanes.h"
 
+#include <deque>
 #include <random>
+#include <set>
 
 #include "hermite/frame/axis_turns.h"
 #include "hermite/frame/rotation.h"
@@ -85,6 +87,42 @@ TEST(OverlapLanes, AgreeWithTheDenseOperatorsInEveryLane) {
       }
     }
   }
+}
+
+// Copies lie anywhere in memory, and what a copy is given is not the original's.
+TEST(OverlapLanes, BelongToTheirObject) {
+  std::mt19937 random(8);
+  const QXHermiteOptions options = FixedWidths(3, 0.8, 0.8, 0.8);
+  const Vector ref = RandomCoefficients(3, random), fit = RandomCoefficients(3, random);
+  const double x[6] = {0.4, -2.0, 0.3, 0.5, -0.25, 0.1};
+  const auto evaluate = [&](QXHermiteOverlap& overlap) {
+    Vector result(6);
+    result.push_back(overlap(x, result.data()));
+    return result;
+  };
+  QXHermiteOverlap original;
+  original.SetupRef(ref, options);
+  original.Setup(fit, options);
+  const Vector expected = evaluate(original);
+  std::deque<QXHermiteOverlap> copies;
+  std::vector<Vector> between;
+  for (size_t i = 0; i < 16; ++i) {
+    between.emplace_back(2 * i + 1);
+    copies.push_back(original);
+    EXPECT_EQ(evaluate(copies.back()), expected);
+    copies.back().Setup(ref, options);
+    EXPECT_NE(evaluate(copies.back()), expected);
+    copies.back().Setup(fit, options);
+    EXPECT_EQ(evaluate(copies.back()), expected);
+  }
+  QXHermiteOverlap moved = std::move(original);
+  original.SetupRef(ref, options);
+  original.Setup(fit, options);
+  EXPECT_EQ(evaluate(original), expected);
+  EXPECT_EQ(evaluate(moved), expected);
+  // Far beyond all reach the dense operators take over, and give 0.
+  const double far[6] = {4e5, 0, 0, 1e60, 0, 0};
+  EXPECT_EQ(moved(far), 0.0);
 }
 
 // To the last bit, whatever else is searched at the time.

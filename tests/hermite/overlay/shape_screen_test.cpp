@@ -1,5 +1,7 @@
 #include "hermite/overlay/shape_screen.h"
 
+#include <set>
+
 #include "hermite/overlay/overlay_search.h"
 #include "hermite/overlay/reference_model.h"
 #include "hermite/overlay/tanimoto.h"
@@ -45,8 +47,9 @@ class ShapeScreen : public testing::Test {
 // Scores are those of the atoms as they are moved: the exact one by the sum over pairs, the other
 // by an expansion.
 TEST_F(ShapeScreen, TellsTheScoresOfThePosesThatItDescribes) {
-  const auto poses = Find({.starts = 24, .searchDegree = 4, .polish = 3}, 6, fits_);
-  ASSERT_EQ(poses.size(), 6u);
+  const auto poses = Find({.starts = 24, .searchDegree = 4, .polish = 8}, 8, fits_);
+  ASSERT_GE(poses.size(), 6u);
+  std::set<size_t> conformers;
   QXHermiteOverlap overlap;
   overlap.SetupRef(reference_.GetCoefficients(), reference_.GetOptions());
   QXGaussianOverlap exact;
@@ -54,17 +57,38 @@ TEST_F(ShapeScreen, TellsTheScoresOfThePosesThatItDescribes) {
   const double still[6] = {};
   for (size_t i = 0; i < poses.size(); ++i) {
     const Gaussians moved = Moved(fits_[poses[i].conformer].gaussians, poses[i]);
-    overlap.Setup(Expanded(moved, reference_.GetOptions()), reference_.GetOptions());
+    conformers.insert(poses[i].conformer);
+    const Vector c =
+        Expanded(fits_[poses[i].conformer].gaussians, reference_.GetOptions()).GetCoefficients();
+    Vector turned(c.size());
+    TurnOfCoefficients(GetAxisTurns()[poses[i].start], 8)(c.data(), turned.data());
+    overlap.Setup(turned, reference_.GetOptions());
+    EXPECT_NEAR(poses[i].tanimoto, TanimotoFromValue(overlap(poses[i].x.data()), overlap), 1e-9);
     exact.Setup(moved);
-    // Coordinates in single precision, and what the truncated expansion loses by a motion.
+    // Coordinates in single precision.
     EXPECT_NEAR(
         poses[i].exactTanimoto,
         TanimotoFromValue(exact(still), exact.GetRefSelfOverlap(), exact.GetFitSelfOverlap()),
         1e-6);
-    EXPECT_NEAR(poses[i].tanimoto, TanimotoFromValue(overlap(still), overlap), 0.02);
     if (i > 0) {
       EXPECT_LE(poses[i].exactTanimoto, poses[i - 1].exactTanimoto);
     }
+  }
+  EXPECT_EQ(conformers.size(), 2u);
+}
+
+// The polish is at home in every direction: also where y of the reference lies at a right angle,
+// and its angles say nothing more.
+TEST_F(ShapeScreen, PolishesAlikeInAllDirections) {
+  const double best = Find({.polish = 4}, 1, fits_).at(0).exactTanimoto;
+  for (double angle : {1.3, 1.5, std::acos(0.0), 1.7}) {
+    auto turned = fits_;
+    for (QXShapeFit& fit : turned) {
+      const Matrix m = EulerMatrix({0, angle, 0});
+      QXRotateGaussians(fit.gaussians, {m.data(), m.data() + 9});
+    }
+    EXPECT_NEAR(Find({.starts = 24, .polish = 24}, 1, turned).at(0).exactTanimoto, best, 1e-5)
+        << angle;
   }
 }
 
