@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Prints, for each pose of an overlay, the Tanimoto in its SD data beside the exact one.
+"""Prints, for each pose of an overlay, the Tanimotos in its SD data beside the exact one.
 
 Usage: exact_tanimoto.py reference.sdf hits.sdf [count]
 
@@ -28,8 +28,10 @@ def heavy_atoms(path):
 
 reference = next(heavy_atoms(sys.argv[1]))[1]
 count = int(sys.argv[3]) if len(sys.argv) > 3 else None
-print(f"{'title':20s} {'expanded':>9s} {'exact':>9s}")
+print(f"{'title':20s} {'expanded':>9s} {'told':>9s} {'exact':>9s}")
 for mol, fit in list(heavy_atoms(sys.argv[2]))[:count]:
     common = overlap(reference, fit)
     exact = common / (overlap(reference, reference) + overlap(fit, fit) - common)
-    print(f"{mol.GetProp('_Name'):20s} {mol.GetProp('Shape Tanimoto'):>9s} {exact:9.6f}")
+    expanded = mol.GetProp("Shape Tanimoto")
+    told = mol.GetProp("Exact Shape Tanimoto") if mol.HasProp("Exact Shape Tanimoto") else ""
+    print(f"{mol.GetProp('_Name'):20s} {expanded:>9s} {told:>9s} {exact:9.6f}")
