@@ -73,19 +73,7 @@ bool QXHermiteShapeOverlay::SetupOverlap(std::vector<double> const& coefficients
 double QXHermiteShapeOverlay::FindBestOverlay(QXMCMolBase const& fit, unsigned int nPoses,
                                               QXMCMolBase& result, bool optimize,
                                               bool singleStart) {
-  std::vector<QXMol> molecules;
-  std::vector<std::vector<double>> starts;
-  const ConfIterator confs(fit.GetConfs());
-  for (; confs && confs->IsValid(); confs->Next()) {
-    const QXMolKit::QXConfBase& conformer = *confs->Get();
-    size_t k = 0;
-    for (auto& start :
-         GetStartCoefficients(GetConformerCoefficients(conformer, coefficientTag.c_str(), options),
-                              options, singleStart)) {
-      starts.push_back(std::move(start));
-      molecules.push_back(GetStart(conformer, k++));
-    }
-  }
+  auto [molecules, starts] = GetStarts(fit, coefficientTag.c_str(), options, singleStart);
   const std::vector<OverlayPoint> points = FindPoints(starts, optimize);
   std::vector<double> scores;
   for (size_t i = 0; i < starts.size(); ++i) scores.push_back(Score(starts[i], points[i]));

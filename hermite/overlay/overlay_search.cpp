@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <numeric>
+#include <utility>
 
 #include "hermite/expansion/mol_to_gaussians.h"
 #include "hermite/frame/inertial_orientation.h"
@@ -43,6 +45,22 @@ std::vector<std::vector<double>> GetStartCoefficients(std::vector<double> const&
   std::vector<std::vector<double>> starts;
   if (!singleStart) ComputeInertialHermiteVectors(coefficients, options, starts);
   starts.insert(starts.begin(), coefficients);
+  return starts;
+}
+
+OverlayStarts GetStarts(QXMolKit::QXMCMolBase const& fit, const char* tag,
+                        QXHermiteOptions const& options, bool singleStart) {
+  OverlayStarts starts;
+  const std::unique_ptr<QXMolKit::QXIterator<QXMolKit::QXConfBase>> confs(fit.GetConfs());
+  for (; confs && confs->IsValid(); confs->Next()) {
+    const QXMolKit::QXConfBase& conformer = *confs->Get();
+    const std::vector<double> c = GetConformerCoefficients(conformer, tag, options);
+    size_t k = 0;
+    for (std::vector<double>& start : GetStartCoefficients(c, options, singleStart)) {
+      starts.coefficients.push_back(std::move(start));
+      starts.molecules.push_back(GetStart(conformer, k++));
+    }
+  }
   return starts;
 }
 

@@ -35,6 +35,15 @@ std::vector<std::vector<double>> GetStartCoefficients(std::vector<double> const&
                                                       QXHermiteOptions const& options,
                                                       bool singleStart);
 
+/// Every start of every conformer: the molecule, hydrogens included, and its coefficients.
+struct OverlayStarts {
+  std::vector<QXMolKit::QXMol> molecules;
+  std::vector<std::vector<double>> coefficients;
+};
+/// Those of a fit by shape, in the order of its conformers.
+OverlayStarts GetStarts(QXMolKit::QXMCMolBase const& fit, const char* tag,
+                        QXHermiteOptions const& options, bool singleStart);
+
 /// A molecule of the conformer, hydrogens included, at start k.
 QXMolKit::QXMol GetStart(QXMolKit::QXConfBase const& conformer, size_t k);
 

@@ -28,28 +28,16 @@ QXShapeOverlay::QXShapeOverlay(double newTolerance, unsigned int newIterationLim
 
 double QXShapeOverlay::FindBestOverlay(QXMol const& fit, unsigned int nPoses, QXMol& result) {
   QXMolKit::qxmolostream record(std::string(fit.GetTitle()) + ".qxb");
-  std::vector<QXMol> starts;
-  std::vector<std::vector<double>> coefficients;
-  const ConfIterator confs(fit.GetConfs());
-  for (; confs && confs->IsValid(); confs->Next()) {
-    const QXMolKit::QXConfBase& conformer = *confs->Get();
-    size_t k = 0;
-    for (auto& start :
-         GetStartCoefficients(GetConformerCoefficients(conformer, coefficientTag.c_str(), options),
-                              options, false)) {
-      coefficients.push_back(std::move(start));
-      starts.push_back(GetStart(conformer, k++));
-    }
-  }
+  auto [molecules, coefficients] = GetStarts(fit, coefficientTag.c_str(), options, false);
   ShapeLanes objective(lanes, PointersTo(coefficients));
-  std::vector<OverlayPoint> points(starts.size());
+  std::vector<OverlayPoint> points(molecules.size());
   FindOptima(objective, {tolerance, iterationLimit}, points);
 
   std::vector<std::pair<double, QXMol>> results;
-  for (size_t i = 0; i < starts.size(); ++i) {
+  for (size_t i = 0; i < molecules.size(); ++i) {
     QXMol pose(1);
-    const double tanimoto = Finish(starts[i], coefficients[i], points[i], pose);
-    QXMolKit::QXWriteMolecule(record, starts[i]);
+    const double tanimoto = Finish(molecules[i], coefficients[i], points[i], pose);
+    QXMolKit::QXWriteMolecule(record, molecules[i]);
     QXMolKit::QXWriteMolecule(record, pose);
     results.emplace_back(tanimoto, std::move(pose));
   }
