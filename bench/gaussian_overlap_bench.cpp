@@ -10,6 +10,7 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "bench/peak.h"
 #include "bench/synthetic.h"
 #include "hermite/hermite.h"
 #include "hermite/internal.h"
@@ -91,20 +92,30 @@ Overlap Synthetic(const benchmark::State& state) {
   return overlap;
 }
 
+// Of a pair: 4 for the exponent, 11 for the exponential, 1 for the value, 3 for the force and 6 for
+// its derivatives. What the sums over pairs go through afterwards is not counted.
+void ReportPairs(benchmark::State& state, unsigned int perPair) {
+  QXBench::ReportMultiplyAdds(state,
+                              perPair * static_cast<double>(state.range(0) * state.range(0)));
+}
+
 void Value(benchmark::State& state) {
   auto overlap = Synthetic<QXGaussianOverlap>(state);
   for (auto _ : state) benchmark::DoNotOptimize(overlap(kPlace.data()));
+  ReportPairs(state, 16);
 }
 template <class Overlap>
 void Gradient(benchmark::State& state) {
   auto overlap = Synthetic<Overlap>(state);
   Pose gradient;
   for (auto _ : state) benchmark::DoNotOptimize(overlap(kPlace.data(), gradient.data()));
+  ReportPairs(state, 19);
 }
 void Hessian(benchmark::State& state) {
   const auto overlap = Synthetic<QXGaussianOverlap>(state);
   double gradient[6], hessian[21];
   for (auto _ : state) benchmark::DoNotOptimize(overlap.Evaluate(kPlace.data(), hessian, gradient));
+  ReportPairs(state, 25);
 }
 void SetupOfFit(benchmark::State& state) {
   auto overlap = Synthetic<QXGaussianOverlap>(state);
