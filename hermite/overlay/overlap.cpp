@@ -80,7 +80,7 @@ bool QXHermiteOverlap::SetupRef(std::vector<double> const& coefficients,
 
 bool QXHermiteOverlap::SetupRef(QXHermite const& hermite, QXHermiteOptions const& options) {
   SetupRef(hermite.GetCoefficients(), options);
-  refCenter = hermite.GetCenter();
+  std::copy_n(hermite.GetCenter().begin(), 3, refCenter.begin());
   return true;
 }
 
@@ -107,7 +107,7 @@ bool QXHermiteOverlap::Setup(std::vector<double> const& coefficients,
 
 bool QXHermiteOverlap::Setup(QXHermite const& hermite, QXHermiteOptions const& options) {
   Setup(hermite.GetCoefficients(), options);
-  fitCenter = hermite.GetCenter();
+  std::copy_n(hermite.GetCenter().begin(), 3, fitCenter.begin());
   return true;
 }
 

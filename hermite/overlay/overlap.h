@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <vector>
 
 #include "hermite/expansion/hermite.h"
@@ -82,8 +83,8 @@ class QXHermiteOverlap : public QXMinimizer::QXFunc1 {
   QXHermiteRotation rotation;
   QXHermiteTranslation translation;
   QXHermiteIndex index;
-  std::vector<double> refCenter = {0.0, 0.0, 0.0};
-  std::vector<double> fitCenter = {0.0, 0.0, 0.0};
+  std::array<double, 3> refCenter{};
+  std::array<double, 3> fitCenter{};
   OverlapLanes lane;  // of one, for fits in the basis of the reference
   bool laneHoldsFit = false;
 };
