@@ -4,6 +4,7 @@
 #include <LBFGS.h>
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
@@ -201,15 +202,19 @@ void SearchInLanes(benchmark::State& state) {
   OverlapLanes lanes;
   lanes.SetRef(four.reference.GetCoefficients().data(), four.reference.GetOptions().GetNPolyMax(),
                four.reference.GetOptions());
-  double evaluations = 0;
+  double evaluations = 0, longest = 0;
   for (auto _ : state) {
     std::vector<OverlayPoint> points(four.starts.size());
     ShapeLanes objective(lanes, PointersTo(four.starts));
     FindOptima(objective, {1e-6, 200}, points);
-    evaluations = 0;
-    for (const OverlayPoint& point : points) evaluations += point.evaluations;
+    evaluations = longest = 0;
+    for (const OverlayPoint& point : points) {
+      evaluations += point.evaluations;
+      longest = std::max<double>(longest, point.evaluations);
+    }
   }
   state.counters["evaluations"] = evaluations;
+  state.counters["longest"] = longest;
 }
 
 void SearchOneAtATime(benchmark::State& state) {
@@ -310,7 +315,7 @@ void Screen(benchmark::State& state) {
   QXShapeScreen screen(fixed, ref,
                        {.tolerance = std::pow(10.0, -static_cast<double>(state.range(3))),
                         .starts = starts,
-                        .searchDegree = starts > 4 ? 3u : 0u,
+                        .searchDegree = starts > 4 ? 4u : 0u,
                         .polish = static_cast<unsigned int>(state.range(2))});
   double exact = 0;
   for (auto _ : state) {
@@ -329,7 +334,7 @@ void Screen(benchmark::State& state) {
 BENCHMARK(Screen)
     ->ArgNames({"N", "starts", "polish", "digits"})
     ->ArgsProduct({{3, 5, 10}, {4}, {0, 1, 2, 4}, {3, 6}})
-    ->ArgsProduct({{3, 5}, {24}, {2, 4, 8}, {4}})
+    ->ArgsProduct({{5}, {24}, {2, 4, 8}, {4}})
     ->Unit(benchmark::kMicrosecond);
 
 // The same in several threads, a screen each.

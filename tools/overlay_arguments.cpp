@@ -47,8 +47,6 @@ constexpr const char* kSearchOptions[] = {"--starts", "--coarse", "--polish"};
 
 // At which 24 starts are searched first: it tells basins apart, and costs half of degree 5.
 constexpr unsigned int kCoarseDegree = 4;
-// Of the more poses that they find.
-constexpr unsigned int kPolishOfMore = 8;
 
 constexpr double kLargestWeight = 1000000;
 // A far larger one would leave no digits for the score.
@@ -196,7 +194,6 @@ void DeclareOverlayArguments(CLI::App& app, OverlayArguments& arguments) {
     const bool grid = HasGrid(arguments);
     if (grid && !given("--NPolyMax")) arguments.expansion.SetNPolyMax(kGridDegree);
     if (grid && !given("--polish")) arguments.polish = 0;
-    if (arguments.starts > 4 && !given("--polish")) arguments.polish = kPolishOfMore;
     if (arguments.starts > 4 && !given("--coarse") &&
         kCoarseDegree < arguments.expansion.GetNPolyMax()) {
       arguments.coarseDegree = kCoarseDegree;
