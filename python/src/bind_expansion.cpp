@@ -1,0 +1,7 @@
+#include "python/src/bindings.h"
+
+namespace QXPython {
+
+void BindExpansion(py::module_&) {}
+
+}  // namespace QXPython

@@ -1,0 +1,7 @@
+#include "python/src/bindings.h"
+
+namespace QXPython {
+
+void BindWorkflows(py::module_&) {}
+
+}  // namespace QXPython

@@ -1,0 +1,25 @@
+// The extension module qxhermite._core: the classes and functions of the library, one source file
+// for each of its concepts.
+
+#include "python/src/bindings.h"
+#include "python/src/reports.h"
+
+PYBIND11_MODULE(_core, module) {
+  using namespace QXPython;
+  module.doc() = "The classes and functions of the library; `qxhermite` offers them all.";
+  module.attr("__version__") = QX_VERSION;
+  BindReports(module);
+  BindOptions(module);
+  BindMolecules(module);
+  BindGrids(module);
+  BindExpansion(module);
+  BindFrame(module);
+  BindOverlap(module);
+  BindOverlays(module);
+  BindMultiHermite(module);
+  BindGridAtoms(module);
+  BindCharges(module);
+  BindMinimizers(module);
+  BindShapeSearch(module);
+  BindWorkflows(module);
+}

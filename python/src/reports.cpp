@@ -1,0 +1,69 @@
+#include "python/src/reports.h"
+
+#include <cstdio>
+
+namespace QXPython {
+
+using QXCore::QXErrorLevel;
+
+namespace {
+
+thread_local ReportScope* innermost = nullptr;
+
+// Owned by the module, which is never unloaded.
+PyObject* warningClass = nullptr;
+PyObject* errorClass = nullptr;
+
+}  // namespace
+
+/// What the library reports to.
+class ReportSink {
+ public:
+  static void Take(QXErrorLevel level, const std::string& text) {
+    if (innermost) {
+      innermost->reports_.emplace_back(level, text);
+    } else {
+      std::fprintf(stderr, "%s\n", text.c_str());  // outside of all calls from Python
+    }
+  }
+};
+
+ReportScope::ReportScope() : outer_(std::exchange(innermost, this)) {}
+
+ReportScope::~ReportScope() {
+  innermost = outer_;
+}
+
+void ReportScope::Deliver() {
+  const std::vector<Report> reports = std::move(reports_);
+  reports_.clear();
+  std::string errors;
+  for (const auto& [level, text] : reports) {
+    if (level == QXErrorLevel::Debug) continue;
+    if (level != QXErrorLevel::Warning) {
+      errors += (errors.empty() ? "" : "\n") + text;
+    } else if (PyErr_WarnEx(warningClass, text.c_str(), 1) != 0) {
+      throw py::error_already_set();
+    }
+  }
+  if (errors.empty()) return;
+  PyErr_SetString(errorClass, errors.c_str());
+  throw py::error_already_set();
+}
+
+void BindReports(py::module_& module) {
+  const auto make = [&](const char* name, PyObject* base, const char* text) {
+    const std::string path = std::string("qxhermite.") + name;
+    PyObject* made = PyErr_NewExceptionWithDoc(path.c_str(), text, base, nullptr);
+    if (!made) throw py::error_already_set();
+    module.attr(name) = py::handle(made);
+    return made;
+  };
+  warningClass = make("QXHermiteWarning", PyExc_UserWarning,
+                      "Something was changed or left out, and the work went on.");
+  errorClass =
+      make("QXHermiteError", PyExc_RuntimeError, "The library could not do what was asked.");
+  QXCore::QXThrow.SetHandler(ReportSink::Take);
+}
+
+}  // namespace QXPython
