@@ -19,3 +19,5 @@ install(FILES ${PROJECT_BINARY_DIR}/QXHermiteConfig.cmake
               ${PROJECT_BINARY_DIR}/QXHermiteConfigVersion.cmake
               cmake/FindRDKit.cmake
   DESTINATION ${package_dir})
+install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/qxhermite)
+install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/qxhermite RENAME copyright)

@@ -8,13 +8,13 @@
 //
 //   integral of g_a g_b = A^2 (pi / 2w)^(3/2) exp(-w d^2 / 2),  for equal amplitudes and widths.
 
+#include <hermite/hermite.h>
+#include <host/host.h>
+
 #include <cmath>
 #include <cstdio>
 #include <string>
 #include <vector>
-
-#include "hermite/hermite.h"
-#include "host/molkit/molstream.h"
 
 using QXHermiteMath::QXGaussian;
 

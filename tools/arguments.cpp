@@ -7,6 +7,8 @@
 #include <cmath>
 #include <filesystem>
 
+#include "tools/report.h"
+
 namespace QXTools {
 namespace {
 
@@ -121,6 +123,38 @@ std::string CheckCsvName(const std::string& file) {
   return CLI::detail::to_lower(file).ends_with(".csv")
              ? ""
              : fmt::format("{}: not the name of a table: name it .csv", file);
+}
+
+void AddReport(CLI::App& app, std::string& file) {
+  AddFile(app, "--report", file, "File for a page to look at the results in a browser: .html");
+}
+
+std::string CheckReport(const std::string& file) {
+  if (!ReportsAreBuilt()) {
+    return "--report: this qxhermite was built without reports: leave it out, or build it with "
+           "-DQXHERMITE_WITH_REPORT=ON";
+  }
+  const std::string name = CLI::detail::to_lower(file);
+  return name.ends_with(".html") || name.ends_with(".htm")
+             ? ""
+             : fmt::format("{}: not the name of a page: name it .html", file);
+}
+
+std::vector<std::pair<std::string, std::string>> SettingsOf(const CLI::App& app) {
+  std::vector<std::pair<std::string, std::string>> settings;
+  for (const CLI::Option* option : app.get_options()) {
+    std::string name = option->get_name();
+    if (name == "--help" || name == "--report") continue;
+    const bool isFlag = option->get_type_size() == 0;
+    std::string value = option->get_default_str();
+    if (isFlag) {
+      value = option->count() > 0 ? "yes" : "";
+    } else if (option->count() > 0) {
+      value = CLI::detail::join(option->results(), " ");
+    }
+    if (!value.empty()) settings.emplace_back(std::move(name), std::move(value));
+  }
+  return settings;
 }
 
 bool SameFile(const std::string& a, const std::string& b) {

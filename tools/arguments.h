@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "hermite/foundations/options.h"
@@ -43,6 +44,13 @@ void AddExpansionOptions(CLI::App& app, QXHermiteMath::QXHermiteOptions& options
 
 /// An empty text, or that this is not the name of a file of comma-separated values.
 std::string CheckCsvName(const std::string& file);
+
+/// An option --report with the name of an HTML page.
+void AddReport(CLI::App& app, std::string& file);
+/// An empty text, or what is wrong with such a page: its name, or that reports are not built.
+std::string CheckReport(const std::string& file);
+/// The options of a command by name, as they were given or else by default, for its report.
+std::vector<std::pair<std::string, std::string>> SettingsOf(const CLI::App& app);
 
 /// True when both names lead to one file, existing or not.
 bool SameFile(const std::string& a, const std::string& b);

@@ -1,5 +1,7 @@
 #include "tools/atom_search.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 #include <vector>
@@ -12,6 +14,7 @@
 #include "hermite/gridatoms/thinning.h"
 #include "hermite/overlay/cos_angle.h"
 #include "tools/grid_density.h"
+#include "tools/prepared_grid.h"
 
 namespace QXTools {
 namespace {
@@ -94,10 +97,10 @@ double CosineOnGrid(const QXMol& atoms, double radius, const QXScalarGrid& grid)
 
 /// refine and multistart: with the expansion of the grid.
 FoundAtoms FindByExpansion(const QXScalarGrid& grid, const AtomSearch& search,
-                           const std::string& file, Console& console) {
+                           const std::string& file, Listener& listener) {
   QXHermite expansion;
   expansion.Setup(grid, WithWidths(search.expansion, grid, {}));
-  WarnOfPoorExpansion(file, expansion.GetSelfOverlap() / SelfOverlap(grid), console);
+  WarnOfPoorExpansion(file, expansion.GetSelfOverlap() / SelfOverlap(grid), listener);
   FoundAtoms found;
   found.expansion = expansion.GetOptions();
   const bool refine = search.method == "refine";
@@ -130,10 +133,32 @@ FoundAtoms FindByLasso(const QXScalarGrid& grid, const AtomSearch& search) {
 
 }  // namespace
 
-FoundAtoms FindAtoms(const QXScalarGrid& grid, const AtomSearch& search, const std::string& file,
-                     Console& console) {
-  return search.method == "lasso" ? FindByLasso(grid, search)
-                                  : FindByExpansion(grid, search, file, console);
+std::optional<FoundAtoms> FindAtoms(QXScalarGrid grid, const AtomSearch& search,
+                                    const std::string& file, Listener& listener) {
+  constexpr double kPoorCosine = 0.5;
+  // Expansions hold what lies near their origin.
+  const Frame place{.centre = FindInertialFrame(grid).centre};
+  MoveToOrigin(place, grid);
+  FoundAtoms found = search.method == "lasso" ? FindByLasso(grid, search)
+                                              : FindByExpansion(grid, search, file, listener);
+  if (found.mol.NumAtoms() == 0) {
+    listener.Say(fmt::format("{}: no atoms found: lower {}, choose another --radius, or give {}",
+                             file, search.method == "lasso" ? "--value-fraction" : "--threshold",
+                             kCorePeaksRemedy));
+    return std::nullopt;
+  }
+  if (!std::isfinite(found.objective.value_or(0.0) + found.score.value_or(0.0) + found.cosine)) {
+    listener.Say(
+        fmt::format("{}: the atoms found do not overlap with it: choose another --radius", file));
+    return std::nullopt;
+  }
+  if (found.cosine < kPoorCosine) {
+    listener.Say(
+        fmt::format("{}: the atoms stand for little of it: choose another --radius, or give {}",
+                    file, kCorePeaksRemedy));
+  }
+  QXMolKit::QXTranslate(found.mol, place.centre.data());
+  return found;
 }
 
 }  // namespace QXTools

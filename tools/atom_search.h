@@ -6,7 +6,7 @@
 #include "hermite/foundations/options.h"
 #include "host/grid/scalar_grid.h"
 #include "host/molkit/mol.h"
-#include "tools/console.h"
+#include "tools/listener.h"
 
 // Pseudo-atoms for a density grid, by the methods that the command line offers.
 
@@ -39,9 +39,10 @@ struct FoundAtoms {
   std::optional<double> score;  ///< by the metric (lasso)
 };
 
-/// Finds atoms for the density of a grid about the origin, whose file the console is told of where
-/// there is something to tell. There may be none.
-FoundAtoms FindAtoms(const QXCore::QXScalarGrid& grid, const AtomSearch& search,
-                     const std::string& file, Console& console);
+/// Finds atoms for the density of a grid, which is `file` for the listener. Nothing when there are
+/// no atoms to be found, or only such as do not overlap with it, which the listener is told; also
+/// when they stand for little of it.
+std::optional<FoundAtoms> FindAtoms(QXCore::QXScalarGrid grid, const AtomSearch& search,
+                                    const std::string& file, Listener& listener);
 
 }  // namespace QXTools

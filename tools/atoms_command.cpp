@@ -13,10 +13,10 @@
 #include "tools/atom_search.h"
 #include "tools/command.h"
 #include "tools/console.h"
-#include "tools/grid_density.h"
 #include "tools/interrupt.h"
 #include "tools/output_file.h"
 #include "tools/prepared_grid.h"
+#include "tools/report_poses.h"
 #include "tools/stage.h"
 
 namespace QXTools {
@@ -31,8 +31,6 @@ constexpr const char* kExamples = R"(Examples:
   qxhermite atoms map.cube --out atoms.sdf --method multistart --starts 500
 
 Exit status: 0 all well; 1 wrong usage, or nothing could be done.)";
-
-constexpr double kPoorCosine = 0.5;
 
 class AtomsCommand : public Command {
  public:
@@ -50,7 +48,7 @@ class AtomsCommand : public Command {
 
   const CLI::App* app_ = nullptr;
   GridPreparation source_;
-  std::string output_;
+  std::string output_, report_;
   AtomSearch search_;
 };
 
@@ -60,6 +58,7 @@ void AtomsCommand::Declare(CLI::App& app) {
   app.footer(kExamples);
   DeclareGridPreparation(app, source_);
   AddFile(app, "--out", output_, "File for the atoms: .sdf, .pdb or .qxb")->required();
+  AddReport(app, report_);
   // IsMember brings the words to small letters.
   app.add_option("--method", search_.method,
                  "refine: all atoms at once, from many places on the density; lasso: few of many "
@@ -116,8 +115,12 @@ std::string AtomsCommand::IdleOption() const {
 
 std::string AtomsCommand::Check() const {
   if (const std::string problem = CheckGridPreparation(source_); !problem.empty()) return problem;
-  if (SameFile(output_, source_.file)) {
-    return fmt::format("{}: is both read and written: give another name", output_);
+  for (const std::string& output : {output_, report_}) {
+    if (output.empty() || !SameFile(output, source_.file)) continue;
+    return fmt::format("{}: is both read and written: give another name", output);
+  }
+  if (const std::string problem = CheckReport(report_); !report_.empty() && !problem.empty()) {
+    return problem;
   }
   if (const std::string problem = IdleOption(); !problem.empty()) return problem;
   using QXMolKit::QXMolFormat;
@@ -166,37 +169,30 @@ void AtomsCommand::Print(const FoundAtoms& found) const {
 ExitStatus AtomsCommand::Run() {
   Console console;
   OutputFile out(output_, console);
-  if (!out.IsOpen()) return kNothingDone;
+  std::optional<OutputFile> page;
+  if (!report_.empty()) page.emplace(report_, console);
+  if (!out.IsOpen() || (page && !page->IsOpen())) return kNothingDone;
   std::optional<QXScalarGrid> grid = ReadPreparedGrid(source_, console);
   if (!grid) return kNothingDone;
-  // Expansions hold what lies near their origin.
-  const Frame place{.centre = FindInertialFrame(*grid).centre};
-  MoveToOrigin(place, *grid);
-  FoundAtoms found;
+  std::optional<FoundAtoms> found;
   {
     const Stage stage(console, source_.file, "finding atoms");
     found = FindAtoms(*grid, search_, source_.file, console);
   }
-  if (found.mol.NumAtoms() == 0) {
-    console.Say(fmt::format(
-        "{}: no atoms found: lower {}, choose another --radius, or give {}", source_.file,
-        search_.method == "lasso" ? "--value-fraction" : "--threshold", kCorePeaksRemedy));
-    return kNothingDone;
+  if (!found) return kNothingDone;
+  if (!Write(*found, out.TemporaryPath())) return kNothingDone;
+  if (page) {
+    Report report = ReportOfAtoms(found->mol, *grid);
+    report.title = "Atoms for " + std::filesystem::path(source_.file).filename().string();
+    report.settings = SettingsOf(*app_);
+    if (!WriteReport(report, page->TemporaryPath())) {
+      console.Say(fmt::format("{}: cannot be written: is the disk full?", report_));
+      return kNothingDone;
+    }
   }
-  if (!std::isfinite(found.objective.value_or(0.0) + found.score.value_or(0.0) + found.cosine)) {
-    console.Say(fmt::format("{}: the atoms found do not overlap with it: choose another --radius",
-                            source_.file));
-    return kNothingDone;
-  }
-  if (found.cosine < kPoorCosine) {
-    console.Say(
-        fmt::format("{}: the atoms stand for little of it: choose another --radius, or give {}",
-                    source_.file, kCorePeaksRemedy));
-  }
-  QXMolKit::QXTranslate(found.mol, place.centre.data());
-  if (!Write(found, out.TemporaryPath())) return kNothingDone;
   if (WasInterrupted(console) || !out.Commit()) return kNothingDone;
-  Print(found);
+  if (page && !page->Commit()) return kNothingDone;
+  Print(*found);
   return kAllWell;
 }
 

@@ -48,8 +48,8 @@ bool WriteChargeDensity(const ChargeDensity& density, const std::string& path) {
   return WriteJsonFile(ToJson(density), path);
 }
 
-std::optional<ChargeDensity> ReadChargeDensity(const std::string& path, Console& console) {
-  return ReadJsonFile(path, "write it anew with qxhermite charges fit", console, FromJson);
+std::optional<ChargeDensity> ReadChargeDensity(const std::string& path, Listener& listener) {
+  return ReadJsonFile(path, "write it anew with qxhermite charges fit", listener, FromJson);
 }
 
 }  // namespace QXTools

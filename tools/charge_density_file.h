@@ -5,7 +5,7 @@
 
 #include "hermite/charge/charge_density.h"
 #include "host/molkit/mol.h"
-#include "tools/console.h"
+#include "tools/listener.h"
 
 // Charge densities in files, as JSON.
 
@@ -27,8 +27,8 @@ bool IsChargeDensityFile(const std::string& path);
 /// cannot be written.
 bool WriteChargeDensity(const ChargeDensity& density, const std::string& path);
 
-/// Reads what WriteChargeDensity wrote. Nothing when that cannot be done, which the console is
+/// Reads what WriteChargeDensity wrote. Nothing when that cannot be done, which the listener is
 /// told.
-std::optional<ChargeDensity> ReadChargeDensity(const std::string& path, Console& console);
+std::optional<ChargeDensity> ReadChargeDensity(const std::string& path, Listener& listener);
 
 }  // namespace QXTools

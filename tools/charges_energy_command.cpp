@@ -8,15 +8,16 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <limits>
 #include <numbers>
 #include <optional>
 
-#include "hermite/charge/interaction.h"
 #include "tools/arguments.h"
 #include "tools/charge_density_file.h"
-#include "tools/charge_potential.h"
+#include "tools/charge_report.h"
 #include "tools/command.h"
 #include "tools/console.h"
+#include "tools/interaction_energy.h"
 #include "tools/output_file.h"
 #include "tools/site_cube.h"
 #include "tools/stage.h"
@@ -26,12 +27,12 @@ namespace QXTools {
 namespace {
 
 using Eigen::Vector3d;
-using QXHermiteMath::QXHermiteChargeDensity;
 
 constexpr const char* kExamples = R"(Examples:
   qxhermite charges energy water.json formamide.json
   qxhermite charges energy water.json formamide.json --scan z:0:10:0.5
   qxhermite charges energy water.json formamide.json --scan rx:0:360:15 --out scan.csv
+  qxhermite charges energy water.json formamide.json --scan z:3:10:0.5 --report scan.html
 
 Exit status: 0 all well; 1 wrong usage, or nothing could be done; 2 some energies of a scan could
 not be computed.)";
@@ -72,11 +73,6 @@ Scan ParseScan(const std::string& text) {
   return scan;
 }
 
-struct Motion {
-  Eigen::Matrix3d rotation = Eigen::Matrix3d::Identity();
-  Vector3d translation = Vector3d::Zero();
-};
-
 Motion MotionOf(const Scan& scan, double value, const Vector3d& middle) {
   Motion motion;
   const Vector3d axis = Vector3d::Unit(scan.axis.back() - 'x');
@@ -89,47 +85,6 @@ Motion MotionOf(const Scan& scan, double value, const Vector3d& middle) {
   return motion;
 }
 
-/// Two densities and what is needed to see whether their energy can be computed.
-class Pair {
- public:
-  Pair(const QXHermiteChargeDensity& a, const QXHermiteChargeDensity& b) : a_(a), b_(b) {
-    interaction_.SetupRef(a);
-    interaction_.Setup(b);
-  }
-
-  double Energy(const Motion& motion) {
-    std::vector<double> rotation(9),
-        translation(motion.translation.begin(), motion.translation.end());
-    Eigen::Map<Eigen::Matrix<double, 3, 3, Eigen::RowMajor>>(rotation.data()) = motion.rotation;
-    return interaction_.CoulombEnergy(rotation, translation);
-  }
-
-  /// True when sites are too close for the closed form, see LeastDistance.
-  bool TooClose(const Motion& motion) const {
-    const auto a = a_.GetParams(), b = b_.GetParams();
-    for (unsigned int s = 0; s < a.NumSites(); ++s) {
-      for (unsigned int t = 0; t < b.NumSites(); ++t) {
-        if (a_.GetActives(s).empty() || b_.GetActives(t).empty()) continue;
-        const double alpha = std::pow(a.GetLambda(s), 2), beta = std::pow(b.GetLambda(t), 2);
-        const double least =
-            LeastDistance(a.GetNPolyMax(s) + b.GetNPolyMax(t), alpha * beta / (alpha + beta));
-        const Vector3d moved = motion.rotation * Center(b, t) + motion.translation;
-        if ((moved - Center(a, s)).norm() < least) return true;
-      }
-    }
-    return false;
-  }
-
- private:
-  static Vector3d Center(const QXHermiteMath::QXMultiHermiteParameters& layout, unsigned int site) {
-    return Vector3d::Map(layout.GetCenter(site).data());
-  }
-
-  const QXHermiteChargeDensity& a_;
-  const QXHermiteChargeDensity& b_;
-  QXHermiteMath::QXHermiteInteraction interaction_;
-};
-
 class ChargesEnergyCommand : public Command {
  public:
   std::string Name() const override { return "charges energy"; }
@@ -141,17 +96,23 @@ class ChargesEnergyCommand : public Command {
   ExitStatus Run() override;
 
  private:
-  ExitStatus RunScan(Pair& pair, const Vector3d& middle, Console& console) const;
+  /// Fills `scan` too.
+  ExitStatus RunScan(InteractionEnergy& pair, const Vector3d& middle, EnergyScan& scan,
+                     Console& console) const;
   /// As a table, or into the file. False when that fails, which the console is told.
   bool Write(const std::vector<std::vector<std::string>>& rows, Console& console) const;
+  bool WriteScanReport(const ChargeDensity& a, const ChargeDensity& b, const EnergyScan& scan,
+                       Console& console) const;
   /// False, which the console is told, for an infinity and for what is no number.
   bool IsFinite(double energy, Console& console) const;
 
-  std::string a_, b_, output_;
+  const CLI::App* app_ = nullptr;
+  std::string a_, b_, output_, report_;
   std::optional<Scan> scan_;
 };
 
 void ChargesEnergyCommand::Declare(CLI::App& app) {
+  app_ = &app;
   app.option_defaults()->ignore_case();
   app.footer(kExamples);
   AddFile(app, "A", a_, "Charge density that stays (.json)")->required();
@@ -162,16 +123,23 @@ void ChargesEnergyCommand::Declare(CLI::App& app) {
          "sites in degrees")
       ->type_name("AXIS:FROM:TO:STEP");
   AddFile(app, "--out", output_, "File for the energies of a scan: .csv");
+  AddReport(app, report_);
 }
 
 std::string ChargesEnergyCommand::Check() const {
   if (!output_.empty() && !scan_) return "--out: is for the energies of --scan: leave it out";
+  if (!report_.empty() && !scan_) return "--report: is for the energies of --scan: leave it out";
+  if (const std::string problem = CheckReport(report_); !report_.empty() && !problem.empty()) {
+    return problem;
+  }
   if (const std::string problem = CheckCsvName(output_); !output_.empty() && !problem.empty()) {
     return problem;
   }
-  for (const std::string& input : {a_, b_}) {
-    if (output_.empty() || !SameFile(output_, input)) continue;
-    return fmt::format("{}: is both read and written: give another name", output_);
+  for (const std::string& output : {output_, report_}) {
+    for (const std::string& input : {a_, b_}) {
+      if (output.empty() || !SameFile(output, input)) continue;
+      return fmt::format("{}: is both read and written: give another name", output);
+    }
   }
   return {};
 }
@@ -190,8 +158,8 @@ bool ChargesEnergyCommand::IsFinite(double energy, Console& console) const {
   return false;
 }
 
-ExitStatus ChargesEnergyCommand::RunScan(Pair& pair, const Vector3d& middle,
-                                         Console& console) const {
+ExitStatus ChargesEnergyCommand::RunScan(InteractionEnergy& pair, const Vector3d& middle,
+                                         EnergyScan& scan, Console& console) const {
   const Stage stage(console, b_, fmt::format("computing {} energies", scan_->Size()));
   std::vector<std::vector<std::string>> rows;
   size_t tooClose = 0;
@@ -199,10 +167,13 @@ ExitStatus ChargesEnergyCommand::RunScan(Pair& pair, const Vector3d& middle,
     const double value = scan_->from + static_cast<double>(i) * scan_->step;
     const Motion motion = MotionOf(*scan_, value, middle);
     const bool close = pair.TooClose(motion);
-    const double energy = close ? 0.0 : pair.Energy(motion);
+    const double energy = close ? 0.0 : pair.At(motion);
     if (!IsFinite(energy, console)) return kNothingDone;
     tooClose += close;
     rows.push_back({fmt::format("{:.10g}", value), close ? "" : EnergyText(energy)});
+    scan.values.push_back(value);
+    scan.energies.push_back(close ? std::numeric_limits<double>::quiet_NaN() : energy);
+    scan.motions.push_back(motion);
   }
   if (tooClose > 0) {
     console.Say(
@@ -232,16 +203,37 @@ bool ChargesEnergyCommand::Write(const std::vector<std::vector<std::string>>& ro
   return !file.fail() && out.Commit();
 }
 
+bool ChargesEnergyCommand::WriteScanReport(const ChargeDensity& a, const ChargeDensity& b,
+                                           const EnergyScan& scan, Console& console) const {
+  OutputFile out(report_, console);
+  if (!out.IsOpen()) return false;
+  if (scan.values.size() > kMostReportRows) {
+    console.Say(fmt::format("{}: the page shows the first {} of {} places", report_,
+                            kMostReportRows, scan.values.size()));
+  }
+  Report report = ReportOfScan(a, b, scan);
+  report.settings = SettingsOf(*app_);
+  if (WriteReport(report, out.TemporaryPath())) return out.Commit();
+  console.Say(fmt::format("{}: cannot be written: is the disk full?", report_));
+  return false;
+}
+
 ExitStatus ChargesEnergyCommand::Run() {
   Console console;
   if (!output_.empty() && !OutputFile(output_, console).IsOpen()) return kNothingDone;
+  if (!report_.empty() && !OutputFile(report_, console).IsOpen()) return kNothingDone;
   const std::optional<ChargeDensity> a = ReadChargeDensity(a_, console);
   const std::optional<ChargeDensity> b = ReadChargeDensity(b_, console);
   if (!a || !b) return kNothingDone;
-  Pair pair(a->density, b->density);
+  InteractionEnergy pair(a->density, b->density);
   if (scan_) {
     const SiteCube cube = CubeOfSites(b->density.GetParams());
-    return RunScan(pair, Vector3d::Map(cube.centre.data()), console);
+    EnergyScan scan;
+    scan.coordinate = scan_->IsTurn() ? "turn" : "shift";
+    scan.unit = scan_->IsTurn() ? "degrees" : "\u00c5";
+    const ExitStatus status = RunScan(pair, Vector3d::Map(cube.centre.data()), scan, console);
+    if (report_.empty() || status == kNothingDone) return status;
+    return WriteScanReport(*a, *b, scan, console) ? status : kNothingDone;
   }
   if (pair.TooClose({})) {
     console.Say(
@@ -250,7 +242,7 @@ ExitStatus ChargesEnergyCommand::Run() {
                     b_, a_));
     return kNothingDone;
   }
-  const double energy = pair.Energy({});
+  const double energy = pair.At({});
   if (!IsFinite(energy, console)) return kNothingDone;
   std::fputs(fmt::format("{} kcal/mol\n", EnergyText(energy)).c_str(), stdout);
   return kAllWell;

@@ -12,7 +12,8 @@
 #include "host/molkit/molstream.h"
 #include "tools/arguments.h"
 #include "tools/charge_density_file.h"
-#include "tools/charge_potential.h"
+#include "tools/charge_fit.h"
+#include "tools/charge_report.h"
 #include "tools/command.h"
 #include "tools/console.h"
 #include "tools/electrostatic_data.h"
@@ -35,13 +36,13 @@ constexpr const char* kExamples = R"(Examples:
 
 Exit status: 0 all well; 1 wrong usage, or nothing could be done.)";
 
-constexpr unsigned int kLargestDegree = 10;
 constexpr double kDebye = 4.80320471;  ///< debye in one e angstrom
 
 struct ChargesFitArguments {
   std::string file;
   std::string output;
-  std::string curve;  ///< empty: none
+  std::string curve;   ///< empty: none
+  std::string report;  ///< empty: none
   unsigned int record = 1;
   std::string sites = "all";
   bool relaxed = false;
@@ -65,20 +66,17 @@ class ChargesFitCommand : public Command {
   /// x, y, z of each. Nothing, as with the others, when that cannot be done, which the console is
   /// told.
   std::optional<std::vector<double>> FindSites(const QXMolKit::QXMol& mol, Console& console) const;
-  std::optional<std::vector<double>> Sites(const ElectrostaticData& data, Console& console) const;
-  /// Those to be fitted, or those held out: all but what lies too close to a site.
-  std::vector<size_t> Places(const ElectrostaticData& data, const std::vector<double>& sites,
-                             bool heldOut, Console& console) const;
+  ElectrostaticSettings Settings() const;
   std::optional<ElectrostaticPath> Fit(const ElectrostaticData& data, Console& console) const;
-  /// Tells what there is to say of the density chosen.
-  void Judge(const ElectrostaticPath& path, Console& console) const;
   std::string Place() const;
 
+  const CLI::App* app_ = nullptr;
   ChargesFitArguments arguments_;
 };
 
 void ChargesFitCommand::Declare(CLI::App& app) {
   ChargesFitArguments& a = arguments_;
+  app_ = &app;
   app.option_defaults()->ignore_case();
   app.footer(kExamples);
   AddFile(app, "FILE", a.file,
@@ -87,6 +85,7 @@ void ChargesFitCommand::Declare(CLI::App& app) {
   AddCount(app, "--record", a.record, 1, "Which record of a molecule file to take");
   AddFile(app, "--out", a.output, "File for the charge density: .json")->required();
   AddFile(app, "--write-curve", a.curve, "File for the errors along the path: .csv");
+  AddReport(app, a.report);
   AddFile(app, "--sites", a.sites, "all or heavy atoms, or a file with a line x,y,z for each")
       ->type_name("all|heavy|FILE")
       ->default_str("all");
@@ -117,7 +116,10 @@ std::string ChargesFitCommand::Check() const {
                        a.file);
   }
   if (!isMolecule && a.record != 1) return "--record: is for molecule files: leave it out";
-  for (const std::string& output : {a.output, a.curve}) {
+  if (const std::string problem = CheckReport(a.report); !a.report.empty() && !problem.empty()) {
+    return problem;
+  }
+  for (const std::string& output : {a.output, a.curve, a.report}) {
     for (const std::string& input : {a.file, a.sites}) {
       if (output.empty() || !SameFile(output, input)) continue;
       return fmt::format("{}: is both read and written: give another name", output);
@@ -129,8 +131,8 @@ std::string ChargesFitCommand::Check() const {
   if (const std::string problem = CheckCsvName(a.curve); !a.curve.empty() && !problem.empty()) {
     return problem;
   }
-  if (a.fit.degree > kLargestDegree)
-    return fmt::format("--npolymax: is at most {}", kLargestDegree);
+  if (a.fit.degree > kLargestFitDegree)
+    return fmt::format("--npolymax: is at most {}", kLargestFitDegree);
   if (!a.fit.regression.GetUsePotential() && !a.fit.regression.GetUseElectricField()) {
     return "-UsePotential, -UseElectricField: nothing to fit: set one of them true";
   }
@@ -148,28 +150,9 @@ std::string ChargesFitCommand::Place() const {
 }
 
 std::optional<ElectrostaticData> ChargesFitCommand::ReadData(Console& console) const {
-  std::optional<ElectrostaticData> data =
-      IsElectrostaticJson(arguments_.file)
-          ? ReadElectrostaticJson(arguments_.file, console)
-          : ReadElectrostaticRecord(arguments_.file, arguments_.record, console);
-  if (!data) return data;
-  const auto& regression = arguments_.fit.regression;
-  if (regression.GetUsePotential() && data->potential.empty()) {
-    console.Say(fmt::format("{}: has no potential: add it, or give -UsePotential false", Place()));
-    return std::nullopt;
-  }
-  if (regression.GetUseElectricField() && data->field.empty()) {
-    console.Say(
-        fmt::format("{}: has no electric field: add it, or give -UseElectricField false", Place()));
-    return std::nullopt;
-  }
-  if (std::abs(data->totalCharge) > 0.5 && regression.GetUseNeutralCharge()) {
-    console.Say(
-        fmt::format("{}: its charge is {:g}, but a neutral density is fitted: give "
-                    "-UseNeutralCharge false",
-                    Place(), data->totalCharge));
-  }
-  return data;
+  return IsElectrostaticJson(arguments_.file)
+             ? ReadElectrostaticJson(arguments_.file, console)
+             : ReadElectrostaticRecord(arguments_.file, arguments_.record, console);
 }
 
 std::optional<std::vector<double>> ChargesFitCommand::FindSites(const QXMolKit::QXMol& mol,
@@ -183,92 +166,19 @@ std::optional<std::vector<double>> ChargesFitCommand::FindSites(const QXMolKit::
   return std::nullopt;
 }
 
-std::optional<std::vector<double>> ChargesFitCommand::Sites(const ElectrostaticData& data,
-                                                            Console& console) const {
-  const std::optional<std::vector<double>> sites = FindSites(data.mol, console);
-  if (!sites) return sites;
-  const size_t numSites = sites->size() / 3;
-  const double functions = static_cast<double>(QXHermiteMath::SizeOfBasis(arguments_.fit.degree)) *
-                           static_cast<double>(numSites);
-  // The matrix of potential and field, and a copy of it.
-  const double bytes = 2.0 * 8.0 * 4.0 * static_cast<double>(data.NumPoints()) * functions;
-  if (bytes <= arguments_.memory * 1048576.0) return sites;
-  console.Say(
-      fmt::format("{}: {} functions at {} points need {:.0f} MiB: raise --memory, or "
-                  "lower --npolymax",
-                  Place(), functions, data.NumPoints(), std::ceil(bytes / 1048576.0)));
-  return std::nullopt;
-}
-
-std::vector<size_t> ChargesFitCommand::Places(const ElectrostaticData& data,
-                                              const std::vector<double>& sites, bool heldOut,
-                                              Console& console) const {
-  const double width = arguments_.fit.width > 0.0 ? arguments_.fit.width : kLeastTriedWidth;
-  const double least = LeastDistance(arguments_.fit.degree + 1, width * width);
-  std::vector<size_t> places, close;
-  for (size_t i = 0; i < data.NumPoints(); ++i) {
-    if (data.heldOut[i] != heldOut) continue;
-    bool isClose = false;
-    for (size_t s = 0; s < sites.size(); s += 3) {
-      const double* const p = &data.points[3 * i];
-      isClose |= std::hypot(p[0] - sites[s], p[1] - sites[s + 1], p[2] - sites[s + 2]) < least;
-    }
-    (isClose ? close : places).push_back(i);
-  }
-  if (!close.empty()) {
-    console.Say(
-        fmt::format("{}: {} point{} {}, the first of them number {}, closer than {:.2g} A to "
-                    "a site: left out",
-                    Place(), close.size(), close.size() == 1 ? "" : "s",
-                    heldOut ? "held out" : "to be fitted", close[0] + 1, least));
-  }
-  return places;
+ElectrostaticSettings ChargesFitCommand::Settings() const {
+  ElectrostaticSettings settings = arguments_.fit;
+  if (arguments_.relaxed) settings.method = FitMethod::Relaxed;
+  if (arguments_.pruned) settings.method = FitMethod::Pruned;
+  return settings;
 }
 
 std::optional<ElectrostaticPath> ChargesFitCommand::Fit(const ElectrostaticData& data,
                                                         Console& console) const {
-  const std::optional<std::vector<double>> sites = Sites(data, console);
+  const std::optional<std::vector<double>> sites = FindSites(data.mol, console);
   if (!sites) return std::nullopt;
-  const ElectrostaticSample fitted = TakePoints(data, Places(data, *sites, false, console));
-  const ElectrostaticSample heldOut = TakePoints(data, Places(data, *sites, true, console));
-  if (fitted.points.empty()) {
-    console.Say(
-        fmt::format("{}: has no points to fit: hold fewer out, or take a larger --lambda or "
-                    "a lower --npolymax",
-                    Place()));
-    return std::nullopt;
-  }
-  ElectrostaticSettings settings = arguments_.fit;
-  if (arguments_.relaxed) settings.method = FitMethod::Relaxed;
-  if (arguments_.pruned) settings.method = FitMethod::Pruned;
   const Stage stage(console, Place(), fmt::format("fitting at {} sites", sites->size() / 3));
-  ElectrostaticPath path(settings, fitted, heldOut, *sites);
-  if (!path.Steps().empty()) return path;
-  console.Say(fmt::format("{}: there is nothing to fit: check that its values differ", Place()));
-  return std::nullopt;
-}
-
-void ChargesFitCommand::Judge(const ElectrostaticPath& path, Console& console) const {
-  constexpr double kMuchWorse = 2.0;
-  const ElectrostaticSettings& wanted = arguments_.fit;
-  const ElectrostaticStep& chosen = path.Chosen();
-  if (wanted.actives > chosen.functions) {
-    console.Say(fmt::format("{}: --actives {}: the path ends with {}, which are taken", Place(),
-                            wanted.actives, chosen.functions));
-  }
-  if (wanted.targetError > 0.0 && !path.ReachesTarget(chosen.fitted)) {
-    console.Say(
-        fmt::format("{}: --target-error {}: is not reached, all {} functions are taken: "
-                    "raise --npolymax, or choose another --lambda",
-                    Place(), wanted.targetError, chosen.functions));
-  }
-  const double ratio = path.Total(chosen.heldOut) / path.Total(chosen.fitted);
-  if (ratio > kMuchWorse) {
-    console.Say(
-        fmt::format("{}: errors at the points held out are {:.1f} times those at the points "
-                    "fitted: take fewer functions with --actives, or give more points",
-                    Place(), ratio));
-  }
+  return FitCharges(data, Settings(), *sites, arguments_.memory, Place(), console);
 }
 
 /// An error, or a dash where there is none.
@@ -328,20 +238,18 @@ ExitStatus ChargesFitCommand::Run() {
   OutputFile out(arguments_.output, console);
   std::optional<OutputFile> curve;
   if (!arguments_.curve.empty()) curve.emplace(arguments_.curve, console);
-  if (!out.IsOpen() || (curve && !curve->IsOpen())) return kNothingDone;
+  std::optional<OutputFile> page;
+  if (!arguments_.report.empty()) page.emplace(arguments_.report, console);
+  if (!out.IsOpen() || (curve && !curve->IsOpen()) || (page && !page->IsOpen())) {
+    return kNothingDone;
+  }
   const std::optional<ElectrostaticData> data = ReadData(console);
   if (!data) return kNothingDone;
   const std::optional<ElectrostaticPath> path = Fit(*data, console);
   if (!path) return kNothingDone;
-  Judge(*path, console);
-  const auto& regression = arguments_.fit.regression;
-  const std::string source =
-      fmt::format("{}{}{} at {} points", regression.GetUsePotential() ? "potential" : "",
-                  regression.GetUsePotential() && regression.GetUseElectricField() ? " and " : "",
-                  regression.GetUseElectricField() ? "field" : "",
-                  std::count(data->heldOut.begin(), data->heldOut.end(), false));
-  if (!WriteChargeDensity({data->title, source, data->mol, path->Chosen().density},
-                          out.TemporaryPath())) {
+  if (!WriteChargeDensity(
+          {data->title, FittedTo(*data, Settings()), data->mol, path->Chosen().density},
+          out.TemporaryPath())) {
     console.Say(fmt::format("{}: cannot be written: check the disk", arguments_.output));
     return kNothingDone;
   }
@@ -349,8 +257,17 @@ ExitStatus ChargesFitCommand::Run() {
     console.Say(fmt::format("{}: cannot be written: check the disk", arguments_.curve));
     return kNothingDone;
   }
+  if (page) {
+    Report report = ReportOfPath(*path, *data);
+    report.settings = SettingsOf(*app_);
+    if (!WriteReport(report, page->TemporaryPath())) {
+      console.Say(fmt::format("{}: cannot be written: check the disk", arguments_.report));
+      return kNothingDone;
+    }
+  }
   if (WasInterrupted(console) || !out.Commit()) return kNothingDone;
   if (curve && !curve->Commit()) return kNothingDone;
+  if (page && !page->Commit()) return kNothingDone;
   std::fputs((CurveTable(*path) + Summary(path->Chosen(), *data)).c_str(), stdout);
   return kAllWell;
 }

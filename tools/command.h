@@ -39,5 +39,6 @@ std::unique_ptr<Command> MakeFitGridCommand();
 std::unique_ptr<Command> MakeChargesFitCommand();
 std::unique_ptr<Command> MakeChargesPotentialCommand();
 std::unique_ptr<Command> MakeChargesEnergyCommand();
+std::unique_ptr<Command> MakeReportCommand();
 
 }  // namespace QXTools

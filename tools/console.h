@@ -7,22 +7,23 @@
 #include <utility>
 #include <vector>
 
+#include "tools/listener.h"
 #include "tools/progress.h"
 
 namespace QXTools {
 
 /// Messages for people on stderr, kept apart from the progress line there. While it lives, the
 /// reports of the library come out here too.
-class Console {
+class Console : public Listener {
  public:
   Console();
-  ~Console();
+  ~Console() override;
   Console(const Console&) = delete;
   Console& operator=(const Console&) = delete;
 
   /// One line of text. What hostile titles and names hold becomes '?', see DisplayText. A stderr
   /// that cannot be written to is no failure. Safe from any thread.
-  void Say(const std::string& text);
+  void Say(const std::string& text) override;
 
   /// A line that stands on a terminal until the next text, cut to its width. Both are safe from any
   /// thread.

@@ -31,16 +31,16 @@ void Adopt(const QXHermite& expansion, Density& density) {
   std::copy_n(expansion.GetCenter().begin(), 3, density.centre.begin());
 }
 
-std::optional<Density> FromMolecule(const DensityArguments& arguments, Console& console) {
-  std::optional<QXMol> mol = ReadRecord(arguments.file, arguments.record, "--record", console);
+std::optional<Density> FromMolecule(const DensityArguments& arguments, Listener& listener) {
+  std::optional<QXMol> mol = ReadRecord(arguments.file, arguments.record, "--record", listener);
   if (!mol) return std::nullopt;
   const std::string place = fmt::format("{}:{}", arguments.file, arguments.record);
   const QXMol used = arguments.hydrogens ? *mol : HeavyAtoms(*mol);
   if (const std::string reason = WhyUnfit(used); !reason.empty()) {
-    console.Say(fmt::format("{}: {}", place, reason));
+    listener.Say(fmt::format("{}: {}", place, reason));
     return std::nullopt;
   }
-  if (LooksLikeDrawing(used)) console.Say(fmt::format("{}: {}", place, kDrawingWarning));
+  if (LooksLikeDrawing(used)) listener.Say(fmt::format("{}: {}", place, kDrawingWarning));
   const auto gaussians = QXHermiteMath::QXMolToGaussians(used, QXHermiteMath::kOverlayAtomRadius);
   QXHermite expansion;
   expansion.Setup(gaussians, arguments.expansion);
@@ -65,8 +65,8 @@ double WidthAbout(const std::array<double, 3>& centre, const QXScalarGrid& grid)
   return 2.0 * *std::max_element(std::begin(distances), std::end(distances));
 }
 
-std::optional<Density> FromGrid(const DensityArguments& arguments, Console& console) {
-  const std::optional<QXScalarGrid> grid = ReadDensityGrid(arguments.file, console);
+std::optional<Density> FromGrid(const DensityArguments& arguments, Listener& listener) {
+  const std::optional<QXScalarGrid> grid = ReadDensityGrid(arguments.file, listener);
   if (!grid) return std::nullopt;
   std::array<double, 3> centre{};
   if (arguments.expansion.GetUseCenterOfMass()) {
@@ -85,7 +85,7 @@ std::optional<Density> FromGrid(const DensityArguments& arguments, Console& cons
     density.mol = grid->GetData<QXMol>(QXCore::kQXGridMoleculeTag);
   }
   Adopt(expansion, density);
-  WarnOfCoarseGrid(arguments.file, expansion.GetSelfOverlap() / density.exactSelfOverlap, console);
+  WarnOfCoarseGrid(arguments.file, expansion.GetSelfOverlap() / density.exactSelfOverlap, listener);
   density.width = WidthAbout(density.centre, *grid);
   return density;
 }
@@ -132,16 +132,16 @@ std::string CheckDensityArguments(const DensityArguments& arguments) {
   return {};
 }
 
-std::optional<Density> LoadDensity(const DensityArguments& arguments, Console& console) {
+std::optional<Density> LoadDensity(const DensityArguments& arguments, Listener& listener) {
   std::optional<Density> density = IsExpansionFile(arguments.file)
-                                       ? ReadExpansion(arguments.file, console)
-                                   : IsGridFile(arguments.file) ? FromGrid(arguments, console)
-                                                                : FromMolecule(arguments, console);
+                                       ? ReadExpansion(arguments.file, listener)
+                                   : IsGridFile(arguments.file) ? FromGrid(arguments, listener)
+                                                                : FromMolecule(arguments, listener);
   if (!density) return density;
   const double norm = density->expansion.GetSelfOverlap();
   if (std::isfinite(norm) && norm > 0.0) return density;
-  console.Say(fmt::format("{}: its expansion has no finite norm: check the values and the widths",
-                          arguments.file));
+  listener.Say(fmt::format("{}: its expansion has no finite norm: check the values and the widths",
+                           arguments.file));
   return std::nullopt;
 }
 

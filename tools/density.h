@@ -6,7 +6,7 @@
 
 #include "hermite/expansion/hermite.h"
 #include "host/molkit/mol.h"
-#include "tools/console.h"
+#include "tools/listener.h"
 
 namespace CLI {
 class App;
@@ -38,7 +38,7 @@ struct Density {
 void DeclareDensityArguments(CLI::App& app, DensityArguments& arguments);
 std::string CheckDensityArguments(const DensityArguments& arguments);
 
-/// Reads and expands. Nothing when that cannot be done, which the console is told.
-std::optional<Density> LoadDensity(const DensityArguments& arguments, Console& console);
+/// Reads and expands. Nothing when that cannot be done, which the listener is told.
+std::optional<Density> LoadDensity(const DensityArguments& arguments, Listener& listener);
 
 }  // namespace QXTools

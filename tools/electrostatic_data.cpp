@@ -120,14 +120,15 @@ bool IsElectrostaticJson(const std::string& path) {
   return IsExpansionFile(path);
 }
 
-std::optional<ElectrostaticData> ReadElectrostaticJson(const std::string& path, Console& console) {
-  return ReadJsonFile(path, "compare it with the format in docs/electrostatics.md", console,
+std::optional<ElectrostaticData> ReadElectrostaticJson(const std::string& path,
+                                                       Listener& listener) {
+  return ReadJsonFile(path, "compare it with the format in docs/electrostatics.md", listener,
                       FromJson);
 }
 
 std::optional<ElectrostaticData> ReadElectrostaticRecord(const std::string& path,
-                                                         unsigned int record, Console& console) {
-  std::optional<QXMolKit::QXMol> mol = ReadRecord(path, record, "--record", console);
+                                                         unsigned int record, Listener& listener) {
+  std::optional<QXMolKit::QXMol> mol = ReadRecord(path, record, "--record", listener);
   if (!mol) return std::nullopt;
   try {
     ElectrostaticData data;
@@ -144,8 +145,8 @@ std::optional<ElectrostaticData> ReadElectrostaticRecord(const std::string& path
     data.mol = std::move(*mol);
     return data;
   } catch (const std::runtime_error& error) {
-    console.Say(fmt::format("{}:{}: SD {}: see docs/electrostatics.md for the tags", path, record,
-                            error.what()));
+    listener.Say(fmt::format("{}:{}: SD {}: see docs/electrostatics.md for the tags", path, record,
+                             error.what()));
   }
   return std::nullopt;
 }

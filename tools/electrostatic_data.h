@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "host/molkit/mol.h"
-#include "tools/console.h"
+#include "tools/listener.h"
 
 namespace QXTools {
 
@@ -28,12 +28,12 @@ struct ElectrostaticData {
 bool IsElectrostaticJson(const std::string& path);
 
 /// Reads data from JSON: see docs/electrostatics.md. Nothing when that cannot be done, which the
-/// console is told, as below.
-std::optional<ElectrostaticData> ReadElectrostaticJson(const std::string& path, Console& console);
+/// listener is told, as below.
+std::optional<ElectrostaticData> ReadElectrostaticJson(const std::string& path, Listener& listener);
 
 /// Reads data from the SD tags "grid", "potential", "electric field" and "holdout" of a record,
 /// counted from 1: numbers, separated by blanks or commas.
 std::optional<ElectrostaticData> ReadElectrostaticRecord(const std::string& path,
-                                                         unsigned int record, Console& console);
+                                                         unsigned int record, Listener& listener);
 
 }  // namespace QXTools

@@ -36,6 +36,12 @@ ElectrostaticPath::ElectrostaticPath(const ElectrostaticSettings& settings,
     if (density.NumActives() == 0) continue;
     steps_.push_back({functions, density, ErrorsOf(density, fitted), ErrorsOf(density, heldOut)});
   }
+  TellProgress(settings.width > 0.0 ? 1 : kTriedWidths + 1);
+}
+
+void ElectrostaticPath::TellProgress(unsigned int fitsDone) const {
+  if (settings_.progress)
+    settings_.progress(fitsDone, settings_.width > 0.0 ? 1 : kTriedWidths + 1);
 }
 
 const ElectrostaticStep& ElectrostaticPath::Chosen() const {
@@ -82,6 +88,7 @@ double ElectrostaticPath::BestWidth() const {
   for (unsigned int i = 0; i < kTriedWidths; ++i) {
     const double width = kLeastTriedWidth * std::pow(kLargestTriedWidth / kLeastTriedWidth,
                                                      double(i) / (kTriedWidths - 1));
+    TellProgress(i);
     const ElectrostaticFit fit = Fit(width);
     if (fit.maxFunctions == 0) continue;
     const std::vector<unsigned int> numbers = NumbersUpTo(fit.maxFunctions);
@@ -96,6 +103,7 @@ double ElectrostaticPath::BestWidth() const {
     best = quality;
     bestWidth = width;
   }
+  TellProgress(kTriedWidths);
   return bestWidth > 0.0 ? bestWidth : kLeastTriedWidth;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <vector>
 
 #include "tools/electrostatic_fit.h"
@@ -14,6 +15,9 @@ struct ElectrostaticSettings {
   double targetError = 0.0;  ///< 0: none
   FitMethod method = FitMethod::Lasso;
   QXHermiteMath::QXLassoChargeDensityOptions regression;
+  /// Told, unless it is empty, how many fits are done, and of how many. The search ends with what
+  /// it throws.
+  std::function<void(unsigned int, unsigned int)> progress;
 };
 
 /// The least width that is tried where none is given.
@@ -48,6 +52,7 @@ class ElectrostaticPath {
   ElectrostaticFit Fit(double width) const;
   bool Reaches(const ElectrostaticFit& fit, unsigned int functions) const;
   double BestWidth() const;
+  void TellProgress(unsigned int fitsDone) const;
   std::vector<unsigned int> Numbers(const ElectrostaticFit& fit) const;
 
   const ElectrostaticSettings settings_;

@@ -91,9 +91,9 @@ bool WriteExpansion(const Density& density, const std::string& path) {
   return WriteJsonFile(json, path);
 }
 
-std::optional<Density> ReadExpansion(const std::string& path, Console& console) {
-  return ReadJsonFile(path, "write it anew with qxhermite expand, or fit-grid for a model", console,
-                      FromJson);
+std::optional<Density> ReadExpansion(const std::string& path, Listener& listener) {
+  return ReadJsonFile(path, "write it anew with qxhermite expand, or fit-grid for a model",
+                      listener, FromJson);
 }
 
 }  // namespace QXTools

@@ -3,8 +3,8 @@
 #include <optional>
 #include <string>
 
-#include "tools/console.h"
 #include "tools/density.h"
+#include "tools/listener.h"
 
 // Expansions in files, as JSON.
 
@@ -17,7 +17,7 @@ bool IsExpansionFile(const std::string& path);
 /// same expansion again, to the last bit. False when the file cannot be written.
 bool WriteExpansion(const Density& density, const std::string& path);
 
-/// Reads what WriteExpansion wrote. Nothing when that cannot be done, which the console is told.
-std::optional<Density> ReadExpansion(const std::string& path, Console& console);
+/// Reads what WriteExpansion wrote. Nothing when that cannot be done, which the listener is told.
+std::optional<Density> ReadExpansion(const std::string& path, Listener& listener);
 
 }  // namespace QXTools

@@ -42,15 +42,16 @@ std::string CheckGridName(const std::string& path) {
   return fmt::format("{}: not the name of a grid: take .ccp4, .map, .mrc, .cube or .cub", path);
 }
 
-std::optional<QXScalarGrid> ReadDensityGrid(const std::string& path, Console& console) {
+std::optional<QXScalarGrid> ReadDensityGrid(const std::string& path, Listener& listener) {
   QXScalarGrid grid;
   if (!QXCore::QXReadGrid(path, grid)) return std::nullopt;
   if (QXCore::QXCountNonFinite(grid) > 0) {
-    console.Say(fmt::format("{}: not used, not all of its values are finite: mend the file", path));
+    listener.Say(
+        fmt::format("{}: not used, not all of its values are finite: mend the file", path));
     return std::nullopt;
   }
   if (!(Largest(grid) > 0.0f)) {
-    console.Say(fmt::format("{}: no value is positive: give a density", path));
+    listener.Say(fmt::format("{}: no value is positive: give a density", path));
     return std::nullopt;
   }
   return grid;
@@ -78,19 +79,19 @@ QXHermiteMath::QXHermiteOptions WithWidths(QXHermiteMath::QXHermiteOptions optio
   return options;
 }
 
-void WarnOfCoarseGrid(const std::string& path, double held, Console& console) {
+void WarnOfCoarseGrid(const std::string& path, double held, Listener& listener) {
   constexpr double kRounding = 1.02;
   if (!(held > kRounding)) return;
-  console.Say(fmt::format(
+  listener.Say(fmt::format(
       "{}: its elements are too far apart for this expansion, which means nothing: lower "
       "--NPolyMax or the widths, or give a finer grid",
       path));
 }
 
-void WarnOfPoorExpansion(const std::string& path, double held, Console& console) {
-  WarnOfCoarseGrid(path, held, console);
+void WarnOfPoorExpansion(const std::string& path, double held, Listener& listener) {
+  WarnOfCoarseGrid(path, held, listener);
   if (held < 0.5) {
-    console.Say(
+    listener.Say(
         fmt::format("{}: the expansion holds only {} % of it: raise --NPolyMax, or lower --cut "
                     "if it has sharp peaks",
                     path, static_cast<int>(100 * held)));

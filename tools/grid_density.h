@@ -8,8 +8,8 @@
 #include "hermite/expansion/hermite.h"
 #include "host/core/gaussian.h"
 #include "host/grid/scalar_grid.h"
-#include "tools/console.h"
 #include "tools/inertial_frame.h"
+#include "tools/listener.h"
 
 // Densities on grids, as the commands see them.
 
@@ -20,9 +20,9 @@ bool IsGridFile(const std::string& path);
 /// What is wrong with the name of a grid file, or an empty text.
 std::string CheckGridName(const std::string& path);
 
-/// Reads a grid of finite values, some of them positive. Nothing otherwise, which the console is
+/// Reads a grid of finite values, some of them positive. Nothing otherwise, which the listener is
 /// told.
-std::optional<QXCore::QXScalarGrid> ReadDensityGrid(const std::string& path, Console& console);
+std::optional<QXCore::QXScalarGrid> ReadDensityGrid(const std::string& path, Listener& listener);
 
 /// The integral of the square: the sum over elements times the volume of one.
 double SelfOverlap(const QXCore::QXScalarGrid& grid);
@@ -36,9 +36,9 @@ QXHermiteMath::QXHermiteOptions WithWidths(QXHermiteMath::QXHermiteOptions optio
 
 /// Tells that a basis is finer than the elements of a grid, by the share of the grid that the
 /// expansion holds, which is above 1 then.
-void WarnOfCoarseGrid(const std::string& path, double held, Console& console);
+void WarnOfCoarseGrid(const std::string& path, double held, Listener& listener);
 /// The same, and tells when the expansion holds less than half of the grid.
-void WarnOfPoorExpansion(const std::string& path, double held, Console& console);
+void WarnOfPoorExpansion(const std::string& path, double held, Listener& listener);
 
 /// Cuts the largest values down to the one below which the given share of all that is positive
 /// lies. The core peaks of electron densities, which no grid samples well, have little to do with

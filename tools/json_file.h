@@ -10,7 +10,7 @@
 #include <string>
 #include <type_traits>
 
-#include "tools/console.h"
+#include "tools/listener.h"
 
 // Files of the tool's own in JSON.
 
@@ -69,22 +69,22 @@ inline bool IsJsonOfFormat(const std::string& path, const std::string& begin) {
 }
 
 /// What `convert` makes of the JSON in a file. Nothing when the file cannot be read or `convert`
-/// throws std::runtime_error, which the console is told, with what to do: `remedy`.
+/// throws std::runtime_error, which the listener is told, with what to do: `remedy`.
 template <typename Convert>
-auto ReadJsonFile(const std::string& path, const std::string& remedy, Console& console,
+auto ReadJsonFile(const std::string& path, const std::string& remedy, Listener& listener,
                   Convert convert) -> std::optional<std::invoke_result_t<Convert, Json>> {
   std::ifstream in(path, std::ios::binary);
   if (!in || !std::filesystem::is_regular_file(path)) {
-    console.Say(
+    listener.Say(
         fmt::format("{}: cannot be opened as a file: check the name and the permissions", path));
     return std::nullopt;
   }
   try {
     return convert(ParseJson(in));
   } catch (const Json::exception& error) {
-    console.Say(fmt::format("{}: cannot be read ({}): {}", path, error.what(), remedy));
+    listener.Say(fmt::format("{}: cannot be read ({}): {}", path, error.what(), remedy));
   } catch (const std::runtime_error& error) {
-    console.Say(fmt::format("{}: {}: {}", path, error.what(), remedy));
+    listener.Say(fmt::format("{}: {}: {}", path, error.what(), remedy));
   }
   return std::nullopt;
 }

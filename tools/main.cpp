@@ -38,6 +38,7 @@ std::vector<std::unique_ptr<Command>> MakeCommands() {
   commands.push_back(MakeChargesFitCommand());
   commands.push_back(MakeChargesPotentialCommand());
   commands.push_back(MakeChargesEnergyCommand());
+  commands.push_back(MakeReportCommand());
   return commands;
 }
 

@@ -40,8 +40,8 @@ bool WriteModel(const Model& model, const std::string& path) {
   return WriteJsonFile(ToJson(model), path);
 }
 
-std::optional<Model> ReadModel(const std::string& path, Console& console) {
-  return ReadJsonFile(path, "write it anew with qxhermite fit-grid", console, FromJson);
+std::optional<Model> ReadModel(const std::string& path, Listener& listener) {
+  return ReadJsonFile(path, "write it anew with qxhermite fit-grid", listener, FromJson);
 }
 
 }  // namespace QXTools

@@ -5,7 +5,7 @@
 
 #include "hermite/multihermite/multi_hermite.h"
 #include "host/grid/scalar_grid.h"
-#include "tools/console.h"
+#include "tools/listener.h"
 
 // Multi-centre expansions in files, as JSON.
 
@@ -25,7 +25,7 @@ bool IsModelFile(const std::string& path);
 /// again, to the last bit. False when the file cannot be written.
 bool WriteModel(const Model& model, const std::string& path);
 
-/// Reads what WriteModel wrote. Nothing when that cannot be done, which the console is told.
-std::optional<Model> ReadModel(const std::string& path, Console& console);
+/// Reads what WriteModel wrote. Nothing when that cannot be done, which the listener is told.
+std::optional<Model> ReadModel(const std::string& path, Listener& listener);
 
 }  // namespace QXTools

@@ -21,6 +21,7 @@ namespace fs = std::filesystem;
 constexpr const char* kExamples = R"(Examples:
   qxhermite overlay --ref ref.sdf --fit library.sdf --out hits.sdf
   qxhermite overlay --ref ref.sdf --ref-record 3 --fit a.sdf b.mol2 --out hits.sdf --csv hits.csv
+  qxhermite overlay --ref ref.sdf --fit library.sdf --out hits.sdf --report hits.html
   qxhermite overlay --ref ref.sdf --fit library.sdf --out hits.sdf --npolymax 8 --poses 4
   qxhermite overlay --ref ref.sdf --fit library.sdf --out hits.sdf --starts 24 --polish 8
   qxhermite overlay --ref site.sdf --fit docked.sdf --out hits.sdf --in-place
@@ -58,6 +59,7 @@ constexpr double kLargestSigma = 100.0;
 std::vector<std::string> Outputs(const OverlayArguments& arguments) {
   std::vector<std::string> outputs;
   if (!arguments.csv.empty()) outputs.push_back(arguments.csv);
+  if (!arguments.report.empty()) outputs.push_back(arguments.report);
   const size_t ranks = IsGridFile(arguments.fits.front()) ? arguments.fits.size() : 1;
   for (size_t rank = 1; rank <= ranks; ++rank) {
     outputs.push_back(RankedName(arguments.output, rank));
@@ -161,6 +163,7 @@ void DeclareOverlayArguments(CLI::App& app, OverlayArguments& arguments) {
           "moved grid; further ones get their rank in the name")
       ->required();
   AddFile(app, "--csv", arguments.csv, "File for the ranking, comma-separated");
+  AddReport(app, arguments.report);
   AddFile(app, "--records", arguments.recordsFolder,
           "Folder to keep a .qxb record of every start and pose in")
       ->type_name("DIR");
@@ -191,6 +194,7 @@ void DeclareOverlayArguments(CLI::App& app, OverlayArguments& arguments) {
       if (app.get_option(name)->count() > 0) arguments.searchOption = name;
     }
     const auto given = [&app](const char* name) { return app.get_option(name)->count() > 0; };
+    arguments.settings = SettingsOf(app);
     const bool grid = HasGrid(arguments);
     if (grid && !given("--NPolyMax")) arguments.expansion.SetNPolyMax(kGridDegree);
     if (grid && !given("--polish")) arguments.polish = 0;
@@ -250,6 +254,10 @@ std::string CheckOverlayArguments(const OverlayArguments& arguments) {
     return fmt::format("{}: poses cannot be written in this format: name it .sdf, .pdb or .qxb",
                        arguments.output);
   }
+  if (const std::string wrong = CheckReport(arguments.report);
+      !arguments.report.empty() && !wrong.empty()) {
+    return wrong;
+  }
   std::vector<std::string> inputs = arguments.fits;
   inputs.push_back(arguments.reference);
   const std::vector<std::string> outputs = Outputs(arguments);
@@ -258,8 +266,10 @@ std::string CheckOverlayArguments(const OverlayArguments& arguments) {
     if (std::any_of(inputs.begin(), inputs.end(), same)) {
       return fmt::format("{}: is both read and written: give another name", *output);
     }
-    if (std::any_of(outputs.begin(), output, same)) {
-      return fmt::format("{}: is written twice: give --csv another name", arguments.csv);
+    const auto twice = std::find_if(outputs.begin(), output, same);
+    if (twice != output) {
+      return fmt::format("{}: is written twice: give {} another name", *twice,
+                         *twice == arguments.csv ? "--csv" : "--report");
     }
   }
   for (const std::string& input : inputs) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "hermite/foundations/options.h"
@@ -18,6 +19,9 @@ struct OverlayArguments {
   std::string output;
   std::string recordsFolder;  ///< empty: the records are not kept
   std::string csv;            ///< empty: no such file
+  std::string report;         ///< empty: no such file
+  /// The options by name, as they were given or else by default.
+  std::vector<std::pair<std::string, std::string>> settings;
   QXHermiteMath::QXHermiteOptions expansion;
   double gridShare = 0.5;     ///< see CutPeaks
   double chargeWeight = 0.0;  ///< 0: charge takes no part

@@ -32,6 +32,7 @@
 #include "tools/record.h"
 #include "tools/records_folder.h"
 #include "tools/reference.h"
+#include "tools/report_poses.h"
 #include "tools/shape_fit.h"
 
 namespace QXTools {
@@ -75,6 +76,7 @@ class OverlayRun {
         out_(arguments.output, console_),
         fitsAreGrids_(IsGridFile(arguments.fits.front())) {
     if (!arguments.csv.empty()) csv_.emplace(arguments.csv, console_);
+    if (!arguments.report.empty()) report_.emplace(arguments.report, console_);
     if (!arguments.recordsFolder.empty()) records_.emplace(arguments.recordsFolder, console_);
   }
   ExitStatus Run();
@@ -96,6 +98,7 @@ class OverlayRun {
   QXMol FindChargePoses(const QXMol& work, const std::string& record);
   void MakeOverlay();
   void KeepHits(const std::string& path, const MoleculeGroup& group, const QXMol& poses);
+  bool WriteReport();
   bool WriteResults();
   void WarnOfPoorExpansions();
   void ReportSkipped();
@@ -106,6 +109,7 @@ class OverlayRun {
   std::optional<RecordsFolder> records_;
   OutputFile out_;
   std::optional<OutputFile> csv_;
+  std::optional<OutputFile> report_;
   std::deque<OutputFile> further_;  ///< grids of rank 2 and on
   Reference reference_;
   std::optional<ShapeFit> shapeFit_;
@@ -131,7 +135,8 @@ void OverlayRun::Skip(const std::string& where, const std::string& reason) {
 bool OverlayRun::CanWrite() {
   const std::string error = records_ ? records_->Error() : "";
   if (!error.empty()) console_.Say(error);
-  return error.empty() && out_.IsOpen() && (!csv_ || csv_->IsOpen());
+  return error.empty() && out_.IsOpen() && (!csv_ || csv_->IsOpen()) &&
+         (!report_ || report_->IsOpen());
 }
 
 /// Computes the charges where that is asked for. False when they are impossible.
@@ -360,6 +365,25 @@ bool OverlayRun::WriteMovedGrids() {
   return true;
 }
 
+bool OverlayRun::WriteReport() {
+  std::vector<Hit> shown(hits_.begin(), hits_.begin() + std::min(hits_.size(), kMostReportRows));
+  if (shown.size() < hits_.size()) {
+    console_.Say(fmt::format("{}: the page shows the best {} of {} poses", arguments_.report,
+                             shown.size(), hits_.size()));
+  }
+  Report report = ReportOfHits(shown);
+  report.settings = arguments_.settings;
+  if (!AddReference(report, arguments_.reference, arguments_.referenceRecord, "--ref-record",
+                    console_)) {
+    return false;
+  }
+  report.title = "Overlay on " + (report.reference.NumAtoms() > 0 ? report.referenceName
+                                                                  : report.fields.front().name);
+  if (QXTools::WriteReport(report, report_->TemporaryPath())) return true;
+  console_.Say(fmt::format("{}: cannot be written: is the disk full?", arguments_.report));
+  return false;
+}
+
 bool OverlayRun::WriteResults() {
   SortHits(hits_);
   const bool written = fitsAreGrids_ ? WriteMovedGrids()
@@ -369,8 +393,10 @@ bool OverlayRun::WriteResults() {
     console_.Say(fmt::format("{}: cannot be written: is the disk full?", arguments_.csv));
     return false;
   }
+  if (report_ && !WriteReport()) return false;
   std::vector<OutputFile*> files = {&out_};
   if (csv_) files.push_back(&*csv_);
+  if (report_) files.push_back(&*report_);
   for (OutputFile& file : further_) files.push_back(&file);
   return std::all_of(files.begin(), files.end(), [](OutputFile* file) { return file->Commit(); });
 }

@@ -60,10 +60,10 @@ bool IsHeader(std::string_view line) {
 
 }  // namespace
 
-std::optional<std::vector<double>> ReadPoints(const std::string& path, Console& console) {
+std::optional<std::vector<double>> ReadPoints(const std::string& path, Listener& listener) {
   std::ifstream in(path, std::ios::binary);
   if (!in || !std::filesystem::is_regular_file(path)) {
-    console.Say(
+    listener.Say(
         fmt::format("{}: cannot be opened as a file: check the name and the permissions", path));
     return std::nullopt;
   }
@@ -79,11 +79,11 @@ std::optional<std::vector<double>> ReadPoints(const std::string& path, Console& 
     const std::string problem = end + 1 < line.size() ? "its lines end in carriage returns alone"
                                                       : AppendPoint(line, points);
     if (problem.empty()) continue;
-    console.Say(fmt::format("{}:{}: {}: give x, y and z in angstrom", path, number, problem));
+    listener.Say(fmt::format("{}:{}: {}: give x, y and z in angstrom", path, number, problem));
     return std::nullopt;
   }
   if (!points.empty() && !in.bad()) return points;
-  console.Say(fmt::format("{}: holds no points: give a line x,y,z for each, in angstrom", path));
+  listener.Say(fmt::format("{}: holds no points: give a line x,y,z for each, in angstrom", path));
   return std::nullopt;
 }
 

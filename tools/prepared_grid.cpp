@@ -30,8 +30,9 @@ std::string CheckGridPreparation(const GridPreparation& preparation) {
   return {};
 }
 
-std::optional<QXScalarGrid> ReadPreparedGrid(const GridPreparation& preparation, Console& console) {
-  std::optional<QXScalarGrid> grid = ReadDensityGrid(preparation.file, console);
+std::optional<QXScalarGrid> ReadPreparedGrid(const GridPreparation& preparation,
+                                             Listener& listener) {
+  std::optional<QXScalarGrid> grid = ReadDensityGrid(preparation.file, listener);
   if (!grid) return grid;
   CutPeaks(*grid, preparation.share);
   if (preparation.blur > 0.0) Blur(*grid, preparation.blur);

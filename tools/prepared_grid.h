@@ -4,7 +4,7 @@
 #include <string>
 
 #include "host/grid/scalar_grid.h"
-#include "tools/console.h"
+#include "tools/listener.h"
 
 namespace CLI {
 class App;
@@ -24,8 +24,8 @@ inline constexpr const char* kCorePeaksRemedy = "--cut 0.7 --blur 0.3 if it has 
 void DeclareGridPreparation(CLI::App& app, GridPreparation& preparation);
 std::string CheckGridPreparation(const GridPreparation& preparation);
 
-/// Nothing when there is no density to be had, which the console is told.
+/// Nothing when there is no density to be had, which the listener is told.
 std::optional<QXCore::QXScalarGrid> ReadPreparedGrid(const GridPreparation& preparation,
-                                                     Console& console);
+                                                     Listener& listener);
 
 }  // namespace QXTools

@@ -25,7 +25,7 @@ bool AllEqual(const std::vector<double>& coordinates, size_t axis) {
 }  // namespace
 
 std::optional<QXMol> ReadRecord(const std::string& path, unsigned int wanted,
-                                const std::string& option, Console& console) {
+                                const std::string& option, Listener& listener) {
   QXMolKit::qxmolistream in(path);
   if (!in) return std::nullopt;
   QXMol mol;
@@ -34,15 +34,15 @@ std::optional<QXMol> ReadRecord(const std::string& path, unsigned int wanted,
     if (in.RecordNumber() > wanted) break;
   }
   if (in && in.RecordNumber() == 0) {
-    console.Say(fmt::format("{}: {}", path, kNoMoleculeWarning));
+    listener.Say(fmt::format("{}: {}", path, kNoMoleculeWarning));
     return std::nullopt;
   }
   const auto& skipped = in.SkippedRecords();
   const bool unreadable = std::any_of(skipped.begin(), skipped.end(),
                                       [&](const auto& one) { return one.record == wanted; });
   if (!unreadable) {  // otherwise the stream has said why
-    console.Say(fmt::format("{}:{}: no such record, the file holds {}: choose another {}", path,
-                            wanted, in.RecordNumber(), option));
+    listener.Say(fmt::format("{}:{}: no such record, the file holds {}: choose another {}", path,
+                             wanted, in.RecordNumber(), option));
   }
   return std::nullopt;
 }

@@ -4,14 +4,14 @@
 #include <string>
 
 #include "host/molkit/mol.h"
-#include "tools/console.h"
+#include "tools/listener.h"
 
 namespace QXTools {
 
 /// Reads record `wanted`, counted from 1, of a molecule file. Nothing when there is no such
-/// molecule, which the console is told, together with the `option` that chooses the record.
+/// molecule, which the listener is told, together with the `option` that chooses the record.
 std::optional<QXMolKit::QXMol> ReadRecord(const std::string& path, unsigned int wanted,
-                                          const std::string& option, Console& console);
+                                          const std::string& option, Listener& listener);
 
 /// Why a molecule without hydrogens has no shape to expand; empty when it has one.
 std::string WhyUnfit(const QXMolKit::QXMol& heavyAtoms);

@@ -47,43 +47,28 @@ constexpr const char* kNoNorm = "its expansion has no finite norm: check the val
 constexpr const char* kNoChargeNorm =
     "its charges have no expansion of finite norm: check the charges and the widths";
 
+bool IsTurnable(const QXHermiteOptions& options) {
+  return options.GetLambdaX() == options.GetLambdaY() &&
+         options.GetLambdaX() == options.GetLambdaZ();
+}
+
 std::optional<Reference> FromMolecule(const OverlayArguments& arguments, Console& console) {
   const std::string place = fmt::format("{}:{}", arguments.reference, arguments.referenceRecord);
-  const auto refuse = [&](const std::string& reason) {
-    console.Say(fmt::format("{}: {}", place, reason));
-    return std::nullopt;
-  };
   std::optional<QXMol> mol =
       ReadRecord(arguments.reference, arguments.referenceRecord, "--ref-record", console);
   if (!mol) return std::nullopt;
-  QXMol heavy = HeavyAtoms(*mol);
-  if (const std::string reason = WhyUnfit(heavy); !reason.empty()) return refuse(reason);
-  if (LooksLikeDrawing(heavy)) console.Say(fmt::format("{}: {}", place, kDrawingWarning));
-
-  if (arguments.chargeWeight > 0.0) {
-    if (arguments.ComputesCharges() && !ComputeCharges(*mol, place, console)) return std::nullopt;
-    if (const std::string reason = WhyUncharged(*mol, arguments.ComputesCharges()); !reason.empty())
-      return refuse(reason);
+  const QXMol heavy = HeavyAtoms(*mol);
+  if (WhyUnfit(heavy).empty()) {
+    if (LooksLikeDrawing(heavy)) console.Say(fmt::format("{}: {}", place, kDrawingWarning));
+    if (arguments.chargeWeight > 0.0 && arguments.ComputesCharges() &&
+        !ComputeCharges(*mol, place, console))
+      return std::nullopt;
   }
-
-  const QXHermiteOptions& options = arguments.expansion;
-  Reference reference;
-  reference.frame.centre = CentreOf(heavy);
-  if (!arguments.inPlace) {
-    const auto frame = FindInertialFrame(heavy);
-    if (!frame) return refuse("its moments are not finite: check the coordinates");
-    reference.frame = *frame;
-  }
-  MoveInto(reference.frame, heavy);
-  reference.gaussians = QXHermiteMath::QXMolToGaussians(heavy, QXHermiteMath::kOverlayAtomRadius);
-  if (!FixWidths(Expand(heavy, options), reference.expansion)) return refuse(kNoNorm);
-  if (arguments.chargeWeight > 0.0) {
-    MoveInto(reference.frame, *mol);
-    const QXHermite charge = ExpandCharge(*mol, arguments.chargeSigma, options);
-    if (!FixWidths(charge, reference.charge.emplace())) return refuse(kNoChargeNorm);
-  }
-  const QXHermiteOptions& found = reference.expansion.GetOptions();
-  if (found.GetLambdaX() != found.GetLambdaY() || found.GetLambdaX() != found.GetLambdaZ()) {
+  std::string problem;
+  std::optional<Reference> reference = ReferenceOf(std::move(*mol), arguments, problem);
+  if (!reference) {
+    console.Say(fmt::format("{}: {}", place, problem));
+  } else if (!IsTurnable(reference->expansion.GetOptions())) {
     console.Say(
         fmt::format("{}: its three widths differ, so that turning a density is only "
                     "approximate: leave --UseSingleLambda true unless you need them",
@@ -93,24 +78,67 @@ std::optional<Reference> FromMolecule(const OverlayArguments& arguments, Console
 }
 
 std::optional<Reference> FromGrid(const OverlayArguments& arguments, Console& console) {
-  std::optional<QXCore::QXScalarGrid> grid = ReadDensityGrid(arguments.reference, console);
+  const std::optional<QXCore::QXScalarGrid> grid = ReadDensityGrid(arguments.reference, console);
   if (!grid) return std::nullopt;
-  CutPeaks(*grid, arguments.gridShare);
-  Reference reference;
-  reference.frame = FindInertialFrame(*grid);
-  if (arguments.inPlace) reference.frame = {.centre = reference.frame.centre};
-  const QXHermite expansion = ExpandInFrame(
-      *grid, reference.frame, WithWidths(arguments.expansion, *grid, reference.frame.centre));
-  if (!FixWidths(expansion, reference.expansion)) {
-    console.Say(fmt::format("{}: {}", arguments.reference, kNoNorm));
+  std::string problem;
+  double held = 1.0;
+  std::optional<Reference> reference = ReferenceOf(*grid, arguments, problem, held);
+  if (!reference) {
+    console.Say(fmt::format("{}: {}", arguments.reference, problem));
     return std::nullopt;
   }
-  WarnOfPoorExpansion(arguments.reference, expansion.GetSelfOverlap() / SelfOverlap(*grid),
-                      console);
+  WarnOfPoorExpansion(arguments.reference, held, console);
   return reference;
 }
 
 }  // namespace
+
+std::optional<Reference> ReferenceOf(QXMol mol, const OverlayArguments& arguments,
+                                     std::string& problem) {
+  const auto refuse = [&](std::string reason) {
+    problem = std::move(reason);
+    return std::nullopt;
+  };
+  QXMol heavy = HeavyAtoms(mol);
+  if (std::string reason = WhyUnfit(heavy); !reason.empty()) return refuse(std::move(reason));
+  const bool charged = arguments.chargeWeight > 0.0;
+  if (charged) {
+    std::string reason = WhyUncharged(mol, arguments.ComputesCharges());
+    if (!reason.empty()) return refuse(std::move(reason));
+  }
+  Reference reference;
+  reference.frame.centre = CentreOf(heavy);
+  if (!arguments.inPlace) {
+    const auto frame = FindInertialFrame(heavy);
+    if (!frame) return refuse("its moments are not finite: check the coordinates");
+    reference.frame = *frame;
+  }
+  MoveInto(reference.frame, heavy);
+  reference.gaussians = QXHermiteMath::QXMolToGaussians(heavy, QXHermiteMath::kOverlayAtomRadius);
+  if (!FixWidths(Expand(heavy, arguments.expansion), reference.expansion)) return refuse(kNoNorm);
+  if (charged) {
+    MoveInto(reference.frame, mol);
+    const QXHermite charge = ExpandCharge(mol, arguments.chargeSigma, arguments.expansion);
+    if (!FixWidths(charge, reference.charge.emplace())) return refuse(kNoChargeNorm);
+  }
+  return reference;
+}
+
+std::optional<Reference> ReferenceOf(QXCore::QXScalarGrid grid, const OverlayArguments& arguments,
+                                     std::string& problem, double& held) {
+  CutPeaks(grid, arguments.gridShare);
+  Reference reference;
+  reference.frame = FindInertialFrame(grid);
+  if (arguments.inPlace) reference.frame = {.centre = reference.frame.centre};
+  const QXHermite expansion = ExpandInFrame(
+      grid, reference.frame, WithWidths(arguments.expansion, grid, reference.frame.centre));
+  if (!FixWidths(expansion, reference.expansion)) {
+    problem = kNoNorm;
+    return std::nullopt;
+  }
+  held = expansion.GetSelfOverlap() / SelfOverlap(grid);
+  return reference;
+}
 
 std::optional<Reference> MakeReference(const OverlayArguments& arguments, Console& console) {
   std::optional<Reference> reference = IsGridFile(arguments.reference)

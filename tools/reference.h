@@ -28,6 +28,16 @@ struct Reference {
 /// Nothing when that cannot be done, which the console is told.
 std::optional<Reference> MakeReference(const OverlayArguments& arguments, Console& console);
 
+/// The same of a molecule at hand, which must have its charges where they are weighed; of the
+/// arguments only those that tell how to compare are read. Nothing when that cannot be done, and
+/// `problem` tells why.
+std::optional<Reference> ReferenceOf(QXMolKit::QXMol mol, const OverlayArguments& arguments,
+                                     std::string& problem);
+/// The same of a grid of finite values, some of them positive. held: the share of the grid that its
+/// expansion holds.
+std::optional<Reference> ReferenceOf(QXCore::QXScalarGrid grid, const OverlayArguments& arguments,
+                                     std::string& problem, double& held);
+
 /// The coefficients of a fit, at the scale at which it is to be compared with the reference.
 std::vector<double> AtScaleOf(const Reference& reference, const QXHermiteMath::QXHermite& fit);
 

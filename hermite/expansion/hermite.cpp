@@ -133,6 +133,17 @@ bool QXHermite::Setup(const QXScalarGrid& grid, const QXHermiteOptions& newOptio
   return true;
 }
 
+QXHermite QXHermite::Restore(std::vector<double> coefficients, const QXHermiteOptions& options,
+                             std::vector<double> center, double extent, double selfOverlap) {
+  QXHermite h;
+  h.extent = extent;
+  h.options = options;
+  h.coefficients = std::move(coefficients);
+  h.selfOverlap = selfOverlap;
+  h.center = std::move(center);
+  return h;
+}
+
 bool QXHermite::CreateGrid(QXScalarGrid& grid, double spacing) const {
   return CreateGrid(grid, spacing, extent);
 }

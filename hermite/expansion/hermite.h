@@ -57,6 +57,11 @@ class QXHermite {
   /// second call at the same degree doubles them. Use a fresh object for each grid.
   bool Setup(const QXScalarGrid& grid, const QXHermiteOptions& options);
 
+  /// The object that told these values, for callers that store expansions: coefficients of the
+  /// basis of the options, a centre of three doubles. Nothing is worked out and nothing is checked.
+  static QXHermite Restore(std::vector<double> coefficients, const QXHermiteOptions& options,
+                           std::vector<double> center, double extent, double selfOverlap);
+
   const std::vector<double>& GetCoefficients() const { return coefficients; }
   /// Coefficient i, no bounds check.
   double GetCoefficient(unsigned long i) const { return coefficients[i]; }

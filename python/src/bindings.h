@@ -21,6 +21,7 @@ void BindGridAtoms(py::module_& module);
 void BindCharges(py::module_& module);
 void BindMinimizers(py::module_& module);
 void BindShapeSearch(py::module_& module);
+void BindReport(py::module_& module);
 void BindWorkflows(py::module_& module);
 
 }  // namespace QXPython

@@ -2,6 +2,7 @@
 // for each of its concepts.
 
 #include "python/src/bindings.h"
+#include "python/src/objectives.h"
 #include "python/src/reports.h"
 
 PYBIND11_MODULE(_core, module) {
@@ -9,6 +10,7 @@ PYBIND11_MODULE(_core, module) {
   module.doc() = "The classes and functions of the library; `qxhermite` offers them all.";
   module.attr("__version__") = QX_VERSION;
   BindReports(module);
+  BindObjectives(module);
   BindOptions(module);
   BindMolecules(module);
   BindGrids(module);
@@ -21,5 +23,6 @@ PYBIND11_MODULE(_core, module) {
   BindCharges(module);
   BindMinimizers(module);
   BindShapeSearch(module);
+  BindReport(module);
   BindWorkflows(module);
 }

@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# Builds the documentation site into FOLDER/html, without any request to a network.
+#   docs/site/build.sh BUILD FOLDER     BUILD holds the Python module, in BUILD/python
+# Debian: python3-sphinx python3-myst-parser furo python3-breathe doxygen libjs-katex
+set -euo pipefail
+module=$(realpath "$1")/python
+mkdir -p "$2"
+out=$(realpath "$2")
+cd "$(dirname "${BASH_SOURCE[0]}")/../.."
+
+rm -rf "$out/source"
+mkdir -p "$out/source" "$out/doxygen"
+cp -r docs/. "$out/source"
+cp docs/site/conf.py "$out/source"
+cp -r docs/site/static "$out/source/static"
+rm -rf "$out/source/site"
+mkdir -p "$out/source/static/katex/contrib"
+katex=/usr/share/javascript/katex
+cp "$katex/katex.min.js" "$katex/katex.min.css" "$out/source/static/katex"
+cp "$katex/contrib/auto-render.js" "$out/source/static/katex/contrib"
+cp -rL "$katex/fonts" "$out/source/static/katex/fonts"
+(cat docs/site/Doxyfile; echo "OUTPUT_DIRECTORY = $out/doxygen") | doxygen - >"$out/doxygen.log" 2>&1 ||
+  { cat "$out/doxygen.log" >&2; exit 1; }
+/usr/bin/python3 docs/site/cpp_reference.py "$out/doxygen/xml" "$out/source/cpp"
+
+export QX_DOXYGEN_XML=$out/doxygen/xml PYTHONPATH=$module LC_ALL=C.UTF-8
+/usr/bin/python3 docs/site/python_reference.py "$out/source/python"
+/usr/bin/python3 -m sphinx -W --keep-going -q -j auto -b html "$out/source" "$out/html"
+rm -rf "$out/html/.doctrees"
+echo "== the site: $out/html/index.html"

@@ -1,0 +1,55 @@
+"""Prints a header for Doxygen: what the headers write as plain text is marked up.
+
+Usage: doxygen_filter.py HEADER
+
+Lines of a `///` comment that are indented further are kept as they stand: they are formulas, tables
+and examples. A `//` comment in front of the first namespace is the description of the file.
+"""
+
+import itertools
+import re
+import sys
+
+
+def is_comment(line):
+    return re.match(r"\s*///(?!<)", line) is not None
+
+
+def marked_up(lines):
+    """The text of a comment, with \\verbatim about its indented lines, those of lists aside."""
+    kept = in_list = False
+    blanks = []
+    for line in lines:
+        text = re.sub(r"^\s*/// ?", "", line)
+        if not text.strip():
+            blanks.append(text)
+            continue
+        indented = text.startswith("  ")
+        if not kept and re.match(r"\s*[-*] ", text):
+            in_list = True
+        elif not indented:
+            in_list = False
+        if (indented and not in_list) == kept:
+            yield from blanks
+        else:
+            kept = not kept
+            yield from [*blanks, "\\verbatim"] if kept else ["\\endverbatim", *blanks]
+        blanks = []
+        yield text
+    if kept:
+        yield "\\endverbatim"
+
+
+def main():
+    with open(sys.argv[1], encoding="utf-8") as file:
+        lines = file.read().splitlines()
+    start = next((i for i, line in enumerate(lines) if line.startswith("namespace")), len(lines))
+    lines[:start] = ["///" + line[2:] if re.match(r"//(\s|$)", line) else line
+                     for line in lines[:start]]
+    lines.insert(next((i for i, line in enumerate(lines[:start]) if line.startswith("///")), 0),
+                 "/// \\file")
+    for comment, group in itertools.groupby(lines, is_comment):
+        print("\n".join(["/**", *marked_up(group), "*/"] if comment else group))
+
+
+main()

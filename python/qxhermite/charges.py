@@ -1,0 +1,188 @@
+"""Charge densities: `fit_charges`, `potential`, `field` and `interaction_energy`."""
+
+import os
+from collections import namedtuple
+
+import numpy as np
+
+from qxhermite import molecules
+from qxhermite._core import (
+    HermiteChargeDensity,
+    LassoChargeDensityOptions,
+    Molecule,
+    _ElectrostaticData,
+    _fit_charges,
+    _interaction_energies,
+    read_charge_density,
+    write_charge_density,
+)
+from qxhermite.progress import progress_bar
+
+Errors = namedtuple("Errors", "potential field held_out_potential held_out_field")
+Errors.__doc__ = """Relative errors: root mean square over that of the values, at the points fitted
+and at those held out; NaN where there are none."""
+
+Step = namedtuple("Step", "functions density errors")
+Step.__doc__ = "A density along the path of a fit: of how many functions, and its `Errors`."
+
+
+class ChargeFit:
+    """A charge density fitted to potential and field.
+
+    density: the `HermiteChargeDensity` chosen; functions: how many it has; errors: its `Errors`;
+    steps: the `Step`s along the path, by rising number of functions; width: 1/angstrom; molecule,
+    title, source: what it was fitted to.
+    """
+
+    def __init__(self, steps, chosen, molecule, title, source):
+        self.steps = steps
+        self.functions, self.density, self.errors = steps[chosen]
+        self.molecule, self.title, self.source = molecule, title, source
+
+    @property
+    def width(self):
+        return self.density.params.lambda_(0)
+
+    def write(self, path):
+        """Writes the density to a file (.json), as `qxhermite charges fit` does."""
+        write_charge_density(
+            path, self.density, title=self.title, source=self.source, molecule=self.molecule
+        )
+
+    def __repr__(self):
+        names = ("fitted V", "fitted E", "held-out V", "held-out E")
+        errors = [
+            f"{name} {error:.4f}" for name, error in zip(names, self.errors) if not np.isnan(error)
+        ]
+        return (
+            f"ChargeFit({self.functions} functions, width {self.width:.4g} 1/A, "
+            f"relative errors: {', '.join(errors)})"
+        )
+
+
+def fit_charges(
+    data=None,
+    *,
+    points=None,
+    potential=None,
+    field=None,
+    holdout=None,
+    mol=None,
+    sites="all",
+    degree=2,
+    functions=None,
+    width=None,
+    target_error=None,
+    method="lasso",
+    neutral=True,
+    use_potential=None,
+    use_field=None,
+    title="",
+    record=1,
+    memory=2048,
+    progress=False,
+):
+    """Fits a charge density to the electrostatic potential and field of a molecule: a `ChargeFit`.
+
+    data: the name of a file as of `qxhermite charges fit` (.json, or .sdf with SD tags, of which
+        `record` counts), or instead of it points: (n, 3), angstrom, with potential: (n,), kcal/mol/e,
+        and/or field: (n, 3), kcal/mol/e/angstrom; holdout: (n,), true for points to judge by alone.
+    mol: the atoms, any molecule (see `overlay`). sites: "all" or "heavy" atoms, or (s, 3) numbers.
+    degree: of the functions about each site, 0 to 10. width: theirs, 1/angstrom; None: the best.
+    functions: how many to take; or target_error: the fewest with relative errors below this; else
+        all.
+    method: "lasso"; "relaxed": the functions chosen are fitted once more; "pruned": they are chosen
+        among twice as many, and fitted once more: best with few functions.
+    neutral: without the functions that carry charge. use_potential, use_field: None: what there is.
+    memory: for the matrices, MiB. progress: a bar over the widths tried.
+
+    Points too close to a site are left out, told by a QXHermiteWarning. ValueError for arrays that do
+    not fit together, QXHermiteError where there is nothing to fit.
+    """
+    arrays = dict(points=points, potential=potential, field=field, holdout=holdout, mol=mol)
+    if data is not None:
+        if given := [name for name, value in arrays.items() if value is not None]:
+            raise ValueError(f"{given[0]}: is in the file: leave it out, or data")
+        place = os.fspath(data)
+        read = _ElectrostaticData.read(place, record)
+        if not place.lower().endswith(".json"):
+            place = f"{place}:{record}"
+    else:
+        if points is None:
+            raise ValueError("points: are missing: give them, or the name of a file")
+        molecule = Molecule([], np.empty((0, 3))) if mol is None else molecules.as_molecule(mol)
+        place = title or molecule.title or "the data"
+        read = _ElectrostaticData(points, potential, field, holdout, molecule, title or molecule.title)
+    options = LassoChargeDensityOptions(
+        use_potential=read.has_potential if use_potential is None else use_potential,
+        use_electric_field=read.has_field if use_field is None else use_field,
+        use_neutral_charge=neutral,
+    )
+    bar = progress_bar(progress, 9 if width is None else 1, "charges", "fits")
+    done = 0
+
+    def update(now, _):
+        nonlocal done
+        bar.update(now - done)
+        done = now
+
+    try:
+        steps, chosen, source = _fit_charges(
+            read,
+            sites,
+            degree,
+            width,
+            functions,
+            target_error,
+            method,
+            options,
+            memory,
+            place,
+            update,
+        )
+    finally:
+        bar.close()
+    steps = [Step(step[0], step[1], Errors(*step[2:])) for step in steps]
+    return ChargeFit(steps, chosen, read.molecule, read.title, source)
+
+
+def _as_density(source):
+    """A density of a density, a fit, or the name of a file."""
+    if isinstance(source, HermiteChargeDensity):
+        return source
+    if isinstance(source, ChargeFit):
+        return source.density
+    if molecules.is_path(source):
+        return read_charge_density(os.fspath(source))
+    raise TypeError(
+        f"cannot make a charge density of {type(source).__name__}: give a HermiteChargeDensity, a "
+        "ChargeFit or a file name"
+    )
+
+
+def potential(density, points):
+    """The potential of a density at points (n, 3), anywhere: (n,), kcal/mol/e.
+
+    density: a HermiteChargeDensity, a ChargeFit, or the name of a file.
+    """
+    return _as_density(density).potential(points)
+
+
+def field(density, points):
+    """The field of a density at points (n, 3), anywhere: (n, 3), kcal/mol/e/angstrom."""
+    return _as_density(density).field(points)
+
+
+def interaction_energy(a, b, transforms=None):
+    """The Coulomb energy of two charge densities, kcal/mol.
+
+    a, b: each a HermiteChargeDensity, a ChargeFit, or the name of a file. transforms: (4, 4) for a
+    rigid motion p' = R p + t of b, or (n, 4, 4) for many. A float, or (n,) for many. NaN, with a
+    QXHermiteWarning, where a site of one comes too close to a site of the other.
+    """
+    motions = np.eye(4) if transforms is None else np.asarray(transforms, dtype=float)
+    many = motions.ndim != 2
+    energies = _interaction_energies(
+        _as_density(a), _as_density(b), motions if many else motions[np.newaxis]
+    )
+    return energies if many else float(energies[0])

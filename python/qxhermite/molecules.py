@@ -1,0 +1,153 @@
+"""Molecules from and to RDKit, NumPy and files. RDKit is imported only where it is used."""
+
+import os
+
+import numpy as np
+
+from qxhermite._core import Molecule
+
+# RDKit's own numbers of bond types that the library tells apart.
+_AROMATIC_ORDER = 4
+
+
+def is_rdkit(source):
+    """True for an rdkit.Chem.Mol, without importing RDKit."""
+    return any(cls.__module__.startswith("rdkit.Chem") for cls in type(source).__mro__) and hasattr(
+        source, "GetConformers"
+    )
+
+
+def is_path(source):
+    """True for what names a file."""
+    return isinstance(source, (str, os.PathLike))
+
+
+def from_rdkit(mol):
+    """A `Molecule` of an rdkit.Chem.Mol: all its conformers, bonds, charges, its name and its data.
+
+    Partial charges are those of `ComputeGasteigerCharges`, or of a file that had some. ValueError
+    for a molecule without conformers: embed it first (AllChem.EmbedMolecule).
+    """
+    conformers = list(mol.GetConformers())
+    name = mol.GetProp("_Name") if mol.HasProp("_Name") else ""
+    if not conformers:
+        raise ValueError(
+            f"{name or 'the molecule'}: has no conformer: make 3-D coordinates, for example with "
+            "AllChem.EmbedMolecule"
+        )
+    atoms = list(mol.GetAtoms())
+    bonds = [
+        (bond.GetBeginAtomIdx(), bond.GetEndAtomIdx(), _order(bond)) for bond in mol.GetBonds()
+    ]
+    result = Molecule(
+        [atom.GetAtomicNum() for atom in atoms],
+        np.array([conformer.GetPositions() for conformer in conformers]).reshape(
+            len(conformers), len(atoms), 3
+        ),
+        bonds=np.array(bonds, dtype=np.int64).reshape(-1, 3),
+        formal_charges=[atom.GetFormalCharge() for atom in atoms],
+        title=name,
+    )
+    charges = _partial_charges(atoms)
+    if charges is not None:
+        result.partial_charges = charges
+    data = {name: mol.GetProp(name) for name in mol.GetPropNames(includePrivate=False)}
+    if data:
+        result.data = data
+    return result
+
+
+def _order(bond):
+    if bond.GetIsAromatic():
+        return _AROMATIC_ORDER
+    order = int(bond.GetBondTypeAsDouble())
+    return order if 1 <= order <= 3 else 1
+
+
+def _partial_charges(atoms):
+    for name in ("_GasteigerCharge", "_TriposPartialCharge", "PartialCharge", "molFileAtomCharge"):
+        if atoms and all(atom.HasProp(name) for atom in atoms):
+            charges = [float(atom.GetProp(name)) for atom in atoms]
+            if np.all(np.isfinite(charges)):
+                return charges
+    return None
+
+
+def to_rdkit(molecule):
+    """An rdkit.Chem.Mol of a `Molecule`: all its conformers, its title as _Name, its data as
+    properties. Chirality is perceived from the first conformer.
+
+    A structure that RDKit cannot make sense of stays unsanitized.
+    """
+    from rdkit import Chem
+    from rdkit.Geometry import Point3D
+
+    editable = Chem.RWMol()
+    bonds = np.asarray(molecule.bonds)
+    for number, charge in zip(molecule.atomic_numbers, molecule.formal_charges):
+        atom = Chem.Atom(int(number))
+        atom.SetFormalCharge(int(charge))
+        atom.SetNoImplicit(len(bonds) == 0)  # without bonds nothing tells what is missing
+        editable.AddAtom(atom)
+    types = {
+        1: Chem.BondType.SINGLE,
+        2: Chem.BondType.DOUBLE,
+        3: Chem.BondType.TRIPLE,
+        _AROMATIC_ORDER: Chem.BondType.AROMATIC,
+    }
+    for begin, end, order in bonds:
+        editable.AddBond(int(begin), int(end), types.get(int(order), Chem.BondType.SINGLE))
+        if int(order) == _AROMATIC_ORDER:
+            editable.GetAtomWithIdx(int(begin)).SetIsAromatic(True)
+            editable.GetAtomWithIdx(int(end)).SetIsAromatic(True)
+    for places in molecule.coordinates:
+        conformer = Chem.Conformer(len(places))
+        for index, place in enumerate(places):
+            conformer.SetAtomPosition(index, Point3D(*place))
+        editable.AddConformer(conformer, assignId=True)
+    mol = editable.GetMol()
+    if Chem.SanitizeMol(mol, catchErrors=True) == Chem.SanitizeFlags.SANITIZE_NONE:
+        Chem.AssignStereochemistryFrom3D(mol)
+    mol.SetProp("_Name", molecule.title)
+    for name, text in molecule.data.items():
+        mol.SetProp(name, text)
+    return mol
+
+
+def moved_rdkit(mol, conformer, transform):
+    """A copy of an rdkit.Chem.Mol with one of its conformers, counted from 0, moved."""
+    from rdkit import Chem
+    from rdkit.Chem import rdMolTransforms
+
+    identifier = list(mol.GetConformers())[conformer].GetId()
+    moved = Chem.Mol(mol, False, identifier)
+    rdMolTransforms.TransformConformer(moved.GetConformer(), np.asarray(transform, dtype=float))
+    return moved
+
+
+def as_molecule(source):
+    """A `Molecule` of one of the forms that all functions take:
+
+    - a `Molecule` itself,
+    - an rdkit.Chem.Mol with its conformers,
+    - a pair (elements, coordinates): symbols or atomic numbers, and (n, 3) or (conformers, n, 3)
+      numbers in angstrom,
+    - the name of a molecule file, of which the first record counts.
+    """
+    if isinstance(source, Molecule):
+        return source
+    if is_rdkit(source):
+        return from_rdkit(source)
+    if is_path(source):
+        from qxhermite._core import MoleculeGroups
+
+        for molecule, _ in MoleculeGroups(os.fspath(source), group=False):
+            return molecule
+        raise ValueError(f"{os.fspath(source)}: holds no molecule: check the file")
+    if isinstance(source, (tuple, list)) and len(source) == 2:
+        elements, coordinates = source
+        return Molecule(elements, np.asarray(coordinates, dtype=float))
+    raise TypeError(
+        f"cannot make a molecule of {type(source).__name__}: give a Molecule, an rdkit Mol, "
+        "a pair (elements, coordinates) or a file name"
+    )

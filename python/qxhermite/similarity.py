@@ -1,0 +1,67 @@
+"""All against all: `similarity_matrix`."""
+
+import numpy as np
+
+from qxhermite import molecules
+from qxhermite._core import ShapeSearch
+from qxhermite.overlays import _read_fits, expansion_options, in_order, num_threads
+from qxhermite.progress import progress_bar
+
+
+def similarity_matrix(
+    mols,
+    *,
+    degree=5,
+    starts=4,
+    polish=2,
+    coarse=0,
+    tolerance=1e-6,
+    group=True,
+    threads=None,
+    progress=False,
+):
+    """Shape Tanimotos of all pairs of molecules, (n, n), symmetric, 1 on the diagonal.
+
+    mols: an iterable of what `overlay` takes as fits, or a file name. A pair has the score of its
+    best two conformers, each conformer of the first laid over by all of the second. Rows and columns
+    of molecules that cannot be expanded are NaN.
+
+    The work grows with the square of the number of conformers; threads: None: one a core.
+    """
+    threads = num_threads(threads)
+    all_mols = [fit.thing for fit in _read_fits(mols, group)]
+    if any(not isinstance(mol, molecules.Molecule) for mol in all_mols):
+        raise TypeError("mols: maps cannot be compared with one another here: use overlay")
+    options = expansion_options(degree, None)
+    n = len(all_mols)
+
+    def row(first):
+        """The scores of molecule `first` with itself and all after it."""
+        scores = np.full(n - first, np.nan)
+        rest = all_mols[first:]
+        for conformer in range(all_mols[first].num_conformers):
+            try:
+                search = ShapeSearch(
+                    all_mols[first].conformer(conformer),
+                    options,
+                    starts=starts,
+                    polish=polish,
+                    coarse=coarse,
+                    tolerance=tolerance,
+                )
+            except ValueError:  # this conformer has no shape
+                continue
+            scores[0] = 1.0
+            found = search.find(rest[1:])
+            np.fmax.at(scores, found["fit"] + 1, found["score"])
+        return first, scores
+
+    matrix = np.full((n, n), np.nan)
+    bar = progress_bar(progress, n * (n + 1) // 2, "similarity", "pairs")
+    try:
+        for first, scores in in_order(row, range(n), threads):
+            matrix[first, first:] = matrix[first:, first] = scores
+            bar.update(n - first)
+    finally:
+        bar.close()
+    return matrix

@@ -1,0 +1,60 @@
+#include <pybind11/stl.h>
+#include <pybind11/stl/filesystem.h>
+
+#include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "python/src/bindings.h"
+#include "python/src/reports.h"
+#include "tools/report.h"
+#include "tools/report_poses.h"
+
+namespace QXPython {
+
+using QXMolKit::QXMol;
+
+namespace {
+
+void WriteReport(const std::filesystem::path& path, const std::vector<QXMol>& poses,
+                 const py::object& reference, const std::string& title, const py::dict& settings) {
+  if (!QXTools::ReportsAreBuilt()) {
+    throw py::value_error("reports were left out when the module was built");
+  }
+  if (poses.empty()) throw py::value_error("poses: there is nothing to report");
+  if (poses.size() > QXTools::kMostReportRows) {
+    throw py::value_error("poses: " + std::to_string(poses.size()) + " are too many for a page: " +
+                          "give the best " + std::to_string(QXTools::kMostReportRows));
+  }
+  QXTools::Report report = QXTools::ReportOfPoses(poses);
+  report.title = title;
+  for (const auto& [name, value] : settings) {
+    report.settings.emplace_back(py::str(name), py::str(value));
+  }
+  if (py::isinstance<QXCore::QXScalarGrid>(reference)) {
+    report.fields.push_back({"reference", "", reference.cast<const QXCore::QXScalarGrid&>()});
+  } else if (!reference.is_none()) {
+    report.reference = reference.cast<const QXMol&>();
+  }
+  if (!Call([&] { return QXTools::WriteReport(report, path.string()); })) {
+    PyErr_SetString(PyExc_OSError, (path.string() + ": cannot be written").c_str());
+    throw py::error_already_set();
+  }
+}
+
+}  // namespace
+
+void BindReport(py::module_& module) {
+  module.def(
+      "write_report", &WriteReport, py::arg("path"), py::arg("poses"), py::kw_only(),
+      py::arg("reference") = py::none(), py::arg("title") = "Overlay",
+      py::arg("settings") = py::dict(),
+      R"(Writes one HTML page that shows molecules, best first, beside what they were laid over.
+
+The page works offline: a 3-D viewer, a table of the data of the molecules that are numbers, and their
+histogram. poses: list of Molecule; reference: a Molecule, a ScalarGrid, or None; settings: shown in
+the footer. At most 10000 poses. OSError when the file cannot be written.)");
+}
+
+}  // namespace QXPython

@@ -1,0 +1,246 @@
+"""qxhermite.overlay, similarity_matrix and expand, and their ways from and to RDKit and NumPy."""
+
+import os
+import pickle
+import subprocess
+import sys
+import threading
+import warnings
+
+import numpy as np
+import pytest
+
+import qxhermite
+
+DATA = os.path.join(os.path.dirname(__file__), "..", "..", "examples", "data")
+REFERENCE = os.path.join(DATA, "reference.sdf")
+DRUGS = os.path.join(DATA, "drugs.sdf")
+TURN = np.array([[0, -1, 0, 4.0], [0, 0, -1, -7.0], [1, 0, 0, 2.5], [0, 0, 0, 1]])
+
+
+def apply(transform, points):
+    return points @ transform[:3, :3].T + transform[:3, 3]
+
+
+def exact_tanimoto(a, b):
+    """Of heavy atoms as Gaussians 2.7 exp(-w r^2) of radius 1.7, by the plain double sum."""
+    w = 2.34422871067 / 1.7**2
+
+    def overlap(p, q):
+        distances = ((p[:, None] - q[None]) ** 2).sum(axis=2)
+        return np.exp(-w / 2 * distances).sum()
+
+    common = overlap(a, b)
+    return common / (overlap(a, a) + overlap(b, b) - common)
+
+
+def heavy(molecule):
+    return molecule.coordinates[0][np.array(molecule.atomic_numbers) > 1]
+
+
+@pytest.fixture(scope="module")
+def celecoxib():
+    return qxhermite.read_molecules(REFERENCE)[0]
+
+
+@pytest.fixture(scope="module")
+def drugs():
+    return qxhermite.overlay(REFERENCE, DRUGS)
+
+
+def test_transforms_take_the_input_onto_the_reference(drugs, celecoxib):
+    assert np.all(np.diff(drugs.scores) <= 0)
+    assert drugs.transforms.shape == (len(drugs), 4, 4)
+    records = qxhermite.read_molecules(DRUGS)
+    for hit in drugs[:8]:
+        given = records[hit.record - 1]
+        rotation = hit.transform[:3, :3]
+        assert np.allclose(rotation @ rotation.T, np.eye(3), atol=1e-12)
+        assert np.linalg.det(rotation) == pytest.approx(1)
+        moved = apply(hit.transform, heavy(given))
+        assert np.allclose(heavy(hit.molecule), moved, atol=1e-5)  # kept in single precision
+        # The Gaussians of the library have single precision too.
+        assert exact_tanimoto(heavy(celecoxib), moved) == pytest.approx(hit.score, abs=1e-5)
+
+
+def test_a_moved_copy_comes_back(celecoxib):
+    elements, places = celecoxib.atomic_numbers, celecoxib.coordinates[0]
+    hit = qxhermite.overlay(celecoxib, (elements, apply(TURN, places)))[0]
+    assert hit.score == pytest.approx(1, abs=1e-6)
+    assert np.allclose(apply(hit.transform @ TURN, places), places, atol=1e-2)
+
+
+def test_the_command_line_finds_the_same(drugs, tmp_path):
+    tool = os.environ.get("QXHERMITE_TOOL")
+    if not tool:
+        pytest.skip("the tool is not built")
+    csv = tmp_path / "hits.csv"
+    subprocess.run(
+        [tool, "overlay", "--ref", REFERENCE, "--fit", DRUGS, "--quiet"]
+        + ["--out", tmp_path / "hits.sdf", "--csv", csv],
+        check=True,
+    )
+    rows = [line.split(",") for line in csv.read_text().splitlines()]
+    column = rows[0].index("exact_tanimoto")
+    scores = [float(row[column]) for row in rows[1:]]
+    assert np.allclose(drugs.scores, scores, atol=2e-6)
+    assert drugs.titles == [row[rows[0].index("title")] for row in rows[1:]]
+
+
+def test_rdkit_molecules_come_back_as_they_were():
+    Chem = pytest.importorskip("rdkit.Chem")
+    AllChem = pytest.importorskip("rdkit.Chem.AllChem")
+    mol = Chem.AddHs(Chem.MolFromSmiles("C[C@H](N)c1cc[nH]c1"))
+    AllChem.EmbedMultipleConfs(mol, 3, randomSeed=7)
+    mol.SetProp("_Name", "amine")
+    mol.SetProp("pIC50", "6.5")
+    result = qxhermite.overlay(mol, [mol], poses=2)
+    assert result[0].conformer == 0 and result[0].score == pytest.approx(1, abs=1e-6)
+    for hit, pose in zip(result, result.to_rdkit()):
+        assert pose.GetNumConformers() == 1 and pose.GetProp("pIC50") == "6.5"
+        assert float(pose.GetProp("Exact Shape Tanimoto")) == pytest.approx(hit.score, abs=1e-6)
+        assert Chem.MolToSmiles(pose) == Chem.MolToSmiles(mol)
+        places = mol.GetConformer(hit.conformer).GetPositions()
+        assert np.allclose(pose.GetConformer().GetPositions(), apply(hit.transform, places))
+    assert mol.GetNumConformers() == 3  # the input is left alone
+
+    again = qxhermite.molecules.to_rdkit(qxhermite.molecules.from_rdkit(mol))
+    assert Chem.MolToSmiles(again) == Chem.MolToSmiles(mol)
+    assert again.GetProp("pIC50") == "6.5" and again.GetNumConformers() == 3
+    flat = Chem.MolFromSmiles("CCO")
+    with pytest.raises(ValueError, match="no conformer"):
+        qxhermite.overlay(mol, [flat])
+
+
+def test_a_file_becomes_rdkit_molecules_of_the_same_structure(drugs):
+    Chem = pytest.importorskip("rdkit.Chem")
+    smiles = {
+        mol.GetProp("_Name"): Chem.MolToSmiles(mol, isomericSmiles=False)
+        for mol in Chem.SDMolSupplier(DRUGS, removeHs=False)
+    }
+    for pose in drugs.to_rdkit():
+        assert Chem.MolToSmiles(pose, isomericSmiles=False) == smiles[pose.GetProp("_Name")]
+
+
+def test_rdkit_is_imported_only_where_it_is_used():
+    code = (
+        "import sys, qxhermite\n"
+        f"qxhermite.overlay({REFERENCE!r}, {DRUGS!r}, keep=1, threads=1)\n"
+        "assert not any(name.startswith('rdkit') for name in sys.modules)"
+    )
+    subprocess.run([sys.executable, "-c", code], check=True)
+
+
+def test_threads_and_keep_change_nothing_but_the_time(drugs):
+    for threads in (1, 3):
+        few = qxhermite.overlay(REFERENCE, DRUGS, threads=threads, keep=5)
+        assert few.titles == drugs.titles[:5]
+        assert np.array_equal(few.scores, drugs.scores[:5])
+
+
+def test_charge_has_a_say(celecoxib):
+    kept = qxhermite.overlay(
+        celecoxib, [celecoxib.transformed(TURN)], charge_weight=0.5, charges="gasteiger"
+    )[0]
+    assert kept.score == pytest.approx(1.5, abs=2e-3)
+    assert kept.charge_tanimoto == pytest.approx(1, abs=2e-3)
+    assert np.allclose(kept.molecule.coordinates, celecoxib.coordinates, atol=5e-2)
+    with pytest.raises(ValueError, match="no partial charges"):
+        qxhermite.overlay(([6, 6], [[0, 0, 0], [1.5, 0, 0]]), [], charge_weight=1.0)
+
+
+def test_maps_take_part_on_either_side():
+    benzene = qxhermite.read_molecules(os.path.join(DATA, "benzene.sdf"))[0]
+    path = os.path.join(DATA, "benzene.ccp4")
+    hit = qxhermite.overlay(path, [benzene], cut=0.7)[0]
+    # The ring lies where the density is highest.
+    grid = qxhermite.read_grid(path)
+    places = np.rint((apply(hit.transform, heavy(benzene)) - grid.origin) / grid.spacing)
+    values = grid.values[tuple(places.astype(int).T)]
+    assert values.min() > 0.1 * grid.values.max()
+    onto = qxhermite.overlay(path, [grid])[0]
+    assert onto.score == pytest.approx(1, abs=1e-6) and onto.molecule is None
+
+
+def test_what_cannot_be_used_is_told(celecoxib, tmp_path):
+    bad = tmp_path / "bad.sdf"
+    with open(DRUGS) as file:
+        record = file.read().split("$$$$\n")[0] + "$$$$\n"
+    bad.write_text(record + "broken\n\n\nno counts line\n$$$$\n" + record)
+    hydrogen = ([1], [[0.0, 0.0, 0.0]])
+    with warnings.catch_warnings(record=True) as told:
+        warnings.simplefilter("always")
+        result = qxhermite.overlay(celecoxib, [str(bad), hydrogen], group=False)
+    texts = [str(warning.message) for warning in told]
+    assert len(result) == 2 and len(result.skipped) == 1
+    assert "no heavy atoms" in result.skipped[0].reason
+    assert any(f"{bad}:2" in text for text in texts), texts
+    assert any("1 conformer skipped" in text for text in texts), texts
+    assert all(issubclass(w.category, qxhermite.QXHermiteWarning) for w in told)
+
+    wrong = [
+        (dict(ref="missing.sdf", fits=[]), (qxhermite.QXHermiteError, ValueError), "missing.sdf"),
+        (dict(ref=hydrogen, fits=[]), ValueError, "no heavy atoms"),
+        (dict(ref=celecoxib, fits=[], starts=5), ValueError, "starts"),
+        (dict(ref=celecoxib, fits=[], degree=101), ValueError, "NPolyMax"),
+        (dict(ref=celecoxib, fits=[], threads=0), ValueError, "threads"),
+        (dict(ref=celecoxib, fits=[42]), TypeError, "fit 0"),
+        (dict(ref=([6, 6], np.zeros((3, 3))), fits=[]), ValueError, "coordinates"),
+    ]
+    for arguments, kind, text in wrong:
+        with pytest.raises(kind, match=text):
+            qxhermite.overlay(arguments.pop("ref"), arguments.pop("fits"), **arguments)
+
+
+def test_results_can_be_written_pickled_and_read(drugs, tmp_path):
+    path = tmp_path / "hits.sdf"
+    drugs[:3].write(path)
+    written = qxhermite.read_molecules(str(path))
+    assert [mol.title for mol in written] == drugs.titles[:3]
+    assert float(written[1].data["Exact Shape Tanimoto"]) == pytest.approx(drugs[1].score, abs=1e-6)
+    again = pickle.loads(pickle.dumps(drugs[:3]))
+    assert np.array_equal(again.scores, drugs[:3].scores) and again.titles == drugs.titles[:3]
+    assert "celecoxib" in repr(drugs) and drugs.to_dict()["title"] == drugs.titles
+
+
+def test_similarities_are_symmetric_and_those_of_overlays(drugs):
+    mols = qxhermite.read_molecules(DRUGS)[:6] + [qxhermite.Molecule([1], [[0.0, 0.0, 0.0]])]
+    matrix = qxhermite.similarity_matrix(mols, threads=2, polish=4)
+    assert matrix.shape == (7, 7) and np.array_equal(matrix, matrix.T, equal_nan=True)
+    assert np.all(np.isnan(matrix[6])) and np.all(np.diag(matrix)[:6] == 1)
+    for i, j in [(0, 1), (2, 5), (3, 4)]:
+        score = qxhermite.overlay(mols[i], [mols[j]], tolerance=1e-6).scores[0]
+        assert matrix[i, j] == score
+
+
+def test_expansions_take_all_sources(celecoxib):
+    of_molecule = qxhermite.expand(celecoxib, degree=6)
+    of_file = qxhermite.expand(REFERENCE, degree=6)
+    assert np.array_equal(of_molecule.coefficients, of_file.coefficients)
+    of_atoms = qxhermite.expand((celecoxib.atomic_numbers, celecoxib.coordinates[0]), degree=6)
+    assert np.allclose(of_atoms.coefficients, of_file.coefficients)
+    assert np.allclose(of_molecule.center, heavy(celecoxib).mean(axis=0), atol=1e-5)
+    wide = qxhermite.expand(celecoxib, width=0.4)
+    assert wide.options.lambda_x == 0.4 and not wide.options.use_optimal_lambdas
+    for width in (0, -1, np.nan, [1, 2]):
+        with pytest.raises(ValueError):
+            qxhermite.expand(celecoxib, width=width)
+
+
+def test_progress_is_shown_on_stderr(capsys):
+    qxhermite.overlay(REFERENCE, DRUGS, keep=1, progress=True)
+    assert "overlay" in capsys.readouterr().err
+
+
+def test_overlays_run_side_by_side(drugs):
+    results = [None] * 3
+
+    def work(place):
+        results[place] = qxhermite.overlay(REFERENCE, DRUGS, threads=1).scores
+
+    threads = [threading.Thread(target=work, args=(place,)) for place in range(3)]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join()
+    assert all(np.array_equal(scores, drugs.scores) for scores in results)

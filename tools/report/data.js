@@ -1,0 +1,58 @@
+// The contents of the page.
+
+const report = JSON.parse(document.getElementById('data').textContent);
+
+/// Whole numbers of 16 bits out of base64.
+function decodeShorts(text) {
+  const bytes = atob(text);
+  const shorts = new Int16Array(bytes.length >> 1);
+  for (let i = 0; i < shorts.length; ++i) {
+    shorts[i] = bytes.charCodeAt(2 * i) | bytes.charCodeAt(2 * i + 1) << 8;
+  }
+  return shorts;
+}
+
+/// {elements, bonds: [begin, end, order, ...], places: [x, y, z, ...] in angstrom}, or null.
+function decodeMolecule(pose) {
+  if (!pose) return null;
+  const [structure, text] = pose;
+  const places = Float64Array.from(decodeShorts(text),
+      (step, i) => report.centre[i % 3] + report.quantum * step);
+  return {...report.structures[structure], places};
+}
+
+/// A field with its values as they were.
+function decodeField(field) {
+  const values = Float32Array.from(decodeShorts(field.values), step => field.scale * step);
+  return {...field, values};
+}
+
+const rowCount = report.rows;
+const isNumeric = column => column.numbers !== undefined;
+
+function numberText(number, decimals) {
+  if (number === null) return '';
+  return decimals === null ? String(Number(number.toPrecision(6))) : number.toFixed(decimals);
+}
+
+function cellText(column, row) {
+  return isNumeric(column) ? numberText(column.numbers[row] ?? null, column.decimals)
+                           : column.texts[row] ?? '';
+}
+
+/// The name of a row, from its first column.
+function rowTitle(row) {
+  return report.columns.length > 0 ? cellText(report.columns[0], row) : '';
+}
+
+const counted = (count, noun) => `${count.toLocaleString('en')} ${noun}${count === 1 ? '' : 's'}`;
+
+/// An element with attributes, and text or elements in it.
+function make(tag, attributes = {}, ...children) {
+  const svg = ['svg', 'rect', 'path', 'circle', 'line', 'text', 'g', 'title'].includes(tag);
+  const element = svg ? document.createElementNS('http://www.w3.org/2000/svg', tag)
+                      : document.createElement(tag);
+  for (const [name, value] of Object.entries(attributes)) element.setAttribute(name, value);
+  element.append(...children);
+  return element;
+}

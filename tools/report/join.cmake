@@ -1,0 +1,21 @@
+# Puts the parts of the page of reports into page.html, at {{page.css}}, {{scripts}}, {{3Dmol}} and
+# {{licences.txt}}: cmake -D FOLDER=... -D SCRIPTS=a.js,b.js -D VIEWER=3Dmol-min.js -D PAGE=... -P join.cmake
+
+foreach(part page.html page.css licences.txt)
+  file(READ ${FOLDER}/${part} ${part})
+endforeach()
+string(REPLACE "," ";" SCRIPTS "${SCRIPTS}")
+foreach(script ${SCRIPTS})
+  file(READ ${FOLDER}/${script} text)
+  string(APPEND scripts "${text}")
+endforeach()
+file(READ ${VIEWER} viewer)
+string(REGEX MATCH "</script|<!--" unsafe "${viewer}${scripts}")
+if(unsafe)
+  message(FATAL_ERROR "A script contains ${unsafe}, which cannot stand in a page")
+endif()
+string(REPLACE "{{page.css}}" "${page.css}" page "${page.html}")
+string(REPLACE "{{licences.txt}}" "${licences.txt}" page "${page}")
+string(REPLACE "{{scripts}}" "${scripts}" page "${page}")
+string(REPLACE "{{3Dmol}}" "${viewer}" page "${page}")
+file(WRITE ${PAGE} "${page}")

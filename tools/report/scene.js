@@ -1,0 +1,107 @@
+// The picture: molecules and surfaces, drawn by 3Dmol.js.
+
+const elementSymbols = ('X H He Li Be B C N O F Ne Na Mg Al Si P S Cl Ar K Ca Sc Ti V Cr Mn Fe Co ' +
+    'Ni Cu Zn Ga Ge As Se Br Kr Rb Sr Y Zr Nb Mo Tc Ru Rh Pd Ag Cd In Sn Sb Te I Xe').split(' ');
+/// Other elements than carbon keep these colours in every molecule.
+const elementColors = {1: '#d8d8d8', 7: '#3f5fe0', 8: '#e03030', 9: '#4fb84f', 15: '#e08030',
+                       16: '#d8b400', 17: '#30a830', 35: '#a03020', 53: '#8030a0'};
+const colors = {reference: '#8d97a5', row: '#e8890c', positive: '#3b7ddd', negative: '#d9483b'};
+
+class Scene {
+  /// Throws where there is no WebGL.
+  constructor(element) {
+    this.viewer = $3Dmol.createViewer(element, {backgroundColor: 'white', antialias: true});
+    if (!this.viewer) throw new Error('no viewer');
+    this.element = element;
+    this.models = {};
+    this.shapes = {};
+    this.hydrogens = report.allHydrogens;
+    element.addEventListener('keydown', event => this.turnByKey(event));
+    new ResizeObserver(() => this.viewer.resize()).observe(element);
+    const dark = matchMedia('(prefers-color-scheme: dark)');
+    const paint = () => this.viewer.setBackgroundColor(dark.matches ? '#15181d' : '#ffffff', 1);
+    dark.addEventListener('change', paint);
+    paint();
+  }
+
+  /// Puts a molecule, or null, in the place of the one of that name.
+  setMolecule(name, molecule) {
+    if (this.models[name]) this.viewer.removeModel(this.models[name]);
+    this.models[name] = null;
+    if (molecule) {
+      this.models[name] = this.viewer.addModel();
+      this.models[name].addAtoms(atomsOf(molecule));
+      this.style(name);
+    }
+    this.viewer.render();
+  }
+
+  setHydrogens(shown) {
+    this.hydrogens = shown;
+    Object.keys(this.models).forEach(name => this.style(name));
+    this.viewer.render();
+  }
+
+  style(name) {
+    const model = this.models[name];
+    if (!model) return;
+    const color = colors[name];
+    const colorfunc = atom => elementColors[atom.number] ?? color;
+    const radius = name === 'row' ? 0.13 : 0.1;
+    model.setStyle({}, {stick: {radius, colorfunc}});
+    model.setStyle({predicate: atom => atom.bonds.length === 0},
+                   {sphere: {radius: name === 'row' ? 0.42 : 0.3, colorfunc: () => color}});
+    if (!this.hydrogens) model.setStyle({predicate: atom => atom.nonpolar}, {});
+  }
+
+  /// Puts a list of {surface, color} in the place of the one of that name.
+  setSurfaces(name, list) {
+    for (const shape of this.shapes[name] ?? []) this.viewer.removeShape(shape);
+    this.shapes[name] = list.filter(({surface}) => surface.faceArr.length > 0).map(
+        ({surface, color}) => this.viewer.addCustom({...surface, color, opacity: 0.45}));
+    this.viewer.render();
+  }
+
+  /// As at first: all of it, the long axis across.
+  showAll() {
+    const view = this.viewer.getView();
+    this.viewer.setView([...view.slice(0, 4), ...report.turn]);
+    this.viewer.zoomTo();
+    this.viewer.zoom(1.25);  // the margin is a wide one
+    this.viewer.render();
+  }
+
+  zoomToRow() {
+    if (!this.models.row) return;
+    this.viewer.zoomTo({model: this.models.row}, 300);
+    this.viewer.render();
+  }
+
+  turnByKey(event) {
+    const turns = {ArrowLeft: [-10, 'y'], ArrowRight: [10, 'y'], ArrowUp: [-10, 'x'],
+                   ArrowDown: [10, 'x']};
+    const zooms = {'+': 1.15, '=': 1.15, '-': 1 / 1.15};
+    if (event.ctrlKey || event.metaKey || event.altKey) return;
+    if (turns[event.key]) this.viewer.rotate(...turns[event.key]);
+    else if (zooms[event.key]) this.viewer.zoom(zooms[event.key]);
+    else if (event.key === '0') this.showAll();
+    else return;
+    event.preventDefault();
+  }
+}
+
+/// A molecule as 3Dmol.js takes it. A hydrogen on a carbon is marked as not polar.
+function atomsOf({elements, bonds, places}) {
+  const atoms = elements.map((number, i) => ({
+    elem: elementSymbols[number] ?? 'X', number, serial: i, bonds: [], bondOrder: [],
+    x: places[3 * i], y: places[3 * i + 1], z: places[3 * i + 2]}));
+  for (let i = 0; i < bonds.length; i += 3) {
+    const [begin, end, order] = bonds.slice(i, i + 3);
+    for (const [from, to] of [[begin, end], [end, begin]]) {
+      atoms[from].bonds.push(to);
+      atoms[from].bondOrder.push([2, 3, 4].includes(order) ? order : 1);
+      if (elements[from] === 1 && elements[to] === 6) atoms[from].nonpolar = true;
+    }
+  }
+  return atoms;
+}

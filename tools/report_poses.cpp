@@ -1,0 +1,197 @@
+#include "tools/report_poses.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <filesystem>
+#include <functional>
+#include <limits>
+#include <map>
+#include <utility>
+
+#include "host/grid/grid_file.h"
+#include "tools/grid_density.h"
+#include "tools/hits.h"
+#include "tools/record.h"
+
+namespace QXTools {
+namespace {
+
+using QXMolKit::QXMol;
+
+/// The scores of overlays, in the order of their columns.
+constexpr const char* kScores[] = {kComboText, kExactText, kShapeText, kChargeText};
+constexpr int kScoreDecimals = 4;
+constexpr int kMostDecimals = 6;
+constexpr size_t kMostColumns = 40;
+
+/// The values of one tag, as long as they are numbers.
+struct Numbers {
+  bool areNumbers = true;
+  std::optional<int> decimals = 0;  ///< the most that a value has; none where one has an exponent
+  std::vector<double> values;       ///< up to the last molecule that has one
+};
+
+/// One finite number, blanks around it aside.
+std::optional<double> Parse(std::string_view text) {
+  constexpr std::string_view kBlanks = " \t\r\n";
+  text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+  text = text.substr(0, text.find_last_not_of(kBlanks) + 1);
+  double value = 0.0;
+  const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+  const bool whole = result.ec == std::errc() && result.ptr == text.data() + text.size();
+  return whole && std::isfinite(value) ? std::optional(value) : std::nullopt;
+}
+
+void Note(Numbers& numbers, size_t row, std::string_view text) {
+  if (text.find_first_not_of(" \t\r\n") == std::string_view::npos) return;
+  const std::optional<double> value = Parse(text);
+  numbers.areNumbers &= value.has_value();
+  if (!numbers.areNumbers) return;
+  if (text.find_first_of("eE") != std::string_view::npos) numbers.decimals.reset();
+  if (const size_t point = text.find('.'); numbers.decimals && point != std::string_view::npos) {
+    const size_t end = text.find_last_of("0123456789");
+    const int given = end > point ? static_cast<int>(end - point) : 0;
+    numbers.decimals = std::min(kMostDecimals, std::max(*numbers.decimals, given));
+  }
+  numbers.values.resize(row + 1, std::numeric_limits<double>::quiet_NaN());
+  numbers.values[row] = *value;
+}
+
+/// By tag, and the tags in the order in which they occur.
+std::pair<std::map<std::string, Numbers>, std::vector<std::string>> ReadNumbers(
+    const std::vector<QXMol>& poses) {
+  std::map<std::string, Numbers> found;
+  std::vector<std::string> order;
+  for (size_t row = 0; row < poses.size(); ++row) {
+    const QXMolKit::QXSDText text = QXMolKit::QXGetRecordText(*poses[row].GetActive());
+    for (size_t i = 0; i < text.Size(); ++i) {
+      const auto [at, isNew] = found.try_emplace(std::string(text.Tag(i)));
+      if (isNew) order.push_back(at->first);
+      Note(at->second, row, text.Value(i));
+    }
+  }
+  return {std::move(found), std::move(order)};
+}
+
+bool Falls(const std::vector<double>& values) {
+  return std::is_sorted(values.begin(), values.end(), std::greater<>());
+}
+
+}  // namespace
+
+Report ReportOfPoses(std::vector<QXMol> poses) {
+  Report report;
+  if (poses.size() > kMostReportRows) poses.resize(kMostReportRows);
+  ReportColumn titles{.name = "Title"};
+  for (const QXMol& pose : poses) titles.texts.push_back(pose.GetTitle());
+  report.columns.push_back(std::move(titles));
+
+  auto [found, order] = ReadNumbers(poses);
+  const auto place = [](const std::string& tag) {
+    return std::find(std::begin(kScores), std::end(kScores), tag) - std::begin(kScores);
+  };
+  std::stable_sort(order.begin(), order.end(), [&](const std::string& a, const std::string& b) {
+    return place(a) < place(b);
+  });
+  for (const std::string& tag : order) {
+    Numbers& numbers = found.at(tag);
+    if (!numbers.areNumbers || numbers.values.empty() || report.columns.size() > kMostColumns) {
+      continue;
+    }
+    const bool isScore = place(tag) < std::ssize(kScores);
+    numbers.values.resize(poses.size(), std::numeric_limits<double>::quiet_NaN());
+    if (isScore && (!report.score || (!Falls(report.columns[*report.score].numbers) &&
+                                      Falls(numbers.values)))) {
+      report.score = report.columns.size();
+    }
+    const bool isTanimoto = isScore && tag != kComboText && tag != kChargeText;
+    report.columns.push_back({.name = tag,
+                              .unit = isTanimoto ? "0 to 1" : "",
+                              .decimals = isScore ? kScoreDecimals : numbers.decimals,
+                              .numbers = std::move(numbers.values)});
+  }
+  report.poses = std::move(poses);
+  return report;
+}
+
+Report ReportOfHits(const std::vector<Hit>& hits) {
+  std::vector<QXMol> poses;
+  for (const Hit& hit : hits) poses.push_back(hit.pose);
+  Report report = ReportOfPoses(std::move(poses));
+  ReportColumn scores{.name = "Tanimoto", .unit = "0 to 1", .decimals = kScoreDecimals};
+  ReportColumn files{.name = "File"};
+  ReportColumn records{.name = "Record", .decimals = 0}, conformers{.name = "Conformer", .decimals = 0};
+  bool fromMany = false;
+  for (const Hit& hit : hits) {
+    scores.numbers.push_back(hit.score);
+    files.texts.push_back(hit.file);
+    records.numbers.push_back(hit.record);
+    conformers.numbers.push_back(hit.conformer);
+    fromMany |= hit.file != hits.front().file;
+  }
+  if (!report.score) {  // moved grids tell none
+    report.score = 1;
+    report.columns.insert(report.columns.begin() + 1, std::move(scores));
+  }
+  report.columns.push_back(std::move(conformers));
+  report.columns.push_back(std::move(records));
+  if (fromMany) report.columns.push_back(std::move(files));
+  return report;
+}
+
+Report ReportOfAtoms(const QXMol& atoms, const QXCore::QXScalarGrid& density) {
+  Report report;
+  report.rowName = "atom";
+  report.referenceName = "All atoms";
+  report.reference = atoms;
+  report.fields.push_back({.name = "Density of the grid", .grid = density});
+  ReportColumn names{.name = "Atom"}, values{.name = "Density", .unit = "at its place"};
+  ReportColumn places[] = {{.name = "x", .unit = "\u00c5", .decimals = 3},
+                           {.name = "y", .unit = "\u00c5", .decimals = 3},
+                           {.name = "z", .unit = "\u00c5", .decimals = 3}};
+  for (unsigned int i = 0; i < atoms.NumAtoms(); ++i) {
+    double place[3];
+    atoms.GetCoords(atoms.GetAtom(i), place);
+    names.texts.push_back(fmt::format("C{}", i + 1));
+    for (size_t axis = 0; axis < 3; ++axis) places[axis].numbers.push_back(place[axis]);
+    values.numbers.push_back(QXCore::QXLinearInterpolate(
+        density, static_cast<float>(place[0]), static_cast<float>(place[1]),
+        static_cast<float>(place[2]), std::numeric_limits<float>::quiet_NaN()));
+    QXMol& one = report.poses.emplace_back();
+    one.NewAtom(atoms.GetAtom(i)->GetAtomicNum());
+    one.SetCoords(place);
+  }
+  report.columns = {std::move(names), std::move(values)};
+  for (ReportColumn& column : places) report.columns.push_back(std::move(column));
+  report.score = 1;
+  return report;
+}
+
+bool AddReference(Report& report, const std::string& path, unsigned int record,
+                  const std::string& option, Listener& listener) {
+  if (IsGridFile(path)) return AddDensity(report, path, listener);
+  std::optional<QXMol> mol = ReadRecord(path, record, option, listener);
+  if (!mol) return false;
+  report.reference = std::move(*mol);
+  const std::string title = report.reference.GetTitle();
+  report.referenceName = title.empty() ? "Reference" : title;
+  return true;
+}
+
+bool AddDensity(Report& report, const std::string& path, Listener& listener) {
+  std::optional<QXCore::QXScalarGrid> grid = ReadDensityGrid(path, listener);
+  if (!grid) return false;
+  if (report.reference.NumAtoms() == 0 &&
+      grid->HasDataOfType<QXMol>(QXCore::kQXGridMoleculeTag)) {
+    report.reference = grid->GetData<QXMol>(QXCore::kQXGridMoleculeTag);
+    report.referenceName = "Atoms of the grid";
+  }
+  report.fields.push_back({.name = std::filesystem::path(path).filename().string(),
+                           .grid = std::move(*grid)});
+  return true;
+}
+
+}  // namespace QXTools

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/hits.h"
+#include "tools/listener.h"
+#include "tools/report.h"
+
+// Reports of molecules as files hold them.
+
+namespace QXTools {
+
+/// A report with a row for each of the molecules, of at most kMostReportRows, in their order. The
+/// columns are the title, and the SD data that are numbers wherever they occur: first the scores
+/// that overlays write, then the others in the order of the first molecule that has them. The score
+/// is the first one by which the molecules are in falling order, or else the first one there is.
+Report ReportOfPoses(std::vector<QXMolKit::QXMol> poses);
+
+/// The same of hits, which come with their places of origin.
+Report ReportOfHits(const std::vector<Hit>& hits);
+
+/// A row for each atom, with the value of the density that it stands for at its place; the density
+/// and all atoms are there to be seen.
+Report ReportOfAtoms(const QXMolKit::QXMol& atoms, const QXCore::QXScalarGrid& density);
+
+/// Adds the reference of an overlay out of its file: a record of a molecule file, counted from 1,
+/// or a grid with the atoms it may carry. False when that cannot be done, which the listener is told.
+bool AddReference(Report& report, const std::string& path, unsigned int record,
+                  const std::string& option, Listener& listener);
+
+/// Adds the density of a grid file, under the name of the file. False when that cannot be done,
+/// which the listener is told.
+bool AddDensity(Report& report, const std::string& path, Listener& listener);
+
+}  // namespace QXTools
