@@ -6,16 +6,17 @@ set(CPACK_PACKAGE_NAME qxhermite)
 set(CPACK_PACKAGE_CONTACT "the QXHermite developers")
 set(CPACK_PACKAGE_DESCRIPTION "${PROJECT_DESCRIPTION}.
  Library and headers for C++, the command line qxhermite, and a module for Python.")
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION science)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 if(QXHERMITE_BUILD_PYTHON)
-  math(EXPR next "${Python3_VERSION_MINOR} + 1")
-  set(CPACK_DEBIAN_PACKAGE_DEPENDS "python3-numpy, python3 (>= ${Python3_VERSION_MAJOR}.${Python3_VERSION_MINOR}), \
-python3 (<< ${Python3_VERSION_MAJOR}.${next})")
+  string(REPLACE "." ";" python_version ${QXHERMITE_PYTHON_VERSION})
+  list(GET python_version 1 minor)
+  math(EXPR next "${minor} + 1")
+  set(CPACK_DEBIAN_PACKAGE_DEPENDS
+      "python3-numpy, python3 (>= ${QXHERMITE_PYTHON_VERSION}), python3 (<< 3.${next})")
 endif()
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "python3-rdkit, python3-tqdm")
 # For programs that link the library.

@@ -42,7 +42,7 @@ def main():
     for per_atom in (2, 4, 8):
         fit = qxhermite.fit_charges(sys.argv[1], method="pruned", functions=per_atom * len(atoms))
         errors = fit.density.potential(points) - potential
-        print(f"{fit.density.num_actives:2d} functions     "
+        print(f"{fit.functions:2d} functions     "
               f"{relative_rms(errors[held_out], potential[held_out]):.3f}")
 
 

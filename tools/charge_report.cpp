@@ -135,7 +135,7 @@ Report ReportOfPath(const ElectrostaticPath& path, const ElectrostaticData& data
   ReportColumn names{.name = "Step"}, functions{.name = "Functions", .decimals = 0};
   ReportColumn sites{.name = "Sites", .decimals = 0};
   ReportColumn charge{.name = "Charge", .unit = "e", .decimals = 4};
-  const char* const unit = "relative RMS";
+  const char* const unit = "relative";
   ReportColumn errors[] = {{.name = "Fitted V", .unit = unit, .decimals = 4},
                            {.name = "Fitted E", .unit = unit, .decimals = 4},
                            {.name = "Held-out V", .unit = unit, .decimals = 4},
@@ -143,8 +143,8 @@ Report ReportOfPath(const ElectrostaticPath& path, const ElectrostaticData& data
   for (const ElectrostaticStep& step : path.Steps()) {
     const bool isChosen = &step == &path.Chosen();
     if (isChosen) report.chosen = names.texts.size();
-    names.texts.push_back(fmt::format("{} function{}{}", step.functions,
-                                      step.functions == 1 ? "" : "s", isChosen ? ", chosen" : ""));
+    names.texts.push_back(
+        fmt::format("step {}{}", names.texts.size() + 1, isChosen ? ", chosen" : ""));
     functions.numbers.push_back(step.functions);
     report.poses.push_back(ActiveSites(step.density));
     sites.numbers.push_back(report.poses.back().NumAtoms());

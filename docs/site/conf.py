@@ -1,5 +1,7 @@
 """Settings of the documentation site; docs/site/build.sh builds it."""
 
+import itertools
+import operator
 import os
 import re
 
@@ -33,24 +35,31 @@ default_role = "literal"
 
 
 def mark_up(app, what, name, thing, options, lines):
-    """Docstrings are plain text: lines such as `name, name: what it is` become a list, what is
-    indented otherwise stays as it stands."""
-    marked, item, kept = [], False, False
-    for line in lines:
-        argument = re.match(r"([a-z]\w*(?:, [a-z]\w*)*): (.*)", line)
-        indented = line.startswith("   ")
-        if argument:
-            marked += ([] if item else [""]) + [f"* **{argument[1]}**: {argument[2]}"]
-        elif item and indented:
-            marked.append("  " + line.strip())
-        elif indented:
-            marked += ([] if kept else ["", "::", ""]) + [line]
+    """Docstrings are plain text. A paragraph of lines such as `name, name: what it is` becomes a list,
+    one that is indented stays as it stands."""
+    marked = []
+    for blank, group in itertools.groupby(lines, lambda line: not line.strip()):
+        paragraph = list(group)
+        plain = [re.sub(r"([*|\\]|_(?!\w))", r"\\\1", line.strip()) for line in paragraph]
+        arguments = [re.match(r"[a-z]\w*(, [a-z]\w*)*: ", line) for line in paragraph]
+        indented = [line.startswith("   ") for line in paragraph]
+        if all(indented):
+            marked += ["::", "", *paragraph]
+        elif arguments[0] and all(map(operator.or_, map(bool, arguments), indented)):
+            for argument, text in zip(arguments, plain):
+                marked.append(re.sub("^(.*?): ", r"* **\1**: ", text) if argument else "  " + text)
         else:
-            marked += ([""] if item or kept else []) + [line]
-        item = bool(argument) or (item and indented)
-        kept = not item and (indented or (kept and not line.strip()))
+            marked += plain
     lines[:] = marked
+
+
+def shorten(app, what, name, thing, options, signature, returned):
+    """Signatures of the extension without what says nothing."""
+    texts = [text and re.sub(r"self: [\w.:]+(, )?|: (?:handle|object)\b|\w+\._core\.|numpy\.(?=nd)",
+                             "", text) for text in (signature, returned)]
+    return texts[0], None if texts[1] == "object" else texts[1]
 
 
 def setup(app):
     app.connect("autodoc-process-docstring", mark_up)
+    app.connect("autodoc-process-signature", shorten)

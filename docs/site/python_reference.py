@@ -31,7 +31,7 @@ def main():
         if name.startswith("_") or not (inspect.isclass(thing) or callable(thing)):
             continue
         if inspect.isclass(thing):
-            kind, options = "autoclass", ["   :members:", "   :inherited-members: object"]
+            kind, options = "autoclass", ["   :members:", "   :inherited-members: object, Sequence"]
         else:
             kind, options = "autofunction", []
         if inspect.isclass(thing) and issubclass(thing, BaseException):

@@ -596,3 +596,46 @@ def post_process_overlay_data(
     n_poses: int,
     transform: Optional[ArrayLike] = ...,
 ) -> tuple[float, Molecule]: ...
+
+# Searches and reports.
+
+class MoleculeGroups:
+    def __init__(self, path: str, group: bool = ...) -> None: ...
+    def __iter__(self) -> MoleculeGroups: ...
+    def __next__(self) -> tuple[Molecule, list[int]]: ...
+    @property
+    def records_read(self) -> int: ...
+
+def count_records(path: str) -> int: ...
+
+class ShapeSearch:
+    def __init__(
+        self,
+        reference: Union[Molecule, ScalarGrid],
+        options: HermiteOptions,
+        *,
+        poses: int = ...,
+        starts: int = ...,
+        polish: int = ...,
+        coarse: int = ...,
+        tolerance: float = ...,
+        iterations: int = ...,
+        in_place: bool = ...,
+        charge_weight: float = ...,
+        charge_offset: float = ...,
+        charge_sigma: float = ...,
+        cut: float = ...,
+    ) -> None: ...
+    @property
+    def options(self) -> HermiteOptions: ...
+    def find(self, fits: Sequence[Molecule]) -> dict[str, Any]: ...
+    def find_grids(self, fits: Sequence[ScalarGrid]) -> dict[str, Any]: ...
+
+def write_report(
+    path: _Path,
+    poses: Sequence[Molecule],
+    *,
+    reference: Union[Molecule, ScalarGrid, None] = ...,
+    title: str = ...,
+    settings: dict[str, Any] = ...,
+) -> None: ...

@@ -1,6 +1,9 @@
 """Expansions of molecules and maps: `expand`."""
 
+from __future__ import annotations
+
 import os
+from typing import Sequence
 
 import numpy as np
 
@@ -10,17 +13,17 @@ from qxhermite.overlays import is_grid_path
 
 
 def expand(
-    source,
+    source: molecules.MoleculeLike | ScalarGrid | np.ndarray,
     *,
-    degree=5,
-    width=None,
-    single_width=True,
-    center=True,
-    radius=1.7,
-    hydrogens=False,
-    conformer=0,
-    options=None,
-):
+    degree: int = 5,
+    width: float | Sequence[float] | None = None,
+    single_width: bool = True,
+    center: bool = True,
+    radius: float = 1.7,
+    hydrogens: bool = False,
+    conformer: int = 0,
+    options: HermiteOptions | None = None,
+) -> Hermite:
     """The expansion of a density in Hermite functions: a `Hermite`.
 
     source: a Molecule, an rdkit.Chem.Mol, a pair (elements, coordinates), a file name, a ScalarGrid,

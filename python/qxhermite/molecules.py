@@ -1,28 +1,34 @@
 """Molecules from and to RDKit, NumPy and files. RDKit is imported only where it is used."""
 
+from __future__ import annotations
+
 import os
+from typing import Any, Sequence, Union
 
 import numpy as np
 
 from qxhermite._core import Molecule
 
+#: What stands for a molecule: see `as_molecule`. Any is an rdkit.Chem.Mol.
+MoleculeLike = Union[Molecule, str, "os.PathLike[str]", "tuple[Sequence[Any], Any]", Any]
+
 # RDKit's own numbers of bond types that the library tells apart.
 _AROMATIC_ORDER = 4
 
 
-def is_rdkit(source):
+def is_rdkit(source: Any) -> bool:
     """True for an rdkit.Chem.Mol, without importing RDKit."""
     return any(cls.__module__.startswith("rdkit.Chem") for cls in type(source).__mro__) and hasattr(
         source, "GetConformers"
     )
 
 
-def is_path(source):
+def is_path(source: Any) -> bool:
     """True for what names a file."""
     return isinstance(source, (str, os.PathLike))
 
 
-def from_rdkit(mol):
+def from_rdkit(mol: Any) -> Molecule:
     """A `Molecule` of an rdkit.Chem.Mol: all its conformers, bonds, charges, its name and its data.
 
     Partial charges are those of `ComputeGasteigerCharges`, or of a file that had some. ValueError
@@ -73,7 +79,7 @@ def _partial_charges(atoms):
     return None
 
 
-def to_rdkit(molecule):
+def to_rdkit(molecule: Molecule) -> Any:
     """An rdkit.Chem.Mol of a `Molecule`: all its conformers, its title as _Name, its data as
     properties. Chirality is perceived from the first conformer.
 
@@ -114,7 +120,7 @@ def to_rdkit(molecule):
     return mol
 
 
-def moved_rdkit(mol, conformer, transform):
+def moved_rdkit(mol: Any, conformer: int, transform: Any) -> Any:
     """A copy of an rdkit.Chem.Mol with one of its conformers, counted from 0, moved."""
     from rdkit import Chem
     from rdkit.Chem import rdMolTransforms
@@ -125,7 +131,7 @@ def moved_rdkit(mol, conformer, transform):
     return moved
 
 
-def as_molecule(source):
+def as_molecule(source: MoleculeLike) -> Molecule:
     """A `Molecule` of one of the forms that all functions take:
 
     - a `Molecule` itself,

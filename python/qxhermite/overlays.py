@@ -1,5 +1,7 @@
 """Overlays of molecules and maps by shape, or by shape and charge: `overlay`."""
 
+from __future__ import annotations
+
 import heapq
 import os
 import threading
@@ -9,6 +11,7 @@ from collections.abc import Sequence
 from concurrent.futures import ThreadPoolExecutor
 from copy import copy
 from itertools import islice
+from typing import Any, Iterable
 
 import numpy as np
 
@@ -25,6 +28,7 @@ from qxhermite._core import (
     write_molecules,
     write_report,
 )
+from qxhermite.molecules import MoleculeLike
 from qxhermite.progress import progress_bar
 
 _GRID_ENDINGS = (".ccp4", ".map", ".mrc", ".cube", ".cub")
@@ -49,21 +53,21 @@ class Hit:
 
     def __init__(self, fit, row):
         self._fit = fit
-        self.title = fit.title
-        self.source = fit.source
+        self.title: str = fit.title
+        self.source: str | int = fit.source
         self.conformer = int(row["conformer"])
-        self.record = fit.records[self.conformer] if fit.records else None
+        self.record: int | None = fit.records[self.conformer] if fit.records else None
         self.score = float(row["score"])
         self.tanimoto = float(row["tanimoto"])
         self.exact_tanimoto = float(row["exact_tanimoto"])
         self.charge_tanimoto = float(row["charge_tanimoto"])
-        self.transform = row["transform"]
+        self.transform: np.ndarray = row["transform"]
 
     def __repr__(self):
         return f"Hit({self.title!r}, score={self.score:.4f}, conformer={self.conformer})"
 
     @property
-    def molecule(self):
+    def molecule(self) -> Molecule | None:
         """The pose as a `Molecule` of one conformer with its scores as data; None for a map."""
         if not isinstance(self._fit.thing, Molecule):
             return None
@@ -71,7 +75,7 @@ class Hit:
         pose.data = {**pose.data, **self._texts()}
         return pose
 
-    def to_rdkit(self):
+    def to_rdkit(self) -> Any:
         """The pose as an rdkit.Chem.Mol of one conformer, the scores among its properties.
 
         Of a molecule that came as an rdkit.Chem.Mol it is a copy of that very molecule, moved.
@@ -133,25 +137,45 @@ class OverlayResult(Sequence):
     def _column(self, name):
         return np.array([getattr(hit, name) for hit in self._hits], dtype=float)
 
-    scores = property(lambda self: self._column("score"), doc="(n,) scores, best first.")
-    tanimotos = property(lambda self: self._column("tanimoto"), doc="(n,) of the expansions.")
-    exact_tanimotos = property(lambda self: self._column("exact_tanimoto"), doc="(n,) exact ones.")
-    charge_tanimotos = property(lambda self: self._column("charge_tanimoto"), doc="(n,) of charge.")
-    transforms = property(
-        lambda self: self._column("transform").reshape(-1, 4, 4),
-        doc="(n, 4, 4): from the coordinates that were given onto the reference.",
-    )
-    titles = property(lambda self: [hit.title for hit in self._hits], doc="Titles, best first.")
+    @property
+    def scores(self) -> np.ndarray:
+        """(n,) what hits are ranked by, best first."""
+        return self._column("score")
 
-    def to_rdkit(self):
+    @property
+    def tanimotos(self) -> np.ndarray:
+        """(n,) Tanimotos of the expansions."""
+        return self._column("tanimoto")
+
+    @property
+    def exact_tanimotos(self) -> np.ndarray:
+        """(n,) Tanimotos of the sums of Gaussians; NaN where a map takes part."""
+        return self._column("exact_tanimoto")
+
+    @property
+    def charge_tanimotos(self) -> np.ndarray:
+        """(n,) Tanimotos of the charges; NaN unless charge was weighed."""
+        return self._column("charge_tanimoto")
+
+    @property
+    def transforms(self) -> np.ndarray:
+        """(n, 4, 4) from the coordinates that were given onto the reference."""
+        return self._column("transform").reshape(-1, 4, 4)
+
+    @property
+    def titles(self) -> list[str]:
+        """Titles, best first."""
+        return [hit.title for hit in self._hits]
+
+    def to_rdkit(self) -> list[Any]:
         """The poses as rdkit.Chem.Mol of one conformer each, best first, scores as properties."""
         return [hit.to_rdkit() for hit in self._hits]
 
-    def write(self, path):
+    def write(self, path: str | os.PathLike[str]) -> None:
         """Writes the poses, best first, to a molecule file (.sdf, .mol, .pdb, .smi, .qxb)."""
         write_molecules(os.fspath(path), [hit.molecule for hit in self._hits])
 
-    def report(self, path, title=None):
+    def report(self, path: str | os.PathLike[str], title: str | None = None) -> None:
         """Writes one HTML page to look at the hits: viewer, table and histogram; works offline.
 
         At most 10,000 hits; for more, of the best: `result[:10000].report(path)`.
@@ -162,7 +186,7 @@ class OverlayResult(Sequence):
         name = title or f"Overlay on {self.reference.title or 'the reference'}"
         write_report(path, poses, reference=self.reference, title=name, settings=self.settings)
 
-    def to_dict(self):
+    def to_dict(self) -> dict[str, list[Any]]:
         """Columns by name, for a data frame: `pandas.DataFrame(result.to_dict())`."""
         names = ("title", "score", "tanimoto", "exact_tanimoto", "charge_tanimoto", "source")
         columns = {name: [getattr(hit, name) for hit in self._hits] for name in names}
@@ -332,29 +356,29 @@ class _Searches:
 
 
 def overlay(
-    ref,
-    fits,
+    ref: MoleculeLike | ScalarGrid,
+    fits: MoleculeLike | ScalarGrid | Iterable[MoleculeLike | ScalarGrid],
     *,
-    poses=1,
-    keep=None,
-    degree=5,
-    width=None,
-    options=None,
-    starts=4,
-    polish=4,
-    coarse=0,
-    tolerance=1e-8,
-    iterations=200,
-    in_place=False,
-    charge_weight=0.0,
-    charge_offset=0.0,
-    charge_sigma=1.5,
-    charges="given",
-    cut=0.5,
-    group=True,
-    threads=None,
-    progress=False,
-):
+    poses: int = 1,
+    keep: int | None = None,
+    degree: int = 5,
+    width: float | None = None,
+    options: HermiteOptions | None = None,
+    starts: int = 4,
+    polish: int = 4,
+    coarse: int = 0,
+    tolerance: float = 1e-8,
+    iterations: int = 200,
+    in_place: bool = False,
+    charge_weight: float = 0.0,
+    charge_offset: float = 0.0,
+    charge_sigma: float = 1.5,
+    charges: str = "given",
+    cut: float = 0.5,
+    group: bool = True,
+    threads: int | None = None,
+    progress: bool = False,
+) -> OverlayResult:
     """Lays molecules or maps over a reference and ranks them: an `OverlayResult`, best first.
 
     The same as the command `qxhermite overlay`: heavy atoms are Gaussians of radius 1.7 angstrom;
@@ -423,7 +447,8 @@ def overlay(
                     yield of_kind
 
     best = _Best(keep)
-    skipped, poorly = [], []
+    skipped: list[Skipped] = []
+    poorly: list[str] = []
     bar = progress_bar(progress, _count_fits(fits) if progress else None, "overlay", "conformers")
     try:
         for chunk, found in in_order(

@@ -1,5 +1,9 @@
 """All against all: `similarity_matrix`."""
 
+from __future__ import annotations
+
+from typing import Iterable
+
 import numpy as np
 
 from qxhermite import molecules
@@ -9,17 +13,17 @@ from qxhermite.progress import progress_bar
 
 
 def similarity_matrix(
-    mols,
+    mols: molecules.MoleculeLike | Iterable[molecules.MoleculeLike],
     *,
-    degree=5,
-    starts=4,
-    polish=2,
-    coarse=0,
-    tolerance=1e-6,
-    group=True,
-    threads=None,
-    progress=False,
-):
+    degree: int = 5,
+    starts: int = 4,
+    polish: int = 2,
+    coarse: int = 0,
+    tolerance: float = 1e-6,
+    group: bool = True,
+    threads: int | None = None,
+    progress: bool = False,
+) -> np.ndarray:
     """Shape Tanimotos of all pairs of molecules, (n, n), symmetric, 1 on the diagonal.
 
     mols: an iterable of what `overlay` takes as fits, or a file name. A pair has the score of its

@@ -177,6 +177,22 @@ unsigned int InRange(const py::object& n, unsigned int least, unsigned int most)
                         " .. " + std::to_string(most));
 }
 
+/// The vectors that a molecule has for a fit, by their names, must fit to one another.
+void CheckAttached(const QXMolKit::QXMol& mol) {
+  const auto size = [&mol](const char* name) -> std::optional<size_t> {
+    if (!mol.HasDataOfType<std::vector<double>>(name)) return std::nullopt;
+    return mol.GetData<std::vector<double>>(name).size();
+  };
+  const size_t values = size("grid").value_or(0);
+  if (values % 3 != 0) Refuse("grid", "must have x, y and z of each point");
+  if (size("potential").value_or(values / 3) != values / 3) {
+    Refuse("potential", "must have one value for each point");
+  }
+  if (size("electric field").value_or(values) != values) {
+    Refuse("electric field", "must have three values for each point");
+  }
+}
+
 constexpr const char* kDataText =
     "points: (n, 3), angstrom; potential: (n,), kcal/mol/e; field: (n, 3), kcal/mol/e/angstrom; "
     "as\n"
@@ -207,9 +223,22 @@ void BindLassoFit(py::module_& module) {
           "actives: the flat indices of the candidates, all without.")
       .def(
           "prep_data",
+          [](LassoFit& self, const QXMolKit::QXMol& mol) {
+            CheckAttached(mol);
+            self.isPrepared = false;
+            Call([&] { self.fit.PrepData(mol); });
+            self.isPrepared = true;
+          },
+          py::arg("molecule"),
+          "The same of vectors attached to a molecule (Molecule.set_vector): \"grid\", "
+          "\"potential\",\n"
+          "and \"electric field\" in three blocks: all x, all y, all z.")
+      .def(
+          "prep_data",
           [](LassoFit& self, const Array& points, const std::optional<Array>& potential,
              const std::optional<Array>& field) {
             const FitData data = ToFitData(self.options, points, potential, field);
+            self.isPrepared = false;
             Call([&] { self.fit.PrepData(data.points, data.values); });
             self.isPrepared = true;
           },

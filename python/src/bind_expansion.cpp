@@ -1,4 +1,7 @@
+#include <pybind11/stl.h>
+
 #include <memory>
+#include <optional>
 
 #include "hermite/expansion/grid_evaluation.h"
 #include "hermite/expansion/hermite.h"
@@ -35,11 +38,10 @@ Made FromCoefficients(const Array& values, const QXHermiteOptions& options,
   QXHermite h;
   h.Setup(coefficients, options);
   if (center.is_none()) return std::make_unique<QXHermite>(std::move(h));
-  const auto place = center.cast<Array>();
+  const Array place(center);
   RequireFinite(place, "center");
-  return std::make_unique<QXHermite>(QXHermite::Restore(coefficients, h.GetOptions(),
-                                                        ToVector(place, {3}, "center"), 0.0,
-                                                        h.GetSelfOverlap()));
+  return std::make_unique<QXHermite>(QXHermite::Restore(
+      coefficients, h.GetOptions(), ToVector(place, {3}, "center"), 0.0, h.GetSelfOverlap()));
 }
 
 Made FromGrid(const QXScalarGrid& grid, const QXHermiteOptions& options) {
@@ -51,10 +53,10 @@ Made FromGrid(const QXScalarGrid& grid, const QXHermiteOptions& options) {
   });
 }
 
-QXScalarGrid MakeGrid(const QXHermite& h, double spacing, const py::object& width,
+QXScalarGrid MakeGrid(const QXHermite& h, double spacing, std::optional<double> width,
                       const py::object& transform) {
   CheckPositive(spacing, "spacing");
-  const double full = width.is_none() ? h.GetExtent() : CheckFinite(width.cast<double>(), "width");
+  const double full = width ? CheckFinite(*width, "width") : h.GetExtent();
   if (full < 0.0) Refuse("width", "must not be negative");
   const QXTrans trans = ToTrans(transform);
   return Call([&] {
@@ -78,8 +80,9 @@ py::array_t<double> InertialVectors(const QXHermite& h) {
 
 std::string Repr(const QXHermite& h) {
   const std::vector<double>& c = h.GetCenter();
-  return py::str("Hermite(degree={}, {} coefficients, lambdas=({:.4g}, {:.4g}, {:.4g}), "
-                 "center=({:.4g}, {:.4g}, {:.4g}), self_overlap={:.6g})")
+  return py::str(
+             "Hermite(degree={}, {} coefficients, lambdas=({:.4g}, {:.4g}, {:.4g}), "
+             "center=({:.4g}, {:.4g}, {:.4g}), self_overlap={:.6g})")
       .format(h.GetOptions().GetNPolyMax(), h.GetCoefficients().size(), h.GetOptions().GetLambdaX(),
               h.GetOptions().GetLambdaY(), h.GetOptions().GetLambdaZ(), c[0], c[1], c[2],
               h.GetSelfOverlap())
@@ -103,7 +106,8 @@ void BindHermite(py::module_& module) {
   py::class_<QXHermite>(
       module, "Hermite",
       "A density as coefficients of Hermite functions about one origin, which nothing changes:\n\n"
-      "f(r) = sum of c_lmn h_l(lambda_x x) h_m(lambda_y y) h_n(lambda_z z), l + m + n <= degree,\n\n"
+      "f(r) = sum of c_lmn h_l(lambda_x x) h_m(lambda_y y) h_n(lambda_z z), l + m + n <= "
+      "degree,\n\n"
       "in shell order (basis_lmn). Made by from_gaussians, from_coefficients or from_grid.")
       .def_static("from_gaussians", &FromGaussianRows, py::arg("gaussians"),
                   py::arg("options") = QXHermiteOptions(),
@@ -123,10 +127,12 @@ void BindHermite(py::module_& module) {
           "(basis_size(degree),), in shell order: read-only, without a copy.")
       .def_property_readonly("degree",
                              [](const QXHermite& h) { return h.GetOptions().GetNPolyMax(); })
-      .def_property_readonly("options", [](const QXHermite& h) { return h.GetOptions(); },
-                             "A copy of the options, with the widths in force.")
-      .def_property_readonly("center", [](const QXHermite& h) { return ToArray(h.GetCenter()); },
-                             "The origin of the expansion in the caller's coordinates, (3,).")
+      .def_property_readonly(
+          "options", [](const QXHermite& h) { return h.GetOptions(); },
+          "A copy of the options, with the widths in force.")
+      .def_property_readonly(
+          "center", [](const QXHermite& h) { return ToArray(h.GetCenter()); },
+          "The origin of the expansion in the caller's coordinates, (3,).")
       .def_property_readonly("self_overlap", &QXHermite::GetSelfOverlap,
                              "The integral of the square of the density, as it was made.")
       .def_property_readonly("extent", &QXHermite::GetExtent,
@@ -152,13 +158,16 @@ void BindHermite(py::module_& module) {
             });
           },
           py::arg("shift"),
-          "The density moved by (3,) angstrom about the same origin; what leaves the basis is lost.")
-      .def("grid", &MakeGrid, py::arg("spacing") = 0.5, py::arg("width") = py::none(),
-           py::arg("transform") = py::none(),
-           "The density on a cube, 3 angstrom wider on each side than `width`, which is the extent\n"
-           "if None. The origin of the expansion lies at the origin of coordinates, whatever\n"
-           "`center` says, unless transform, (4, 4), moves it. A warning where 500 elements an axis\n"
-           "do not reach.")
+          "The density moved by (3,) angstrom about the same origin; what leaves the basis is "
+          "lost.")
+      .def(
+          "grid", &MakeGrid, py::arg("spacing") = 0.5, py::arg("width") = py::none(),
+          py::arg("transform") = py::none(),
+          "The density on a cube, 3 angstrom wider on each side than `width`, which is the extent\n"
+          "if None. The origin of the expansion lies at the origin of coordinates, whatever\n"
+          "`center` says, unless transform, (4, 4), moves it. A warning where 500 elements an "
+          "axis\n"
+          "do not reach.")
       .def("inertial_vectors", &InertialVectors,
            "The coefficients after half turns about x, y and z, (3, basis_size(degree)).")
       .def("__len__", [](const QXHermite& h) { return h.GetCoefficients().size(); })
@@ -186,9 +195,9 @@ void BindGaussians(py::module_& module) {
       [](const Array& amplitudes, const Array& widths, const Array& coordinates) {
         RequireShape(amplitudes, {kAny}, "amplitudes");
         RequireShape(widths, {amplitudes.shape(0)}, "widths");
-        return FromGaussians(makeGaussians(
-            Flat(amplitudes, "amplitudes"), Flat(widths, "widths"),
-            ToVector(coordinates, {amplitudes.shape(0), 3}, "coordinates")));
+        return FromGaussians(
+            makeGaussians(Flat(amplitudes, "amplitudes"), Flat(widths, "widths"),
+                          ToVector(coordinates, {amplitudes.shape(0), 3}, "coordinates")));
       },
       py::arg("amplitudes"), py::arg("widths"), py::arg("coordinates"),
       "Gaussians A exp(-w |r - c|^2) from (n,), (n,) and (n, 3): (n, 5) rows.");
@@ -206,9 +215,9 @@ void BindGaussians(py::module_& module) {
       [](const Array& coordinates, const Array& charges, double sigma) {
         CheckPositive(sigma, "sigma");
         RequireShape(charges, {kAny}, "charges");
-        return FromGaussians(makeElectrostaticGaussians(
-            ToVector(coordinates, {charges.shape(0), 3}, "coordinates"), Flat(charges, "charges"),
-            sigma));
+        return FromGaussians(
+            makeElectrostaticGaussians(ToVector(coordinates, {charges.shape(0), 3}, "coordinates"),
+                                       Flat(charges, "charges"), sigma));
       },
       py::arg("coordinates"), py::arg("charges"), py::arg("sigma"),
       "Charges (n,) at (n, 3): amplitude q / (sigma sqrt(2 pi)), width 1 / (2 sigma^2). Not those\n"
@@ -236,7 +245,8 @@ void BindGaussians(py::module_& module) {
         return FromGaussians(QXMolToElectroStaticGaussians(mol, sigma));
       },
       py::arg("molecule"), py::arg("sigma") = 1.0,
-      "The charge density: each Gaussian integrates to the partial charge of its atom. (n, 5) rows.");
+      "The charge density: each Gaussian integrates to the partial charge of its atom. (n, 5) "
+      "rows.");
   module.def(
       "center_gaussians",
       [](const Array& rows) {
@@ -279,7 +289,8 @@ void BindBasis(py::module_& module) {
   module.def(
       "lmn_index",
       [](long long l, long long m, long long n) {
-        const unsigned int i = CheckDegree(l, "l"), j = CheckDegree(m, "m"), k = CheckDegree(n, "n");
+        const unsigned int i = CheckDegree(l, "l"), j = CheckDegree(m, "m"),
+                           k = CheckDegree(n, "n");
         CheckDegree(l + m + n, "l + m + n");
         return GetLmnIndex(i, j, k);
       },
@@ -329,9 +340,9 @@ void BindBasis(py::module_& module) {
       "h_n(x) = H_n(x) exp(-x^2/2), of numbers or arrays, by the explicit sum: inaccurate at high\n"
       "degree.");
   module.def(
-      "hermite_funcs",
-      [](long long n, const Array& x) { return Tables(n, x, &HermiteFuncs); }, py::arg("n"),
-      py::arg("x"), "h_0(x) .. h_n(x), hermite_func to the bit: the shape of x, and n + 1.");
+      "hermite_funcs", [](long long n, const Array& x) { return Tables(n, x, &HermiteFuncs); },
+      py::arg("n"), py::arg("x"),
+      "h_0(x) .. h_n(x), hermite_func to the bit: the shape of x, and n + 1.");
   module.def(
       "calc_normalized_hermite",
       [](long long n, const Array& x) { return Tables(n, x, &QXCalcNormalizedHermite); },

@@ -1,3 +1,8 @@
+#include <pybind11/stl.h>
+
+#include <algorithm>
+#include <optional>
+
 #include "hermite/frame/axis_turns.h"
 #include "hermite/frame/best_lambda.h"
 #include "hermite/frame/center_of_mass.h"
@@ -19,7 +24,9 @@ namespace {
 
 const QXHermiteIndex kNoIndex;  // the operators read none
 
-py::array_t<double> Matrix(const std::vector<double>& m) { return ToArray(m, {3, 3}); }
+py::array_t<double> Matrix(const std::vector<double>& m) {
+  return ToArray(m, {3, 3});
+}
 
 std::vector<double> Finite(const Array& values, std::initializer_list<py::ssize_t> shape,
                            const char* name) {
@@ -50,8 +57,8 @@ unsigned int DegreeOf(const Array& coefficients, unsigned int largest) {
   for (unsigned int N = 0; N <= largest; ++N) {
     if (QXHermiteBasisSize(N) == coefficients.size()) return N;
   }
-  Refuse("coefficients", std::to_string(coefficients.size()) +
-                             " are no basis of a degree up to " + std::to_string(largest));
+  Refuse("coefficients", std::to_string(coefficients.size()) + " are no basis of a degree up to " +
+                             std::to_string(largest));
 }
 
 py::object Rotate(Rotation& r, const Array& angles, const Array& coefficients, bool derivatives) {
@@ -82,10 +89,10 @@ py::list Blocks(const std::vector<double>& values, unsigned int N) {
   return blocks;
 }
 
-py::object RotationBlocks(Rotation& r, double angle, const py::object& degree, bool derivative) {
+py::object RotationBlocks(Rotation& r, double angle, std::optional<long long> degree,
+                          bool derivative) {
   CheckFinite(angle, "angle");
-  const unsigned int N =
-      degree.is_none() ? r.degree : CheckWithin(degree.cast<long long>(), r.degree, "degree");
+  const unsigned int N = degree ? CheckWithin(*degree, r.degree, "degree") : r.degree;
   if (!derivative) {
     r.operation.BuildRotationMatrix(angle, N);
     return Blocks(r.operation.GetRotationMatrix(), N);
@@ -157,14 +164,14 @@ void BindOperators(py::module_& module) {
           "(4, basis_size(N)): the rotated coefficients, their derivatives by alpha, beta, gamma.")
       .def(
           "matrices",
-          [](Rotation& r, double angle, const py::object& degree) {
+          [](Rotation& r, double angle, std::optional<long long> degree) {
             return RotationBlocks(r, angle, degree, false);
           },
           py::arg("angle"), py::arg("degree") = py::none(),
           "The planar rotation blocks of one angle, of degree 0 .. N: a list of (d + 1, d + 1).")
       .def(
           "matrices_with_derivatives",
-          [](Rotation& r, double angle, const py::object& degree) {
+          [](Rotation& r, double angle, std::optional<long long> degree) {
             return RotationBlocks(r, angle, degree, true);
           },
           py::arg("angle"), py::arg("degree") = py::none(), "(blocks, their derivatives).");
@@ -222,9 +229,10 @@ void BindRigidMotion(py::module_& module) {
       return Matrix(matrix(alpha, beta, gamma));
     };
   };
-  module.def("generate_rotation_matrix", angles(&generateRotationMatrix), py::arg("alpha"),
-             py::arg("beta"), py::arg("gamma"),
-             "Q = Rx(alpha) Ry(beta) Rz(gamma) in single precision, (3, 3): poses are made with it.");
+  module.def(
+      "generate_rotation_matrix", angles(&generateRotationMatrix), py::arg("alpha"),
+      py::arg("beta"), py::arg("gamma"),
+      "Q = Rx(alpha) Ry(beta) Rz(gamma) in single precision, (3, 3): poses are made with it.");
   module.def("rot_from_euler_xyz", angles(&RotFromEulerXYZ), py::arg("alpha"), py::arg("beta"),
              py::arg("gamma"), "Q = Rx(alpha) Ry(beta) Rz(gamma) in double precision, (3, 3).");
   module.def(
@@ -317,7 +325,8 @@ void BindCenters(py::module_& module) {
             Call([&] { return QXHermiteCM(gaussians, N, l[0], l[1], l[2], singleLambda); }));
       },
       py::arg("gaussians"), py::arg("degree"), py::arg("lambdas"), py::arg("single_lambda") = false,
-      "The Hermite centre of mass: first moments of the expansion over the zeroth, (3,). NaN where\n"
+      "The Hermite centre of mass: first moments of the expansion over the zeroth, (3,). NaN "
+      "where\n"
       "that is 0, as without Gaussians.");
   module.def(
       "optimization_search_of_hermite_com",
@@ -381,8 +390,8 @@ void BindInertia(py::module_& module) {
         std::vector<double> center, rotation, values;
         std::vector<std::vector<double>> tensor;
         Call([&] {
-          QXOrientByHermiteMomentsOfInertia(gaussians, N, l[0], l[1], l[2], center, rotation, tensor,
-                                            values);
+          QXOrientByHermiteMomentsOfInertia(gaussians, N, l[0], l[1], l[2], center, rotation,
+                                            tensor, values);
         });
         std::vector<double> T;
         for (const auto& row : tensor) T.insert(T.end(), row.begin(), row.end());

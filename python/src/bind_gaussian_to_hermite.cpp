@@ -34,8 +34,8 @@ class Engine {
     const unsigned int which = CheckCount(order, 4, "order");
     const unsigned int needed = which == 0 ? 0 : 2 - which % 2;
     if (needed > derivatives_) {
-      Refuse("order", std::to_string(which) + " needs an engine with derivatives=" +
-                          std::to_string(needed));
+      Refuse("order",
+             std::to_string(which) + " needs an engine with derivatives=" + std::to_string(needed));
     }
     if (options.GetNPolyMax() > degree_) {
       Refuse("options", "-NPolyMax is above the degree of the engine, " + std::to_string(degree_));

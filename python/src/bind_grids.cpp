@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 #include "host/grid/field_grid.h"
 #include "host/grid/grid_file.h"
@@ -103,10 +104,9 @@ py::object GetMolecule(const QXScalarGrid& grid) {
   return py::cast(grid.GetData<QXMol>(kQXGridMoleculeTag));
 }
 
-void SetMolecule(QXScalarGrid& grid, const py::object& mol) {
-  QXMol copy = mol.is_none() ? QXMol() : mol.cast<const QXMol&>();
+void SetMolecule(QXScalarGrid& grid, const QXMol* mol) {
   grid.DeleteData(kQXGridMoleculeTag);
-  if (!mol.is_none()) grid.SetData(kQXGridMoleculeTag, std::move(copy));
+  if (mol) grid.SetData(kQXGridMoleculeTag, QXMol(*mol));
 }
 
 QXScalarGrid ReadGrid(const std::filesystem::path& path) {
@@ -135,9 +135,9 @@ py::array_t<double> Interpolate(const QXScalarGrid& grid, const Array& points, f
   Call([&] {
     for (size_t i = 0; i < values.size(); ++i) {
       const double* p = points.data() + 3 * i;
-      values[i] = QXLinearInterpolate<float>(grid, static_cast<float>(p[0]),
-                                             static_cast<float>(p[1]), static_cast<float>(p[2]),
-                                             outside);
+      values[i] =
+          QXLinearInterpolate<float>(grid, static_cast<float>(p[0]), static_cast<float>(p[1]),
+                                     static_cast<float>(p[2]), outside);
     }
   });
   return ToArray(std::move(values));
@@ -146,17 +146,16 @@ py::array_t<double> Interpolate(const QXScalarGrid& grid, const Array& points, f
 py::tuple ElementAt(const QXScalarGrid& grid, const Array& point) {
   const std::array<double, 3> p = CheckPlace(point, "point");
   unsigned int element = 0;
-  const bool inside = grid.SpatialCoordToElement(
-      static_cast<float>(p[0]), static_cast<float>(p[1]), static_cast<float>(p[2]), element);
+  const bool inside = grid.SpatialCoordToElement(static_cast<float>(p[0]), static_cast<float>(p[1]),
+                                                 static_cast<float>(p[2]), element);
   const unsigned int nx = grid.GetXDim(), ny = grid.GetYDim();
   return py::make_tuple(py::make_tuple(element % nx, element / nx % ny, element / nx / ny), inside);
 }
 
 /// The regular grid that covers a skew one.
-QXScalarGrid MakeRegular(const QXSkewGrid& skew, const py::object& spacing) {
+QXScalarGrid MakeRegular(const QXSkewGrid& skew, std::optional<double> spacing) {
   const QXScalarGrid& values = skew.GetGrid();
-  const float step =
-      spacing.is_none() ? values.GetSpacing() : CheckSpacing(spacing.cast<double>());
+  const float step = spacing ? CheckSpacing(*spacing) : values.GetSpacing();
   const double dim[3] = {static_cast<double>(values.GetXDim()),
                          static_cast<double>(values.GetYDim()),
                          static_cast<double>(values.GetZDim())};
@@ -177,7 +176,7 @@ QXScalarGrid MakeRegular(const QXSkewGrid& skew, const py::object& spacing) {
 }
 
 QXScalarGrid Transformed(const QXScalarGrid& grid, const Array& transform,
-                         const py::object& spacing) {
+                         std::optional<double> spacing) {
   QXSkewGrid skew(grid);
   QXTransform(skew, ToTrans(transform));
   return MakeRegular(skew, spacing);
@@ -195,8 +194,8 @@ std::string Repr(const QXScalarGrid& grid) {
 }
 
 bool AreEqual(const QXScalarGrid& a, const QXScalarGrid& b) {
-  return Shape(a).equal(Shape(b)) && a.GetSpacing() == b.GetSpacing() && Mid(a).attr("tolist")().equal(Mid(b).attr("tolist")()) &&
-         a.GetTitle() == b.GetTitle() &&
+  return Shape(a).equal(Shape(b)) && a.GetSpacing() == b.GetSpacing() &&
+         Mid(a).attr("tolist")().equal(Mid(b).attr("tolist")()) && a.GetTitle() == b.GetTitle() &&
          std::equal(a.GetValues(), a.GetValues() + a.GetSize(), b.GetValues());
 }
 
@@ -212,7 +211,7 @@ QXScalarGrid SetState(const py::tuple& state) {
   QXScalarGrid grid = FromArray(state[0].cast<FloatArray>(), ToArray({0.0, 0.0, 0.0}),
                                 state[4].cast<double>(), state[5].cast<std::string>());
   grid.SetMid(state[1].cast<float>(), state[2].cast<float>(), state[3].cast<float>());
-  SetMolecule(grid, state[6]);
+  SetMolecule(grid, state[6].cast<const QXMol*>());
   return grid;
 }
 
@@ -260,19 +259,19 @@ void BindScalarGrid(py::module_& module) {
       .def(py::pickle(&GetState, &SetState));
 }
 
-QXSkewGrid MakeSkew(const QXScalarGrid& grid, const py::object& origin, const py::object& steps) {
-  if (origin.is_none() && steps.is_none()) return QXSkewGrid(grid);
-  if (origin.is_none() || steps.is_none()) Refuse("steps", "go with an origin");
-  const auto rows = steps.cast<Array>();
-  const std::vector<double> m = ToVector(rows, {3, 3}, "steps");
-  RequireFinite(rows, "steps");
+QXSkewGrid MakeSkew(const QXScalarGrid& grid, const std::optional<Array>& origin,
+                    const std::optional<Array>& steps) {
+  if (!origin && !steps) return QXSkewGrid(grid);
+  if (!origin || !steps) Refuse("steps", "go with an origin");
+  const std::vector<double> m = ToVector(*steps, {3, 3}, "steps");
+  RequireFinite(*steps, "steps");
   const double volume = m[0] * (m[4] * m[8] - m[5] * m[7]) - m[1] * (m[3] * m[8] - m[5] * m[6]) +
                         m[2] * (m[3] * m[7] - m[4] * m[6]);
   if (!(std::abs(volume) > kLeastSpacing * kLeastSpacing * kLeastSpacing)) {
     Refuse("steps", "must span space");
   }
   return {grid,
-          CheckPlace(origin.cast<Array>(), "origin"),
+          CheckPlace(*origin, "origin"),
           {{{m[0], m[1], m[2]}, {m[3], m[4], m[5]}, {m[6], m[7], m[8]}}}};
 }
 
@@ -306,16 +305,19 @@ void BindSkewGrid(py::module_& module) {
            "The regular grid that covers this one, by trilinear interpolation, 0 outside.");
 }
 
-void CheckAtom(long long atomicNumber) { CheckCount(atomicNumber, 118, "atomic_number"); }
+void CheckAtom(long long atomicNumber) {
+  CheckCount(atomicNumber, 118, "atomic_number");
+}
 
 }  // namespace
 
 void BindGrids(py::module_& module) {
   BindScalarGrid(module);
   BindSkewGrid(module);
-  module.def("read_grid", &ReadGrid, py::arg("path"),
-             "Read a CCP4, MRC or cube file. What is not regular is resampled, and values that are\n"
-             "not finite are kept, with a warning each. QXHermiteError where it cannot be read.");
+  module.def(
+      "read_grid", &ReadGrid, py::arg("path"),
+      "Read a CCP4, MRC or cube file. What is not regular is resampled, and values that are\n"
+      "not finite are kept, with a warning each. QXHermiteError where it cannot be read.");
   module.def(
       "grid_overlap",
       [](const QXScalarGrid& a, const QXScalarGrid& b) {
@@ -355,14 +357,16 @@ void BindGrids(py::module_& module) {
           }
         });
       },
-      py::arg("grid"), py::arg("gaussians"), "Add Gaussians, (n, 5) rows, to the values of a grid.");
+      py::arg("grid"), py::arg("gaussians"),
+      "Add Gaussians, (n, 5) rows, to the values of a grid.");
   module.def(
       "bondi_radius",
       [](long long atomicNumber) {
         CheckAtom(atomicNumber);
         return QXFieldKit::QXBondiRadius(static_cast<unsigned int>(atomicNumber));
       },
-      py::arg("atomic_number"), "The van der Waals radius of an element, angstrom; 1.7 if unknown.");
+      py::arg("atomic_number"),
+      "The van der Waals radius of an element, angstrom; 1.7 if unknown.");
 }
 
 }  // namespace QXPython

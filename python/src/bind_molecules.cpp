@@ -1,6 +1,7 @@
 #include <pybind11/stl.h>
 #include <pybind11/stl/filesystem.h>
 
+#include <optional>
 #include <set>
 #include <sstream>
 #include <utility>
@@ -23,7 +24,7 @@ namespace {
 
 std::vector<unsigned int> AtomicNumbers(const py::sequence& elements) {
   std::vector<unsigned int> numbers;
-  for (const py::handle element : elements) {
+  for (const py::object element : elements) {  // a sequence may make them as it goes
     int number = -1;
     if (py::isinstance<py::str>(element)) {
       number = AtomicNumber(element.cast<std::string>());
@@ -161,12 +162,12 @@ void SetPartialCharges(QXMol& mol, const Array& charges) {
 }
 
 /// The molecule, or one of its conformers.
-QXMolBase& GetView(QXMol& mol, const py::object& conformer) {
-  if (conformer.is_none()) return mol;
-  return GetConformer(mol, conformer.cast<long long>());
+QXMolBase& GetView(QXMol& mol, std::optional<long long> conformer) {
+  if (!conformer) return mol;
+  return GetConformer(mol, *conformer);
 }
 
-py::dict GetText(QXMol& mol, const py::object& conformer) {
+py::dict GetText(QXMol& mol, std::optional<long long> conformer) {
   const QXSDText text = QXGetRecordText(mol.NumConfs() > 0 ? GetView(mol, conformer) : mol);
   py::dict data;
   for (size_t i = 0; i < text.Size(); ++i) {
@@ -190,14 +191,14 @@ void SetText(QXMol& mol, const py::dict& data) {
   for (const auto& [tag, value] : items) QXSetSDData(mol, tag, value);
 }
 
-py::object GetVector(QXMol& mol, const std::string& name, const py::object& conformer) {
+py::object GetVector(QXMol& mol, const std::string& name, std::optional<long long> conformer) {
   const QXMolBase& view = GetView(mol, conformer);
   if (!view.HasDataOfType<std::vector<double>>(name.c_str())) return py::none();
   return ToArray(view.GetData<std::vector<double>>(name.c_str()));
 }
 
 void SetVector(QXMol& mol, const std::string& name, const Array& values,
-               const py::object& conformer) {
+               std::optional<long long> conformer) {
   QXMolBase& view = GetView(mol, conformer);
   std::vector<double> flat(values.data(), values.data() + values.size());
   view.DeleteData(name.c_str());
@@ -225,8 +226,8 @@ QXMol FromBytes(const std::string& bytes) {
 }
 
 std::string Repr(const QXMol& mol) {
-  const std::string title = py::repr(py::bytes(mol.GetTitle()).attr("decode")("utf-8", "replace"))
-                                .cast<std::string>();
+  const std::string title =
+      py::repr(py::bytes(mol.GetTitle()).attr("decode")("utf-8", "replace")).cast<std::string>();
   return "Molecule(" + title + ", " + std::to_string(mol.NumAtoms()) + " atoms, " +
          std::to_string(mol.NumBonds()) + " bonds, " + std::to_string(mol.NumConfs()) +
          (mol.NumConfs() == 1 ? " conformer)" : " conformers)");
@@ -249,8 +250,8 @@ void AssignCharges(QXMol& mol) {
 
 QXMolFormat ToFormat(const std::string& name) {
   constexpr std::pair<const char*, QXMolFormat> kFormats[] = {
-      {"auto", QXMolFormat::Auto}, {"sdf", QXMolFormat::SDF},       {"mol", QXMolFormat::MOL},
-      {"mol2", QXMolFormat::MOL2}, {"pdb", QXMolFormat::PDB},       {"smiles", QXMolFormat::SMILES},
+      {"auto", QXMolFormat::Auto}, {"sdf", QXMolFormat::SDF}, {"mol", QXMolFormat::MOL},
+      {"mol2", QXMolFormat::MOL2}, {"pdb", QXMolFormat::PDB}, {"smiles", QXMolFormat::SMILES},
       {"qxb", QXMolFormat::QXB}};
   for (const auto& [known, format] : kFormats) {
     if (name == known) return format;
@@ -282,7 +283,8 @@ QXMol ReadNext(qxmolistream& in) {
 class Writer {
  public:
   Writer(const std::filesystem::path& path, const std::string& format)
-      : out_(Call([&, wanted = ToFormat(format)] { return qxmolostream(path.string(), wanted); })) {}
+      : out_(Call([&, wanted = ToFormat(format)] { return qxmolostream(path.string(), wanted); })) {
+  }
 
   void Write(const QXMol& mol) {
     if (closed_) throw py::value_error("the file is closed");
@@ -351,14 +353,14 @@ void BindMolecule(py::module_& module) {
           },
           &QXMol::SetTitle)
       .def_property(
-          "data", [](QXMol& mol) { return GetText(mol, py::int_(0)); }, &SetText,
+          "data", [](QXMol& mol) { return GetText(mol, 0); }, &SetText,
           "The SD data of the first conformer, a dict of texts, a copy. What is set holds for all\n"
           "conformers, in place of all that was there.")
       .def("conformer_data", &GetText, py::arg("conformer"), "The SD data of one conformer.")
       .def(
           "set_data",
           [](QXMol& mol, const std::string& tag, const py::object& value,
-             const py::object& conformer) {
+             std::optional<long long> conformer) {
             QXSetSDData(GetView(mol, conformer), tag, py::str(value));
           },
           py::arg("tag"), py::arg("value"), py::arg("conformer") = py::none(),
@@ -369,7 +371,8 @@ void BindMolecule(py::module_& module) {
            py::arg("conformer") = py::none(), "Attach numbers, flat, under a name.")
       .def(
           "attached_grid",
-          [](QXMol& mol, const std::string& name, const py::object& conformer) -> py::object {
+          [](QXMol& mol, const std::string& name,
+             std::optional<long long> conformer) -> py::object {
             const QXMolBase& view = GetView(mol, conformer);
             if (!view.HasDataOfType<QXCore::QXScalarGrid>(name.c_str())) return py::none();
             return py::cast(view.GetData<QXCore::QXScalarGrid>(name.c_str()));
@@ -397,8 +400,8 @@ void BindMolecule(py::module_& module) {
           "gaussians",
           [](const QXMol& mol, double radius, long long conformer) {
             CheckPositive(radius, "radius");
-            return FromGaussians(QXHermiteMath::QXMolToGaussians(
-                QXMol(GetConformer(mol, conformer), 1), radius));
+            return FromGaussians(
+                QXHermiteMath::QXMolToGaussians(QXMol(GetConformer(mol, conformer), 1), radius));
           },
           py::arg("radius") = 1.7, py::arg("conformer") = 0,
           "The shape density, one Gaussian an atom, hydrogens included: (n, 5) rows x, y, z,\n"
@@ -437,7 +440,8 @@ void BindMolecules(py::module_& module) {
   py::class_<qxmolistream>(
       module, "MoleculeReader",
       "The molecules of a file, one record in memory at a time: for mol in MoleculeReader(path).\n"
-      "A record that cannot be read is a warning, noted in `skipped`, and passed over. A file that\n"
+      "A record that cannot be read is a warning, noted in `skipped`, and passed over. A file "
+      "that\n"
       "cannot be opened is a QXHermiteError. One thread at a time.")
       .def(py::init(&Open), py::arg("path"), py::arg("format") = "auto",
            "format: auto (by the extension), sdf, mol, mol2, pdb, smiles or qxb.")

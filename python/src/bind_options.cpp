@@ -26,25 +26,27 @@ void BindOptions(py::module_& module) {
   py::class_<QXHermiteOptions> options(
       module, "HermiteOptions",
       "How a density is to be expanded: what gives a coefficient vector its meaning.\n\n"
-      "A mapping too, by option strings: options[\"-NPolyMax\"] = 10. A value that is not legal is\n"
+      "A mapping too, by option strings: options[\"-NPolyMax\"] = 10. A value that is not legal "
+      "is\n"
       "a ValueError. Functions copy the options that they are given.");
-  options.def(py::init([](py::handle npolymax, py::handle lambdaX, py::handle lambdaY,
-                          py::handle lambdaZ, py::handle useCenterOfMass,
-                          py::handle useSingleLambda, py::handle useOptimalLambdas) {
-                QXHermiteOptions o;
-                SetOption(o, "-NPolyMax", npolymax);
-                SetOption(o, "-LambdaX", lambdaX);
-                SetOption(o, "-LambdaY", lambdaY);
-                SetOption(o, "-LambdaZ", lambdaZ);
-                SetOption(o, "-UseCenterOfMass", useCenterOfMass);
-                SetOption(o, "-UseSingleLambda", useSingleLambda);
-                SetOption(o, "-UseOptimalLambdas", useOptimalLambdas);
-                return o;
-              }),
-              py::kw_only(), py::arg("npolymax") = 5, py::arg("lambda_x") = 1.0,
-              py::arg("lambda_y") = 1.0, py::arg("lambda_z") = 1.0,
-              py::arg("use_center_of_mass") = false, py::arg("use_single_lambda") = true,
-              py::arg("use_optimal_lambdas") = true)
+  options
+      .def(py::init([](py::handle npolymax, py::handle lambdaX, py::handle lambdaY,
+                       py::handle lambdaZ, py::handle useCenterOfMass, py::handle useSingleLambda,
+                       py::handle useOptimalLambdas) {
+             QXHermiteOptions o;
+             SetOption(o, "-NPolyMax", npolymax);
+             SetOption(o, "-LambdaX", lambdaX);
+             SetOption(o, "-LambdaY", lambdaY);
+             SetOption(o, "-LambdaZ", lambdaZ);
+             SetOption(o, "-UseCenterOfMass", useCenterOfMass);
+             SetOption(o, "-UseSingleLambda", useSingleLambda);
+             SetOption(o, "-UseOptimalLambdas", useOptimalLambdas);
+             return o;
+           }),
+           py::kw_only(), py::arg("npolymax") = 5, py::arg("lambda_x") = 1.0,
+           py::arg("lambda_y") = 1.0, py::arg("lambda_z") = 1.0,
+           py::arg("use_center_of_mass") = false, py::arg("use_single_lambda") = true,
+           py::arg("use_optimal_lambdas") = true)
       .def("__repr__", &Repr)
       .def_property(
           "lambdas",
@@ -52,7 +54,8 @@ void BindOptions(py::module_& module) {
             return py::make_tuple(o.GetLambdaX(), o.GetLambdaY(), o.GetLambdaZ());
           },
           [](QXHermiteOptions& o, const py::object& value) {
-            const bool three = py::isinstance<py::sequence>(value) || py::isinstance<py::array>(value);
+            const bool three =
+                py::isinstance<py::sequence>(value) || py::isinstance<py::array>(value);
             if (three && py::len(value) != 3) Refuse("lambdas", "expected one width or three");
             QXHermiteOptions changed(o);
             const char* const names[] = {"-LambdaX", "-LambdaY", "-LambdaZ"};

@@ -1,3 +1,7 @@
+#include <pybind11/stl.h>
+
+#include <optional>
+
 #include "hermite/overlay/cos_angle.h"
 #include "hermite/overlay/gaussian_overlap.h"
 #include "hermite/overlay/overlap.h"
@@ -43,10 +47,9 @@ void BindHermiteOverlap(py::module_& module) {
     const std::vector<QXGaussian> gaussians = CheckedGaussians(rows);
     Call([&, own = QXHermiteOptions(options)] { f.SetupRef(gaussians, own); });
   };
-  const auto setFitGaussians = [](F& f, const Array& rows, const py::object& options) {
+  const auto setFitGaussians = [](F& f, const Array& rows, const QXHermiteOptions* options) {
     const std::vector<QXGaussian> gaussians = CheckedGaussians(rows);
-    const QXHermiteOptions own =
-        options.is_none() ? f.GetRefOptions() : options.cast<const QXHermiteOptions&>();
+    const QXHermiteOptions own = options ? *options : f.GetRefOptions();
     Call([&] { f.Setup(gaussians, own); });
   };
   py::class_<F, QXFunc1>(
@@ -54,17 +57,18 @@ void BindHermiteOverlap(py::module_& module) {
       "Minus the overlap of a reference and a fit over (alpha, beta, gamma, tx, ty, tz): the fit\n"
       "moved to Q^T (P + t). Points are relative to the centre of the reference. Scratch, one\n"
       "thread at a time.")
-      .def(py::init([=](const QXHermite& ref, const py::object& fit) {
+      .def(py::init([=](const QXHermite& ref, const QXHermite* fit) {
              auto f = std::make_unique<F>();
              setRef(*f, ref);
-             setFit(*f, fit.is_none() ? ref : fit.cast<const QXHermite&>());
+             setFit(*f, fit ? *fit : ref);
              return f;
            }),
            py::arg("ref"), py::arg("fit") = py::none(), "Of expansions; fit: ref itself if None.")
-      .def(py::init([=](const Array& ref, const QXHermiteOptions& options, const py::object& fit) {
+      .def(py::init([=](const Array& ref, const QXHermiteOptions& options,
+                        const std::optional<Array>& fit) {
              auto f = std::make_unique<F>();
              setRefGaussians(*f, ref, options);
-             setFitGaussians(*f, fit.is_none() ? ref : fit.cast<Array>(), py::none());
+             setFitGaussians(*f, fit ? *fit : ref, nullptr);
              return f;
            }),
            py::arg("ref"), py::arg("options"), py::arg("fit") = py::none(),
@@ -141,10 +145,11 @@ void BindTanimoto(py::module_& module) {
       "Minus the Tanimoto O / (A + B - O) of two shape densities over the six rigid variables.\n"
       "Densities are Gaussians, (n, 5), or coefficients under the options. Scratch, one thread at\n"
       "a time.")
-      .def(py::init([](const Array& ref, const QXHermiteOptions& options, const py::object& fit) {
+      .def(py::init([](const Array& ref, const QXHermiteOptions& options,
+                       const std::optional<Array>& fit) {
              auto f = std::make_unique<S>();
              f->SetRef(ref, options);
-             f->SetFit(fit.is_none() ? ref : fit.cast<Array>());
+             f->SetFit(fit ? *fit : ref);
              return f;
            }),
            py::arg("ref"), py::arg("options"), py::arg("fit") = py::none())
@@ -165,20 +170,21 @@ void BindTanimoto(py::module_& module) {
   using C = ShapeChargeTanimoto;
   py::class_<C, QXFunc1>(
       module, "ShapeChargeComboTanimoto", py::multiple_inheritance(),
-      "-T_shape - weight (T_charge + offset) over the six rigid variables. Densities are Gaussians,\n"
+      "-T_shape - weight (T_charge + offset) over the six rigid variables. Densities are "
+      "Gaussians,\n"
       "(n, 5), or coefficients under the options. Scratch, one thread at a time.")
-      .def(py::init([](const Array& shape, const QXHermiteOptions& shapeOptions,
-                       const Array& charge, const QXHermiteOptions& chargeOptions, double weight,
-                       double offset) {
-             auto f = std::make_unique<C>(CheckFinite(weight, "weight"),
-                                          CheckFinite(offset, "offset"));
-             f->SetRef(shape, shapeOptions, charge, chargeOptions);
-             f->SetFit(shape, charge);
-             return f;
-           }),
-           py::arg("ref_shape"), py::arg("shape_options"), py::arg("ref_charge"),
-           py::arg("charge_options"), py::arg("weight") = 1.0, py::arg("offset") = 0.0,
-           "With the reference as fit, until another is set.")
+      .def(
+          py::init([](const Array& shape, const QXHermiteOptions& shapeOptions, const Array& charge,
+                      const QXHermiteOptions& chargeOptions, double weight, double offset) {
+            auto f =
+                std::make_unique<C>(CheckFinite(weight, "weight"), CheckFinite(offset, "offset"));
+            f->SetRef(shape, shapeOptions, charge, chargeOptions);
+            f->SetFit(shape, charge);
+            return f;
+          }),
+          py::arg("ref_shape"), py::arg("shape_options"), py::arg("ref_charge"),
+          py::arg("charge_options"), py::arg("weight") = 1.0, py::arg("offset") = 0.0,
+          "With the reference as fit, until another is set.")
       .def("setup_ref", &C::SetRef, py::arg("ref_shape"), py::arg("shape_options"),
            py::arg("ref_charge"), py::arg("charge_options"))
       .def("setup", &C::SetFit, py::arg("fit_shape"), py::arg("fit_charge"))
@@ -210,10 +216,8 @@ void BindCosAngle(py::module_& module) {
       "of the reference, b those of the shape Gaussians of carbons, plain dot products. Make the\n"
       "reference with use_optimal_lambdas=False. Scratch, one thread at a time.")
       .def(py::init([=](const QXHermite& ref, const QXMol& mol, double radius,
-                        const py::object& options) {
-             auto f = std::make_unique<F>(options.is_none()
-                                              ? ref.GetOptions()
-                                              : options.cast<const QXHermiteOptions&>());
+                        const QXHermiteOptions* options) {
+             auto f = std::make_unique<F>(options ? *options : ref.GetOptions());
              setRef(*f, ref);
              setFit(*f, mol, radius);
              return f;
@@ -276,10 +280,10 @@ void BindGaussianOverlap(py::module_& module) {
       "Minus the exact overlap of two sums of Gaussians over the six rigid variables, with no\n"
       "expansion in between: the sum over pairs of A A' (pi/(w + w'))^(3/2)\n"
       "exp(-w w'/(w + w') |Q r - (r' + t)|^2). Scratch, one thread at a time.")
-      .def(py::init([=](const Array& ref, const py::object& fit) {
+      .def(py::init([=](const Array& ref, const std::optional<Array>& fit) {
              auto f = std::make_unique<F>();
              setRef(*f, ref);
-             setFit(*f, fit.is_none() ? ref : fit.cast<Array>());
+             setFit(*f, fit ? *fit : ref);
              return f;
            }),
            py::arg("ref"), py::arg("fit") = py::none(), "(n, 5) rows each; fit: ref if None.")
@@ -293,7 +297,9 @@ void BindGaussianOverlap(py::module_& module) {
       .def_readonly("overlap", &P::overlap, "Exact, at `variables`.")
       .def_property_readonly(
           "variables",
-          [](const P& pose) { return ToArray({pose.variables.begin(), pose.variables.end()}); },
+          [](const P& pose) {
+            return ToArray({pose.variables.begin(), pose.variables.end()});
+          },
           "(6,): alpha, beta, gamma, tx, ty, tz.")
       .def_readonly("evaluations", &P::evaluations)
       .def("__repr__", [](const P& pose) {

@@ -1,6 +1,7 @@
 #include <pybind11/stl.h>
 
 #include <algorithm>
+#include <optional>
 
 #include "hermite/frame/axis_turns.h"
 #include "hermite/frame/rigid_motion.h"
@@ -26,7 +27,9 @@ unsigned int CheckLimit(long long limit) {
   return CheckCount(limit, kMostIterations, "iteration_limit");
 }
 
-unsigned int CheckPoses(long long count) { return CheckCount(count, kMostPoses, "n_poses"); }
+unsigned int CheckPoses(long long count) {
+  return CheckCount(count, kMostPoses, "n_poses");
+}
 
 void BindShapeOverlay(py::module_& module) {
   using O = QXShapeOverlay;
@@ -36,10 +39,10 @@ void BindShapeOverlay(py::module_& module) {
         : O(relative, limit, ref, motion), degree(ref.GetOptions().GetNPolyMax()) {}
     unsigned int degree;
   };
-  py::class_<Overlay>(
-      module, "ShapeOverlay",
-      "Lays the conformers of molecules over a reference by shape, from four starts each. No frame\n"
-      "is searched: bring both into theirs first. Scratch, one thread at a time.")
+  py::class_<Overlay>(module, "ShapeOverlay",
+                      "Lays the conformers of molecules over a reference by shape, from four "
+                      "starts each. No frame\n"
+                      "is searched: bring both into theirs first. Scratch, one thread at a time.")
       .def(py::init([](const QXHermite& ref, double tolerance, long long limit,
                        const py::object& transform) {
              return std::make_unique<Overlay>(tolerance, CheckLimit(limit), ref,
@@ -142,7 +145,7 @@ void SetRef(QXHermiteShapeOverlay& o, const py::object& ref, const py::object& t
     Call([&] { o.SetupRef(grid, trans); });
   } else {
     const std::vector<double> c =
-        CheckCoefficients(ref.cast<Array>(), o.GetOptions().GetNPolyMax(), "ref");
+        CheckCoefficients(Array(ref), o.GetOptions().GetNPolyMax(), "ref");
     Call([&] { o.SetupRef(c, trans); });
   }
 }
@@ -151,15 +154,15 @@ void BindHermiteShapeOverlay(py::module_& module) {
   py::class_<QXBestStart>(module, "BestStart", "The best start of an overlay, and its motion.")
       .def_readonly("tanimoto", &QXBestStart::tanimoto)
       .def_readonly("start", &QXBestStart::start, "0, or 1, 2, 3: a half turn about x, y, z first.")
-      .def_property_readonly("coefficients",
-                             [](const QXBestStart& s) { return ToArray(s.coefficients); },
-                             "Of the moved fit; empty when no start scored above 0.")
-      .def_property_readonly("variables",
-                             [](const QXBestStart& s) { return ToArray(s.variables); },
-                             "(6,), after the turn.")
-      .def_property_readonly("transform",
-                             [](const QXBestStart& s) { return FromTrans(s.GetTransform()); },
-                             "(4, 4): from where the fit stood to where it lies.");
+      .def_property_readonly(
+          "coefficients", [](const QXBestStart& s) { return ToArray(s.coefficients); },
+          "Of the moved fit; empty when no start scored above 0.")
+      .def_property_readonly(
+          "variables", [](const QXBestStart& s) { return ToArray(s.variables); },
+          "(6,), after the turn.")
+      .def_property_readonly(
+          "transform", [](const QXBestStart& s) { return FromTrans(s.GetTransform()); },
+          "(4, 4): from where the fit stood to where it lies.");
 
   using O = QXHermiteShapeOverlay;
   py::class_<O> overlay(
@@ -178,16 +181,16 @@ void BindHermiteShapeOverlay(py::module_& module) {
              SetRef(*o, ref, transform);
              return o;
            }),
-           py::arg("ref"), py::arg("degree"), py::arg("lambda_"),
-           py::arg("transform") = py::none(), py::arg("tolerance") = 1e-6,
-           py::arg("iteration_limit") = 100, py::arg("make_grid") = false,
-           py::arg("grid_spacing") = 0.5, py::arg("grid_size") = 20.0,
-           "lambda_: the width on all axes, 1/angstrom. transform: (4, 4), moves poses and grids at\n"
+           py::arg("ref"), py::arg("degree"), py::arg("lambda_"), py::arg("transform") = py::none(),
+           py::arg("tolerance") = 1e-6, py::arg("iteration_limit") = 100,
+           py::arg("make_grid") = false, py::arg("grid_spacing") = 0.5, py::arg("grid_size") = 20.0,
+           "lambda_: the width on all axes, 1/angstrom. transform: (4, 4), moves poses and grids "
+           "at\n"
            "the end. With make_grid expansions are put on grids too.")
       .def("setup_ref", &SetRef, py::arg("ref"), py::arg("transform") = py::none(),
            "Another reference.")
-      .def_property_readonly("options", [](const O& o) { return o.GetOptions(); },
-                             "The basis of all expansions.")
+      .def_property_readonly(
+          "options", [](const O& o) { return o.GetOptions(); }, "The basis of all expansions.")
       .def(
           "find_best_overlay",
           [](O& o, const QXMol& fit, long long count, bool optimize, bool singleStart) {
@@ -282,8 +285,12 @@ void BindShapeScreen(py::module_& module) {
   py::class_<P>(module, "ShapePose", "A pose that a screen found.")
       .def_readonly("conformer", &P::conformer, "Which of the fits.")
       .def_readonly("start", &P::start, "Which of axis_turns came first.")
-      .def_property_readonly("x", [](const P& p) { return ToArray({p.x.begin(), p.x.end()}); },
-                             "(6,): the motion after the turn.")
+      .def_property_readonly(
+          "x",
+          [](const P& p) {
+            return ToArray({p.x.begin(), p.x.end()});
+          },
+          "(6,): the motion after the turn.")
       .def_readonly("tanimoto", &P::tanimoto, "Of the expansions.")
       .def_readonly("exact_tanimoto", &P::exactTanimoto, "Of the sums of Gaussians; NaN without.")
       .def_property_readonly("transform", &TransformOf, "Turn and motion as one, (4, 4).")
@@ -302,32 +309,32 @@ void BindShapeScreen(py::module_& module) {
       module, "ShapeScreen",
       "Lays many fits over one reference by shape: all starts at once on the expansions, the best\n"
       "poses then on the exact overlap. Frames are the caller's. Scratch, one thread at a time.")
-      .def(py::init([](const QXHermite& ref, const py::object& rows, double tolerance,
-                       long long limit, long long starts, long long searchDegree,
-                       long long polish) {
-             QXShapeScreenSettings settings;
-             settings.tolerance = tolerance;
-             settings.iterationLimit = CheckLimit(limit);
-             settings.starts = CheckCount(starts, kAxisTurns, "starts");
-             settings.searchDegree = CheckDegree(searchDegree, "search_degree");
-             settings.polish = CheckCount(polish, kMostPoses, "polish");
-             if (settings.starts == 0) Refuse("starts", "must be 1 to 24");
-             const QXHermiteOptions& o = ref.GetOptions();
-             const bool equal = o.GetLambdaX() == o.GetLambdaY() && o.GetLambdaX() == o.GetLambdaZ();
-             if (settings.starts > 4 && !equal) {
-               Refuse("starts", "above 4 needs a reference with equal widths");
-             }
-             std::vector<QXGaussian> gaussians;
-             if (!rows.is_none()) gaussians = CheckedGaussians(rows.cast<Array>());
-             return Call([&] { return std::make_unique<Screen>(ref, gaussians, settings); });
-           }),
-           py::arg("ref"), py::arg("gaussians") = py::none(), py::kw_only(),
-           py::arg("tolerance") = 1e-6, py::arg("iteration_limit") = 200, py::arg("starts") = 4,
-           py::arg("search_degree") = 0, py::arg("polish") = 0,
-           "ref: about the origin; its widths serve all fits. gaussians: of the reference, (n, 5),\n"
-           "for exact overlaps. starts: 1 to 24; 4: inertial axes agree up to half turns.\n"
-           "search_degree: of a first search; 0: none. polish: this many of the best poses are\n"
-           "brought to the optimum of the exact overlap.")
+      .def(
+          py::init([](const QXHermite& ref, const std::optional<Array>& rows, double tolerance,
+                      long long limit, long long starts, long long searchDegree, long long polish) {
+            QXShapeScreenSettings settings;
+            settings.tolerance = tolerance;
+            settings.iterationLimit = CheckLimit(limit);
+            settings.starts = CheckCount(starts, kAxisTurns, "starts");
+            settings.searchDegree = CheckDegree(searchDegree, "search_degree");
+            settings.polish = CheckCount(polish, kMostPoses, "polish");
+            if (settings.starts == 0) Refuse("starts", "must be 1 to 24");
+            const QXHermiteOptions& o = ref.GetOptions();
+            const bool equal = o.GetLambdaX() == o.GetLambdaY() && o.GetLambdaX() == o.GetLambdaZ();
+            if (settings.starts > 4 && !equal) {
+              Refuse("starts", "above 4 needs a reference with equal widths");
+            }
+            std::vector<QXGaussian> gaussians;
+            if (rows) gaussians = CheckedGaussians(*rows);
+            return Call([&] { return std::make_unique<Screen>(ref, gaussians, settings); });
+          }),
+          py::arg("ref"), py::arg("gaussians") = py::none(), py::kw_only(),
+          py::arg("tolerance") = 1e-6, py::arg("iteration_limit") = 200, py::arg("starts") = 4,
+          py::arg("search_degree") = 0, py::arg("polish") = 0,
+          "ref: about the origin; its widths serve all fits. gaussians: of the reference, (n, 5),\n"
+          "for exact overlaps. starts: 1 to 24; 4: inertial axes agree up to half turns.\n"
+          "search_degree: of a first search; 0: none. polish: this many of the best poses are\n"
+          "brought to the optimum of the exact overlap.")
       .def(
           "find_poses",
           [](Screen& screen, const py::iterable& fits, long long count) {
@@ -341,7 +348,8 @@ void BindShapeScreen(py::module_& module) {
           },
           py::arg("fits"), py::arg("n_poses") = 1,
           "The best ShapePoses over all fits, best first: by exact Tanimoto where poses are\n"
-          "polished. fits: conformers, each as Gaussians (n, 5), coefficients under the options of\n"
+          "polished. fits: conformers, each as Gaussians (n, 5), coefficients under the options "
+          "of\n"
           "the reference, or a tuple of both.");
 }
 

@@ -40,6 +40,7 @@ using QXMolKit::QXMol;
 std::string ForPython(std::string text) {
   constexpr std::pair<const char*, const char*> kNames[] = {
       {"--cut 0.7 --blur 0.3", "cut=0.7, blur=0.3"},
+      {"fewer functions with --actives", "fewer functions"},
       {"-UsePotential false", "use_potential=False"},
       {"-UseElectricField false", "use_field=False"},
       {"-UseNeutralCharge false", "neutral=False"},
@@ -140,10 +141,6 @@ void BindAtomSearch(py::module_& module) {
 }
 
 // ----- charge densities -----
-
-py::tuple ToTuple(const QXTools::ChargeDensity& read) {
-  return py::make_tuple(read.density, read.title, read.source, read.mol);
-}
 
 /// The sites that are meant: "all" or "heavy" atoms, or (n, 3) numbers.
 std::vector<double> Sites(const py::object& sites, const QXMol& mol) {
@@ -283,9 +280,10 @@ void BindFiles(py::module_& module) {
   module.def(
       "read_charge_density",
       [](const std::filesystem::path& path) {
-        return ToTuple(Hear([&](QXTools::Listener& listener) {
-          return QXTools::ReadChargeDensity(path.string(), listener);
-        }))[0];
+        return Hear([&](QXTools::Listener& listener) {
+                 return QXTools::ReadChargeDensity(path.string(), listener);
+               })
+            .density;
       },
       py::arg("path"), "A HermiteChargeDensity out of a file of `qxhermite charges fit` (.json).");
   module.def(

@@ -133,8 +133,8 @@ QXMolKit::QXTrans ToTrans(const py::object& transform, const char* name) {
 py::array_t<double> FromTrans(const QXMolKit::QXTrans& trans) {
   double R[9], t[3];
   trans.Extract(R, t, true);
-  return ToArray({R[0], R[1], R[2], t[0], R[3], R[4], R[5], t[1], R[6], R[7], R[8], t[2], 0, 0, 0, 1},
-                 {4, 4});
+  return ToArray(
+      {R[0], R[1], R[2], t[0], R[3], R[4], R[5], t[1], R[6], R[7], R[8], t[2], 0, 0, 0, 1}, {4, 4});
 }
 
 }  // namespace QXPython

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Eigen/Core>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <utility>
@@ -83,7 +84,13 @@ void BindMultiCentre(py::class_<Expansion>& type) {
   type.def_property_readonly("params", &Expansion::GetParams, "The layout, a copy.")
       .def_property_readonly("num_actives", &Expansion::NumActives)
       .def_property_readonly(
-          "actives", [](const Expansion& self) { return py::array(py::cast(self.GetActives())); },
+          "actives",
+          [](const Expansion& self) {
+            const std::vector<unsigned int> actives = self.GetActives();
+            const std::vector<std::int64_t> indices(actives.begin(), actives.end());
+            return py::array_t<std::int64_t>(static_cast<py::ssize_t>(indices.size()),
+                                             indices.data());
+          },
           "The active flat indices, rising; integers, (num_actives,).")
       .def_property_readonly(
           "coefficients",

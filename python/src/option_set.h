@@ -39,8 +39,8 @@ inline py::object GetOption(QXCore::QXOptions& options, std::string_view option)
 }
 
 /// Sets the value from anything whose text is one: 10, np.int64(10), "10", True, "true".
-/// ValueError "-NPolyMax: 200 is not legal: 0 to 100". Numbers that are not integers are widths, and
-/// must be positive: the sets themselves let every number pass.
+/// ValueError "-NPolyMax: 200 is not legal: 0 to 100". Numbers that are not integers are widths,
+/// and must be positive: the sets themselves let every number pass.
 inline void SetOption(QXCore::QXOptions& options, std::string_view option, py::handle value) {
   QXCore::QXParameter& parameter = FindParameter(options, option);
   std::string text = py::str(value);
@@ -96,14 +96,17 @@ void AddOptionMapping(py::class_<Options, Extra...>& set) {
       .def("set", &SetOptions<Options>, py::arg("text"),
            "Set values from text: options.set(\"-NPolyMax 10 -UseSingleLambda false\"). On a\n"
            "KeyError or ValueError nothing has changed.")
-      .def("keys", [](Options& o) { return OptionKeys(o); }, "The option strings.")
+      .def(
+          "keys", [](Options& o) { return OptionKeys(o); }, "The option strings.")
       .def("items", [](Options& o) { return OptionDict(o).attr("items")(); })
       .def("__iter__", [](Options& o) { return py::iter(OptionKeys(o)); })
       .def("__len__", [](Options& o) { return OptionKeys(o).size(); })
-      .def("__contains__", [](Options& o, py::handle option) { return OptionKeys(o).contains(option); })
+      .def("__contains__",
+           [](Options& o, py::handle option) { return OptionKeys(o).contains(option); })
       .def("__eq__",
            [](Options& a, py::handle other) -> py::object {
-             if (!py::isinstance<Options>(other)) return py::reinterpret_borrow<py::object>(Py_NotImplemented);
+             if (!py::isinstance<Options>(other))
+               return py::reinterpret_borrow<py::object>(Py_NotImplemented);
              return py::bool_(OptionDict(a).equal(OptionDict(py::cast<Options&>(other))));
            })
       .def("__copy__", [](const Options& o) { return Options(o); })

@@ -15,8 +15,9 @@ leave() {
 trap leave EXIT
 
 mirror=$(sed -n 's/^URIs: *//p; s/^deb \(\[[^]]*\] *\)\?\([^ ]*\) bookworm .*/\2/p' \
-  /etc/apt/sources.list /etc/apt/sources.list.d/* 2>/dev/null | head -1)
-debootstrap --variant=minbase bookworm "$root" ${mirror:+"$mirror"} >"${TMPDIR:-/tmp}/debootstrap.log"
+  /etc/apt/sources.list /etc/apt/sources.list.d/* 2>/dev/null | head -1) || true
+debootstrap --variant=minbase bookworm "$root" ${mirror:+"$mirror"} >"$root.log" || { tail "$root.log" >&2; exit 1; }
+rm "$root.log"
 cp "$package" "$root/qxhermite.deb"
 cp -r "$examples" "$root/examples"
 mount -t proc proc "$root/proc"

@@ -3,6 +3,9 @@
 
 const plotSize = {width: 560, height: 150, left: 44, right: 12, top: 10, bottom: 34};
 
+/// Text keeps its size in a place of any width.
+const fitInto = place => { plotSize.width = Math.max(280, place.clientWidth || 560); };
+
 /// Round numbers from low to high, about so many.
 function ticks(low, high, count) {
   const raw = (high - low) / count || 1;
@@ -87,6 +90,7 @@ class Histogram {
 
   /// rows: those to be counted.
   draw(rows) {
+    fitInto(this.place);
     const column = this.columns[this.select.value];
     const known = column.numbers.filter(number => number !== null);
     const low = known.reduce((a, b) => Math.min(a, b), Infinity);
@@ -107,7 +111,7 @@ class Histogram {
     const scale = scales(low, high, 0, most);
     const edge = at => low + (high - low) * at / counts.length;
     const text = number => String(Number(number.toPrecision(4)));
-    const svg = makePlot(`Histogram of ${column.name}`, ticks(low, high, 6),
+    const svg = makePlot(`Histogram of ${column.name}`, ticks(low, high, plotSize.width / 90),
                          ticks(0, most, 3).filter(Number.isInteger), scale, axisName(column));
     const single = low === high;
     const marks = counts.map((count, at) => {
@@ -138,6 +142,7 @@ class Histogram {
 class Curve {
   constructor(place, {x, y}, onPick) {
     this.onPick = onPick;
+    fitInto(place);
     const columns = y.map(at => report.columns[at]);
     const xs = report.columns[x].numbers;
     const values = columns.flatMap(column => column.numbers).filter(number => number !== null);
@@ -145,7 +150,7 @@ class Curve {
     const scale = scales(Math.min(...xs), Math.max(...xs), yLow, yHigh);
     const name = columns.length === 1 ? axisName(columns[0]) : 'value';
     const svg = makePlot(`${columns.map(axisName).join(', ')} over ${axisName(report.columns[x])}`,
-                         ticks(Math.min(...xs), Math.max(...xs), 7), ticks(yLow, yHigh, 4), scale,
+                         ticks(Math.min(...xs), Math.max(...xs), plotSize.width / 80), ticks(yLow, yHigh, 4), scale,
                          axisName(report.columns[x]));
     columns.forEach((column, at) => this.line(svg, scale, xs, column, at));
     place.append(make('div', {class: 'plot-head'}, ...columns.map((column, at) => make(

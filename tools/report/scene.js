@@ -10,8 +10,10 @@ const colors = {reference: '#8d97a5', row: '#e8890c', positive: '#3b7ddd', negat
 class Scene {
   /// Throws where there is no WebGL.
   constructor(element) {
+    const probe = document.createElement('canvas').getContext('webgl2');
+    if (!probe) throw new Error('no WebGL');
+    probe.getExtension('WEBGL_lose_context')?.loseContext();
     this.viewer = $3Dmol.createViewer(element, {backgroundColor: 'white', antialias: true});
-    if (!this.viewer) throw new Error('no viewer');
     this.element = element;
     this.models = {};
     this.shapes = {};
@@ -50,7 +52,7 @@ class Scene {
     const radius = name === 'row' ? 0.13 : 0.1;
     model.setStyle({}, {stick: {radius, colorfunc}});
     model.setStyle({predicate: atom => atom.bonds.length === 0},
-                   {sphere: {radius: name === 'row' ? 0.42 : 0.3, colorfunc: () => color}});
+                   {sphere: {radius: name === 'row' ? 0.36 : 0.28, colorfunc: () => color}});
     if (!this.hydrogens) model.setStyle({predicate: atom => atom.nonpolar}, {});
   }
 
@@ -67,8 +69,25 @@ class Scene {
     const view = this.viewer.getView();
     this.viewer.setView([...view.slice(0, 4), ...report.turn]);
     this.viewer.zoomTo();
-    this.viewer.zoom(1.25);  // the margin is a wide one
+    this.viewer.zoom(this.spare());
     this.viewer.render();
+  }
+
+  /// By how much the atoms may be drawn larger than in a view that holds the ball around them.
+  spare() {
+    const atoms = this.viewer.selectedAtoms({});
+    if (atoms.length === 0) return 1;
+    const margin = 1.5, least = 2.5;  // angstrom
+    const middle = this.viewer.getView().slice(0, 3).map(shift => -shift);
+    let reach = least, across = 0, up = 0;
+    for (const {x, y, z} of atoms) {
+      const place = turned(report.turn, [x - middle[0], y - middle[1], z - middle[2]]);
+      reach = Math.max(reach, Math.hypot(...place));
+      across = Math.max(across, Math.abs(place[0]));
+      up = Math.max(up, Math.abs(place[1]));
+    }
+    const {clientWidth, clientHeight} = this.element;
+    return Math.min(reach / (up + margin), reach * clientWidth / clientHeight / (across + margin));
   }
 
   zoomToRow() {
@@ -88,6 +107,14 @@ class Scene {
     else return;
     event.preventDefault();
   }
+}
+
+/// A place turned by a quaternion (x, y, z, w): p + 2 q x (q x p + w p).
+function turned([x, y, z, w], p) {
+  const cross = (a, b) => [0, 1, 2].map(i => a[(i + 1) % 3] * b[(i + 2) % 3] - a[(i + 2) % 3] * b[(i + 1) % 3]);
+  const q = [x, y, z];
+  const inner = cross(q, p).map((v, i) => v + w * p[i]);
+  return cross(q, inner).map((v, i) => p[i] + 2 * v);
 }
 
 /// A molecule as 3Dmol.js takes it. A hydrogen on a carbon is marked as not polar.

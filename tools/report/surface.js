@@ -49,14 +49,14 @@ function isosurface({size, origin, spacing, values}, level) {
   const [nx, ny, nz] = size;
   const steps = [1, nx, nx * ny];
   const sign = level < 0 ? -1 : 1;
-  const above = index => sign * values[index] > sign * level;
+  const above = index => sign * (values[index] - level) > 0;
   const vertexOf = new Int32Array(values.length).fill(-1);
   const surface = {vertexArr: [], normalArr: [], faceArr: []};
   for (let k = 0; k + 1 < nz; ++k) {
     for (let j = 0; j + 1 < ny; ++j) {
       for (let i = 0; i + 1 < nx; ++i) {
         const corner = i + nx * (j + ny * k);
-        const cut = cubeVertex(values, corner, steps, level);
+        const cut = cubeVertex(values, corner, steps, level, sign);
         if (!cut) continue;
         vertexOf[corner] = surface.vertexArr.length;
         surface.vertexArr.push({x: origin[0] + spacing * (i + cut[0]),
@@ -88,18 +88,19 @@ const cubeEdges = [0, 1, 2, 3, 4, 5, 6, 7].flatMap(
     corner => [1, 2, 4].filter(bit => !(corner & bit)).map(bit => [corner, corner | bit]));
 
 /// The mean place, in the cube, of where the level is passed; null when it is not.
-function cubeVertex(values, corner, steps, level) {
+function cubeVertex(values, corner, steps, level, sign) {
   let x = 0, y = 0, z = 0, cuts = 0;
-  const value = at => values[corner + (at & 1 ? steps[0] : 0) + (at & 2 ? steps[1] : 0) +
-                             (at & 4 ? steps[2] : 0)];
-  const first = value(0) > level;
+  /// What a corner lies above the level, in the sense of the sign.
+  const excess = at => sign * (values[corner + (at & 1 ? steps[0] : 0) + (at & 2 ? steps[1] : 0) +
+                                      (at & 4 ? steps[2] : 0)] - level);
+  const first = excess(0) > 0;
   let passes = false;
-  for (let at = 1; at < 8 && !passes; ++at) passes = value(at) > level !== first;
+  for (let at = 1; at < 8 && !passes; ++at) passes = excess(at) > 0 !== first;
   if (!passes) return null;
   for (const [from, to] of cubeEdges) {
-    const a = value(from), b = value(to);
-    if (a > level === b > level) continue;
-    const part = (level - a) / (b - a);
+    const a = excess(from), b = excess(to);
+    if (a > 0 === b > 0) continue;
+    const part = a / (a - b);
     x += (from & 1) + (to - from === 1 ? part : 0);
     y += (from >> 1 & 1) + (to - from === 2 ? part : 0);
     z += (from >> 2 & 1) + (to - from === 4 ? part : 0);

@@ -38,7 +38,7 @@ class Table {
   }
 
   headerCell(column, at) {
-    const button = make('button', {type: 'button', class: 'sort'}, make('span', {}, column.name),
+    const button = make('button', {type: 'button', class: 'sort'}, make('span', {}, ...breakable(column.name)),
                         make('span', {class: 'unit'}, column.unit || '\u00a0'));
     button.addEventListener('click', () => this.sortBy(at));
     return make('div', {role: 'columnheader', class: isNumeric(column) ? 'number' : 'text',
@@ -134,6 +134,9 @@ class Table {
   }
 }
 
+/// A name that may be broken behind its underscores.
+const breakable = name => name.split(/(?<=_)/).flatMap((part, i) => i ? [make('wbr'), part] : [part]);
+
 /// Missing values come last in either order; equal ones stay as given.
 function comparison(column, descending) {
   const turn = descending ? -1 : 1;
@@ -155,5 +158,5 @@ function columnWidth(column) {
   const words = column.name.split(/[\s_]+/).map(word => word.length + 2);
   const least = Math.max(...words, (column.unit ?? '').length, isNumeric(column) ? 4 : 12);
   const wide = Math.min(32, Math.max(longest, least)) + 2;
-  return isNumeric(column) ? `${wide}ch` : `minmax(${Math.min(wide, 18)}ch, ${wide}fr)`;
+  return isNumeric(column) ? `${wide}ch` : `minmax(${Math.min(wide, 20)}ch, ${wide}fr)`;
 }
