@@ -20,6 +20,7 @@ from qxhermite._core import (
     HermiteOptions,
     Molecule,
     MoleculeGroups,
+    QXHermiteError,
     QXHermiteWarning,
     ScalarGrid,
     ShapeSearch,
@@ -101,16 +102,25 @@ class Hit:
 
 
 class Skipped:
-    """A conformer that could not be laid over the reference: title, source, record, reason."""
+    """What could not be laid over the reference: title, source, record, conformer, reason.
+
+    conformer: None where it was the whole molecule, or file.
+    """
 
     def __init__(self, fit, conformer, reason):
-        self.title, self.source, self.reason = fit.title, fit.source, reason
-        self.conformer = conformer
-        self.record = fit.records[conformer] if fit.records else None
+        self.title: str = fit.title
+        self.source: str | int = fit.source
+        self.reason: str = reason
+        self.conformer: int | None = conformer
+        self.record: int | None = None
+        if fit.records:
+            self.record = fit.records[conformer or 0]
 
     def __repr__(self):
-        place = self.source if self.record is None else f"{self.source}:{self.record}"
-        return f"{place}: {self.reason}"
+        place = self.source if isinstance(self.source, str) else self.title
+        if self.record is not None:
+            place = f"{place}:{self.record}"
+        return self.reason if self.reason.startswith(place) else f"{place}: {self.reason}"
 
 
 class OverlayResult(Sequence):
@@ -221,15 +231,15 @@ def _all_nan(column):
 
 
 class _Fit:
-    """A fit and where it came from. thing: a Molecule or a ScalarGrid."""
+    """A fit and where it came from. thing: a Molecule or a ScalarGrid, or None with a problem."""
 
-    __slots__ = ("thing", "title", "source", "records", "original")
+    __slots__ = ("thing", "title", "source", "records", "original", "problem")
 
-    def __init__(self, thing, source, records=None, original=None):
-        self.thing, self.source = thing, source
+    def __init__(self, thing, source, records=None, original=None, problem=None):
+        self.thing, self.source, self.problem = thing, source, problem
         self.records, self.original = records, original
         name = os.path.basename(source) if isinstance(source, str) else f"fit {source}"
-        self.title = thing.title or name
+        self.title = getattr(thing, "title", "") or name
 
 
 def _is_single(fits):
@@ -249,26 +259,37 @@ def _is_single(fits):
 
 
 def _read_fits(fits, group):
-    """Yields a _Fit for each molecule or map, and str for one that cannot be used, in order."""
+    """Yields a _Fit for each molecule or map, in order; one with a problem for what is unusable."""
     for place, source in enumerate([fits] if _is_single(fits) else fits):
-        if is_grid_path(source):
-            yield _Fit(read_grid(os.fspath(source)), os.fspath(source))
-        elif molecules.is_path(source):
-            path = os.fspath(source)
-            count = 0
-            for molecule, records in MoleculeGroups(path, group=group):
-                count += 1
-                yield _Fit(molecule, path, records)
-            if count == 0:
-                warnings.warn(f"{path}: holds no molecule: check the file", QXHermiteWarning, 4)
-        elif isinstance(source, ScalarGrid):
-            yield _Fit(source, place)
-        else:
-            try:
-                molecule = molecules.as_molecule(source)
-            except (ValueError, TypeError) as error:
-                raise type(error)(f"fit {place}: {error}") from None
-            yield _Fit(molecule, place, original=source if molecules.is_rdkit(source) else None)
+        path = os.fspath(source) if molecules.is_path(source) else None
+        try:
+            if path is None:
+                yield _fit_at_hand(source, place)
+            elif is_grid_path(path):
+                yield _Fit(read_grid(path), path)
+            else:
+                yield from _fits_of_file(path, group)
+        except (QXHermiteError, ValueError, OSError) as error:
+            yield _Fit(None, place if path is None else path, problem=str(error))
+
+
+def _fit_at_hand(source, place):
+    if isinstance(source, ScalarGrid):
+        return _Fit(source, place)
+    try:
+        molecule = molecules.as_molecule(source)
+    except TypeError as error:
+        raise TypeError(f"fit {place}: {error}") from None
+    return _Fit(molecule, place, original=source if molecules.is_rdkit(source) else None)
+
+
+def _fits_of_file(path, group):
+    count = 0
+    for molecule, records in MoleculeGroups(path, group=group):
+        count += 1
+        yield _Fit(molecule, path, records)
+    if count == 0:
+        yield _Fit(None, path, problem="holds no molecule: check the file")
 
 
 def _count_fits(fits):
@@ -406,7 +427,8 @@ def overlay(
     threads: None: one a core.
     progress: show a bar.
 
-    Conformers that cannot be used are left out, told by a QXHermiteWarning and listed in `skipped`.
+    Files, molecules and conformers that cannot be used are left out, told by a QXHermiteWarning and
+    listed in `skipped`; a single fit that cannot be used is a ValueError.
     """
     if charges not in ("given", "gasteiger"):
         raise ValueError(f'charges: must be "given" or "gasteiger", got {charges!r}')
@@ -434,11 +456,20 @@ def overlay(
         reference = with_gasteiger(reference)
     searches = _Searches(reference, options, settings)
 
-    def charged(stream):
+    skipped: list[Skipped] = []
+    poorly: list[str] = []
+
+    def usable(stream):
         for fit in stream:
-            if compute and isinstance(fit.thing, Molecule):
-                fit.thing = with_gasteiger(fit.thing)
-            yield fit
+            if fit.problem is None and compute and isinstance(fit.thing, Molecule):
+                try:
+                    fit.thing = with_gasteiger(fit.thing)
+                except QXHermiteError as error:
+                    fit.problem = str(error)
+            if fit.problem is None:
+                yield fit
+            else:
+                skipped.append(Skipped(fit, None, fit.problem))
 
     def batches(stream):  # of one kind each
         for chunk in _chunks(stream, _CHUNK):
@@ -447,18 +478,18 @@ def overlay(
                     yield of_kind
 
     best = _Best(keep)
-    skipped: list[Skipped] = []
-    poorly: list[str] = []
     bar = progress_bar(progress, _count_fits(fits) if progress else None, "overlay", "conformers")
     try:
         for chunk, found in in_order(
-            searches.find, batches(charged(_read_fits(fits, group))), threads
+            searches.find, batches(usable(_read_fits(fits, group))), threads
         ):
             _collect(chunk, found, best, skipped)
             poorly += [fit.title for fit, held in zip(chunk, found["held"]) if held < _LEAST_HELD]
             bar.update(sum(getattr(fit.thing, "num_conformers", 1) for fit in chunk))
     finally:
         bar.close()
+    if skipped and not best and _is_single(fits):
+        raise ValueError(repr(skipped[0]))
     _warn(skipped, poorly)
     return OverlayResult(reference, best.sorted(), skipped, {"degree": degree, **settings})
 
@@ -502,6 +533,9 @@ class _Best:
         else:
             heapq.heappushpop(self._heap, entry)
 
+    def __len__(self):
+        return len(self._heap)
+
     def sorted(self):
         return [hit for _, _, hit in sorted(self._heap, key=lambda entry: entry[:2], reverse=True)]
 
@@ -516,8 +550,8 @@ def _collect(chunk, found, best, skipped):
 
 def _warn(skipped, poorly):
     if skipped:
-        count = f"{len(skipped)} conformer{'s' if len(skipped) > 1 else ''} skipped"
-        warnings.warn(f"{count}, the first: {skipped[0]!r}", QXHermiteWarning, 3)
+        text = f"{len(skipped)} skipped, see `skipped`; the first: {skipped[0]!r}"
+        warnings.warn(text, QXHermiteWarning, 3)
     if poorly:
         warnings.warn(
             f"the expansions of {len(poorly)} fits hold less than half of their density, the first: "

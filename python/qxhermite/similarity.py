@@ -2,14 +2,17 @@
 
 from __future__ import annotations
 
+import warnings
 from typing import Iterable
 
 import numpy as np
 
 from qxhermite import molecules
-from qxhermite._core import ShapeSearch
-from qxhermite.overlays import _read_fits, expansion_options, in_order, num_threads
+from qxhermite._core import Molecule, QXHermiteWarning, ScalarGrid, ShapeSearch
+from qxhermite.overlays import Skipped, _read_fits, expansion_options, in_order, num_threads
 from qxhermite.progress import progress_bar
+
+_NOTHING = Molecule([], np.zeros((0, 3)))
 
 
 def similarity_matrix(
@@ -33,9 +36,15 @@ def similarity_matrix(
     The work grows with the square of the number of conformers; threads: None: one a core.
     """
     threads = num_threads(threads)
-    all_mols = [fit.thing for fit in _read_fits(mols, group)]
-    if any(not isinstance(mol, molecules.Molecule) for mol in all_mols):
+    fits = list(_read_fits(mols, group))
+    if any(isinstance(fit.thing, ScalarGrid) for fit in fits):
         raise TypeError("mols: maps cannot be compared with one another here: use overlay")
+    # One without conformers stands for what cannot be used: nothing can be laid over it.
+    all_mols = [fit.thing or _NOTHING for fit in fits]
+    problems = [Skipped(fit, None, fit.problem) for fit in fits if fit.problem]
+    if problems:
+        text = f"{len(problems)} skipped, with rows of NaN; the first: {problems[0]!r}"
+        warnings.warn(text, QXHermiteWarning, 2)
     options = expansion_options(degree, None)
     n = len(all_mols)
 

@@ -109,7 +109,7 @@ def test_rdkit_molecules_come_back_as_they_were():
     assert again.GetProp("pIC50") == "6.5" and again.GetNumConformers() == 3
     flat = Chem.MolFromSmiles("CCO")
     with pytest.raises(ValueError, match="no conformer"):
-        qxhermite.overlay(mol, [flat])
+        qxhermite.overlay(mol, flat)
 
 
 def test_a_file_becomes_rdkit_molecules_of_the_same_structure(drugs):
@@ -167,15 +167,17 @@ def test_what_cannot_be_used_is_told(celecoxib, tmp_path):
     with open(DRUGS) as file:
         record = file.read().split("$$$$\n")[0] + "$$$$\n"
     bad.write_text(record + "broken\n\n\nno counts line\n$$$$\n" + record)
-    hydrogen = ([1], [[0.0, 0.0, 0.0]])
+    hydrogen = ([1], np.zeros((1, 3)))
     with warnings.catch_warnings(record=True) as told:
         warnings.simplefilter("always")
-        result = qxhermite.overlay(celecoxib, [str(bad), hydrogen], group=False)
+        fits = [str(bad), hydrogen, "missing.sdf", "missing.ccp4", ([6, 6], np.zeros((3, 3)))]
+        result = qxhermite.overlay(celecoxib, fits, group=False)
     texts = [str(warning.message) for warning in told]
-    assert len(result) == 2 and len(result.skipped) == 1
-    assert "no heavy atoms" in result.skipped[0].reason
+    assert len(result) == 2 and len(result.skipped) == 4
+    for reason in ("no heavy atoms", "missing.sdf", "missing.ccp4", "coordinates"):
+        assert any(reason in repr(one) for one in result.skipped), reason
     assert any(f"{bad}:2" in text for text in texts), texts
-    assert any("1 conformer skipped" in text for text in texts), texts
+    assert any("4 skipped" in text for text in texts), texts
     assert all(issubclass(w.category, qxhermite.QXHermiteWarning) for w in told)
 
     wrong = [
@@ -185,6 +187,8 @@ def test_what_cannot_be_used_is_told(celecoxib, tmp_path):
         (dict(ref=celecoxib, fits=[], degree=101), ValueError, "NPolyMax"),
         (dict(ref=celecoxib, fits=[], threads=0), ValueError, "threads"),
         (dict(ref=celecoxib, fits=[42]), TypeError, "fit 0"),
+        (dict(ref=celecoxib, fits=hydrogen), ValueError, "no heavy atoms"),
+        (dict(ref=celecoxib, fits="missing.sdf"), ValueError, "missing.sdf"),
         (dict(ref=([6, 6], np.zeros((3, 3))), fits=[]), ValueError, "coordinates"),
     ]
     for arguments, kind, text in wrong:
