@@ -55,14 +55,14 @@ def main():
     assert numpy.isfinite(best).all()
     print(f"{len(references)} references, {len(fits)} fits; mean of the best {best.mean():.4f}")
 
-    print("| degree | starts | polished | told | exact | below the best | within 0.01 | µs |")
+    print("| degree | starts | polished | of the expansions | exact | below the best | within 0.01 | time |")
     print("|---:|---:|---:|---:|---:|---:|---:|---:|")
     for setting in settings:
         lost = best - setting.exact
         words = setting.words
         print(f"| {setting.degree} | {words.get('starts', 4)} | {words['polish']} | "
               f"{setting.told.mean():.4f} | {setting.exact.mean():.4f} | {lost.mean():.4f} | "
-              f"{100 * (lost < 0.01).mean():.0f} % | {setting.micro_seconds:.0f} |")
+              f"{100 * (lost < 0.01).mean():.0f} % | {setting.micro_seconds:.0f} µs |")
 
     figure, (left, right) = pyplot.subplots(1, 2, figsize=(11, 4.2))
     for group, color, label in ((plain, "tab:orange", "maxima of the expansions"),

@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
-# Builds the documentation site into FOLDER/html, without any request to a network.
-#   docs/site/build.sh BUILD FOLDER     BUILD holds the Python module, in BUILD/python
+# Builds the documentation site into FOLDER, without any request to a network.
+#   docs/site/build.sh BUILD FOLDER     BUILD/python holds the Python module
+# What it is made from is put together in FOLDER.work.
 # Debian: python3-sphinx python3-myst-parser furo python3-breathe doxygen libjs-katex
 set -euo pipefail
 module=$(realpath "$1")/python
-mkdir -p "$2"
-out=$(realpath "$2")
+mkdir -p "$2" "$2.work"
+site=$(realpath "$2")
+out=$(realpath "$2.work")
 cd "$(dirname "${BASH_SOURCE[0]}")/../.."
 
 rm -rf "$out/source"
@@ -25,6 +27,9 @@ cp -rL "$katex/fonts" "$out/source/static/katex/fonts"
 
 export QX_DOXYGEN_XML=$out/doxygen/xml PYTHONPATH=$module LC_ALL=C.UTF-8
 /usr/bin/python3 docs/site/python_reference.py "$out/source/python"
-/usr/bin/python3 -m sphinx -W --keep-going -q -j auto -b html "$out/source" "$out/html"
-rm -rf "$out/html/.doctrees"
-echo "== the site: $out/html/index.html"
+/usr/bin/python3 -m sphinx -W --keep-going -q -j auto -b html -d "$out/doctrees" \
+  "$out/source" "$site"
+
+# Debian's theme looks for this file at the root of the web server: take it along.
+cp /usr/share/javascript/normalize.css/normalize.css "$site/_static/styles"
+sed -i 's|/javascript/normalize.css/||' "$site/_static/styles/furo.css"

@@ -41,6 +41,7 @@ def mark_up(app, what, name, thing, options, lines):
     for blank, group in itertools.groupby(lines, lambda line: not line.strip()):
         paragraph = list(group)
         plain = [re.sub(r"([*|\\]|_(?!\w))", r"\\\1", line.strip()) for line in paragraph]
+        plain = [re.sub(r"(`[^`]+`)(?=\w)", r"\1\\ ", line) for line in plain]
         arguments = [re.match(r"[a-z]\w*(, [a-z]\w*)*: ", line) for line in paragraph]
         indented = [line.startswith("   ") for line in paragraph]
         if all(indented):
@@ -48,6 +49,10 @@ def mark_up(app, what, name, thing, options, lines):
         elif arguments[0] and all(map(operator.or_, map(bool, arguments), indented)):
             for argument, text in zip(arguments, plain):
                 marked.append(re.sub("^(.*?): ", r"* **\1**: ", text) if argument else "  " + text)
+        elif re.search(r"^\s*- ", "\n".join(paragraph), re.MULTILINE):
+            for line, text in zip(paragraph, plain):
+                item = line.lstrip().startswith("- ")
+                marked += ([""] if item else []) + [text if item or line[0] != " " else "  " + text]
         else:
             marked += plain
     lines[:] = marked

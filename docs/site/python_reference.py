@@ -14,6 +14,9 @@ PAGES = {
     "values": "Molecules, grids, options, densities",
     "blocks": "Building blocks",
 }
+# What most people look for, in this order, comes before the rest.
+FIRST = ["overlay", "OverlayResult", "Hit", "similarity_matrix", "expand", "grid_to_atoms",
+         "FoundAtoms", "fit_charges", "ChargeFit", "potential", "field", "interaction_energy"]
 
 
 def page_of(thing):
@@ -27,7 +30,9 @@ def main():
     target = pathlib.Path(sys.argv[1])
     target.mkdir(parents=True, exist_ok=True)
     entries = {page: [] for page in PAGES}
-    for name, thing in vars(qxhermite).items():
+    rest = [name for name in vars(qxhermite) if name not in FIRST]
+    for name in [*FIRST, *rest]:
+        thing = getattr(qxhermite, name)
         if name.startswith("_") or not (inspect.isclass(thing) or callable(thing)):
             continue
         if inspect.isclass(thing):

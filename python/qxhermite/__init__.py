@@ -15,6 +15,6 @@ from qxhermite._core import __version__
 from qxhermite.charges import ChargeFit, field, fit_charges, interaction_energy, potential
 from qxhermite.expansion import expand
 from qxhermite.grid_atoms import FoundAtoms, grid_to_atoms
-from qxhermite.molecules import as_molecule, from_rdkit, to_rdkit
+from qxhermite.molecules import as_molecule, from_rdkit, read_molecules, to_rdkit
 from qxhermite.overlays import Hit, OverlayResult, Skipped, overlay
 from qxhermite.similarity import similarity_matrix

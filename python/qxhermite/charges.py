@@ -111,8 +111,9 @@ def fit_charges(
         if points is None:
             raise ValueError("points: are missing: give them, or the name of a file")
         molecule = Molecule([], np.empty((0, 3))) if mol is None else molecules.as_molecule(mol)
-        place = title or molecule.title or "the data"
-        read = _ElectrostaticData(points, potential, field, holdout, molecule, title or molecule.title)
+        title = title or molecule.title
+        place = title or "the data"
+        read = _ElectrostaticData(points, potential, field, holdout, molecule, title)
     options = LassoChargeDensityOptions(
         use_potential=read.has_potential if use_potential is None else use_potential,
         use_electric_field=read.has_field if use_field is None else use_field,

@@ -7,7 +7,8 @@ from typing import Any, Sequence, Union
 
 import numpy as np
 
-from qxhermite._core import Molecule
+from qxhermite import _core
+from qxhermite._core import Molecule, MoleculeGroups
 
 #: What stands for a molecule: see `as_molecule`. Any is an rdkit.Chem.Mol.
 MoleculeLike = Union[Molecule, str, "os.PathLike[str]", "tuple[Sequence[Any], Any]", Any]
@@ -145,8 +146,6 @@ def as_molecule(source: MoleculeLike) -> Molecule:
     if is_rdkit(source):
         return from_rdkit(source)
     if is_path(source):
-        from qxhermite._core import MoleculeGroups
-
         for molecule, _ in MoleculeGroups(os.fspath(source), group=False):
             return molecule
         raise ValueError(f"{os.fspath(source)}: holds no molecule: check the file")
@@ -157,3 +156,19 @@ def as_molecule(source: MoleculeLike) -> Molecule:
         f"cannot make a molecule of {type(source).__name__}: give a Molecule, an rdkit Mol, "
         "a pair (elements, coordinates) or a file name"
     )
+
+
+def read_molecules(
+    path: str | os.PathLike[str], format: str = "auto", *, group: bool = False
+) -> list[Molecule]:
+    """All molecules of a file that can be read; warnings tell what was passed over.
+
+    format: "auto" (by the extension), "sdf", "mol", "mol2", "pdb", "smiles" or "qxb".
+    group: consecutive records of one title and the same atoms and bonds are conformers of one
+        molecule, as `overlay` has them; the format is that of the extension then.
+    """
+    if not group:
+        return _core.read_molecules(path, format)
+    if format != "auto":
+        raise ValueError("format: cannot be chosen where records are grouped")
+    return [molecule for molecule, _ in MoleculeGroups(os.fspath(path))]

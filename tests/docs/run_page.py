@@ -16,7 +16,7 @@ Comments in the page say what a reader need not see:
 <!-- run instead: COMMAND -->            run in place of the next block, or to print the next output
 <!-- not run: WHY -->                    the next block is neither run nor compared; it is listed
 
-Exit status 77: the page needs the Python module, and there is no --module.
+Exit status 77: the page needs the Python module or packages that are not there.
 """
 
 import argparse
@@ -28,6 +28,7 @@ import re
 import shutil
 import subprocess
 import sys
+from importlib import util
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 DIRECTIVE = re.compile(r"\s*<!-- (files|run instead|not run): (.*?) -->\s*$")
@@ -60,7 +61,7 @@ def blocks(text):
             directives, follows = {}, True
         elif comment := DIRECTIVE.match(line):
             directives[comment[1]] = comment[2]
-        elif line.strip():
+        elif line.strip() and not re.match(r"\s*<!--.*-->\s*$", line):
             if blank and line.startswith("    "):
                 raise Wrong(f"line {number}: an indented block would not be run: fence it")
             follows = False
@@ -182,9 +183,11 @@ def main():
     words = parser.parse_args()
     words.page = pathlib.Path(words.page).resolve()
     text = words.page.read_text(encoding="utf-8")
-    if not words.module and re.search("^```python|^python3 examples", text, re.MULTILINE):
-        print("the Python module is not built")
-        sys.exit(77)
+    if re.search(r"^```python|^(python3 )?examples/.*\.py", text, re.MULTILINE):
+        missing = [name for name in ("numpy", "scipy", "rdkit") if not util.find_spec(name)]
+        if missing or not words.module:
+            print("needs", ", ".join(missing or ["the Python module, which is not built"]))
+            sys.exit(77)
     try:
         Page(words).run()
     except Wrong as error:

@@ -208,13 +208,18 @@ def test_results_can_be_written_pickled_and_read(drugs, tmp_path):
 
 
 def test_similarities_are_symmetric_and_those_of_overlays(drugs):
-    mols = qxhermite.read_molecules(DRUGS)[:6] + [qxhermite.Molecule([1], [[0.0, 0.0, 0.0]])]
+    grouped = qxhermite.read_molecules(DRUGS, group=True)
+    assert len(grouped) == 26 and sum(mol.num_conformers for mol in grouped) == 144
+    mols = grouped[:2] + qxhermite.read_molecules(DRUGS)[20:24] + [qxhermite.Molecule([1], [[0.0, 0.0, 0.0]])]
     matrix = qxhermite.similarity_matrix(mols, threads=2, polish=4)
     assert matrix.shape == (7, 7) and np.array_equal(matrix, matrix.T, equal_nan=True)
     assert np.all(np.isnan(matrix[6])) and np.all(np.diag(matrix)[:6] == 1)
     for i, j in [(0, 1), (2, 5), (3, 4)]:
-        score = qxhermite.overlay(mols[i], [mols[j]], tolerance=1e-6).scores[0]
-        assert matrix[i, j] == score
+        scores = [
+            qxhermite.overlay(mols[i].conformer(k), [mols[j]], tolerance=1e-6).scores[0]
+            for k in range(mols[i].num_conformers)
+        ]
+        assert matrix[i, j] == max(scores)
 
 
 def test_expansions_take_all_sources(celecoxib):
