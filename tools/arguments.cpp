@@ -131,8 +131,7 @@ void AddReport(CLI::App& app, std::string& file) {
 
 std::string CheckReport(const std::string& file) {
   if (!ReportsAreBuilt()) {
-    return "--report: this qxhermite was built without reports: leave it out, or build it with "
-           "-DQXHERMITE_WITH_REPORT=ON";
+    return "this qxhermite was built without reports: build it with -DQXHERMITE_WITH_REPORT=ON";
   }
   const std::string name = CLI::detail::to_lower(file);
   return name.ends_with(".html") || name.ends_with(".htm")

@@ -57,7 +57,9 @@ QXMol WithBonds(QXMol mol) {
   constexpr double kSlack = 0.3;
   if (mol.NumBonds() > 0) return mol;
   const std::vector<double> places = Coordinates(mol);
-  const auto radius = [&](unsigned int i) { return CovalentRadius(mol.GetAtom(i)->GetAtomicNum()); };
+  const auto radius = [&](unsigned int i) {
+    return CovalentRadius(mol.GetAtom(i)->GetAtomicNum());
+  };
   for (unsigned int i = 0; i < mol.NumAtoms(); ++i) {
     for (unsigned int j = 0; j < i; ++j) {
       const double distance =
@@ -87,8 +89,11 @@ QXCore::QXScalarGrid CubeAround(const QXHermiteChargeDensity& density) {
 }
 
 ReportField PotentialOf(const QXHermiteChargeDensity& density) {
-  ReportField field{.name = "Potential", .unit = "kcal/mol/e", .grid = CubeAround(density),
-                    .level = kPotentialLevel, .bothSigns = true};
+  ReportField field{.name = "Potential",
+                    .unit = "kcal/mol/e",
+                    .grid = CubeAround(density),
+                    .level = kPotentialLevel,
+                    .bothSigns = true};
   std::vector<double> places;
   QXCore::QXForEachElement(field.grid, [&](float, double x, double y, double z) {
     places.insert(places.end(), {x, y, z});
@@ -100,8 +105,11 @@ ReportField PotentialOf(const QXHermiteChargeDensity& density) {
 }
 
 ReportField ChargeOf(const QXHermiteChargeDensity& density) {
-  ReportField field{.name = "Charge density", .unit = "e/\u00c5\u00b3", .grid = CubeAround(density),
-                    .level = kDensityLevel, .bothSigns = true};
+  ReportField field{.name = "Charge density",
+                    .unit = "e/\u00c5\u00b3",
+                    .grid = CubeAround(density),
+                    .level = kDensityLevel,
+                    .bothSigns = true};
   density.WithSpareDegree().EvaluateOnGrid(field.grid);
   return field;
 }
@@ -156,7 +164,8 @@ Report ReportOfPath(const ElectrostaticPath& path, const ElectrostaticData& data
   report.columns = {std::move(names), std::move(functions), std::move(sites), std::move(charge)};
   report.curve = ReportCurve{.x = 1, .y = {}};
   for (ReportColumn& error : errors) {
-    if (std::all_of(error.numbers.begin(), error.numbers.end(), [](double e) { return std::isnan(e); }))
+    if (std::all_of(error.numbers.begin(), error.numbers.end(),
+                    [](double e) { return std::isnan(e); }))
       continue;
     report.curve->y.push_back(report.columns.size());
     report.columns.push_back(std::move(error));
@@ -179,7 +188,8 @@ Report ReportOfScan(const ChargeDensity& a, const ChargeDensity& b, const Energy
   ReportColumn names{.name = "Place"};
   const QXMol moving = ShownAtoms(b);
   for (size_t i = 0; i < rows; ++i) {
-    names.texts.push_back(fmt::format("{} by {:.10g} {}", scan.coordinate, scan.values[i], scan.unit));
+    names.texts.push_back(
+        fmt::format("{} by {:.10g} {}", scan.coordinate, scan.values[i], scan.unit));
     report.poses.push_back(Moved(moving, scan.motions[i]));
   }
   report.columns = {

@@ -48,7 +48,8 @@ std::string Base64(const std::vector<std::int16_t>& numbers) {
 }
 
 bool IsFinite(const std::vector<double>& values) {
-  return std::all_of(values.begin(), values.end(), [](double value) { return std::isfinite(value); });
+  return std::all_of(values.begin(), values.end(),
+                     [](double value) { return std::isfinite(value); });
 }
 
 /// The molecules of a report, whose structures are stored once.
@@ -94,7 +95,8 @@ class Molecules {
 
   static Json Structure(const QXMol& mol) {
     Json elements = Json::array(), bonds = Json::array();
-    for (unsigned int i = 0; i < mol.NumAtoms(); ++i) elements.push_back(mol.GetAtom(i)->GetAtomicNum());
+    for (unsigned int i = 0; i < mol.NumAtoms(); ++i)
+      elements.push_back(mol.GetAtom(i)->GetAtomicNum());
     for (unsigned int i = 0; i < mol.NumBonds(); ++i) {
       const QXMolKit::QXBond& bond = *mol.GetBond(i);
       bonds.push_back(bond.begin);
@@ -174,7 +176,8 @@ Json FieldJson(const ReportField& field) {
   const double scale = largest > 0.0 ? largest / kLargestShort : 1.0;
   std::vector<std::int16_t> steps(grid.GetSize());
   for (unsigned int i = 0; i < grid.GetSize(); ++i) {
-    if (std::isfinite(values[i])) steps[i] = static_cast<std::int16_t>(std::lround(values[i] / scale));
+    if (std::isfinite(values[i]))
+      steps[i] = static_cast<std::int16_t>(std::lround(values[i] / scale));
   }
   return {{"name", field.name},
           {"unit", field.unit},
@@ -208,7 +211,7 @@ std::array<double, 4> FirstTurn(const Report& report) {
   if (report.reference.NumAtoms() > 0) {
     frame = FindInertialFrame(report.reference);
   } else if (!report.poses.empty()) {
-    frame = FindInertialFrame(*report.poses.front().GetActive());
+    frame = FindInertialFrame(report.poses.front());
   }
   if (!frame) return {0, 0, 0, 1};
   const Eigen::Quaterniond turn(

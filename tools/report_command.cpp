@@ -5,6 +5,8 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <filesystem>
+#include <memory>
+#include <utility>
 
 #include "host/molkit/molstream.h"
 #include "tools/arguments.h"
@@ -48,10 +50,12 @@ void ReportCommand::Declare(CLI::App& app) {
   app_ = &app;
   app.option_defaults()->ignore_case();
   app.footer(kExamples);
-  AddFile(app, "FILE", hits_,
-          "Molecules, each a row of the page; their SD data that are numbers become columns")
+  AddFile(
+      app, "FILE", hits_,
+      "Molecules, each conformer a row of the page; their SD data that are numbers become columns")
       ->required();
-  AddFile(app, "--ref", reference_, "Molecule or grid file with the reference, in one frame with them");
+  AddFile(app, "--ref", reference_,
+          "Molecule or grid file with the reference, in one frame with them");
   AddCount(app, "--ref-record", referenceRecord_, 1, "Which record of the reference file to take");
   AddFile(app, "--density", density_, "Grid file with a density, in the same frame");
   app.add_option("--title", title_, "Title of the page; by default the name of the file");
@@ -80,8 +84,11 @@ ExitStatus ReportCommand::Run() {
   QXMolKit::qxmolistream stream(hits_);
   std::vector<QXMol> poses;
   size_t read = 0;
-  for (QXMol mol; !Interrupted() && QXMolKit::QXReadMolecule(stream, mol); ++read) {
-    if (poses.size() < kMostReportRows) poses.push_back(mol);
+  for (QXMol mol; !Interrupted() && QXMolKit::QXReadMolecule(stream, mol);) {
+    const std::unique_ptr<QXMolKit::QXIterator<QXMolKit::QXConfBase>> confs(mol.GetConfs());
+    for (; confs && confs->IsValid(); confs->Next(), ++read) {
+      if (poses.size() < kMostReportRows) poses.emplace_back(*confs->Get(), 1);
+    }
   }
   if (!stream) return kNothingDone;
   if (poses.empty()) {
@@ -89,8 +96,8 @@ ExitStatus ReportCommand::Run() {
     return kNothingDone;
   }
   if (read > poses.size()) {
-    console.Say(fmt::format("{}: the page shows the first {} of {} molecules", hits_, poses.size(),
-                            read));
+    console.Say(
+        fmt::format("{}: the page shows the first {} of {} molecules", hits_, poses.size(), read));
   }
   Report report = ReportOfPoses(std::move(poses));
   report.title = title_.empty() ? std::filesystem::path(hits_).filename().string() : title_;

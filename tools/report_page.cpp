@@ -10,7 +10,8 @@ asm(".pushsection .rodata\n"
     ".global qx_report_page_begin\n"
     ".global qx_report_page_end\n"
     "qx_report_page_begin:\n"
-    ".incbin \"" QX_REPORT_PAGE "\"\n"
+    ".incbin \"" QX_REPORT_PAGE
+    "\"\n"
     "qx_report_page_end:\n"
     ".popsection\n");
 

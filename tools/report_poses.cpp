@@ -66,7 +66,7 @@ std::pair<std::map<std::string, Numbers>, std::vector<std::string>> ReadNumbers(
   std::map<std::string, Numbers> found;
   std::vector<std::string> order;
   for (size_t row = 0; row < poses.size(); ++row) {
-    const QXMolKit::QXSDText text = QXMolKit::QXGetRecordText(*poses[row].GetActive());
+    const QXMolKit::QXSDText text = QXMolKit::QXGetRecordText(poses[row]);
     for (size_t i = 0; i < text.Size(); ++i) {
       const auto [at, isNew] = found.try_emplace(std::string(text.Tag(i)));
       if (isNew) order.push_back(at->first);
@@ -93,9 +93,8 @@ Report ReportOfPoses(std::vector<QXMol> poses) {
   const auto place = [](const std::string& tag) {
     return std::find(std::begin(kScores), std::end(kScores), tag) - std::begin(kScores);
   };
-  std::stable_sort(order.begin(), order.end(), [&](const std::string& a, const std::string& b) {
-    return place(a) < place(b);
-  });
+  std::stable_sort(order.begin(), order.end(),
+                   [&](const std::string& a, const std::string& b) { return place(a) < place(b); });
   for (const std::string& tag : order) {
     Numbers& numbers = found.at(tag);
     if (!numbers.areNumbers || numbers.values.empty() || report.columns.size() > kMostColumns) {
@@ -103,8 +102,8 @@ Report ReportOfPoses(std::vector<QXMol> poses) {
     }
     const bool isScore = place(tag) < std::ssize(kScores);
     numbers.values.resize(poses.size(), std::numeric_limits<double>::quiet_NaN());
-    if (isScore && (!report.score || (!Falls(report.columns[*report.score].numbers) &&
-                                      Falls(numbers.values)))) {
+    if (isScore && (!report.score ||
+                    (!Falls(report.columns[*report.score].numbers) && Falls(numbers.values)))) {
       report.score = report.columns.size();
     }
     const bool isTanimoto = isScore && tag != kComboText && tag != kChargeText;
@@ -123,7 +122,8 @@ Report ReportOfHits(const std::vector<Hit>& hits) {
   Report report = ReportOfPoses(std::move(poses));
   ReportColumn scores{.name = "Tanimoto", .unit = "0 to 1", .decimals = kScoreDecimals};
   ReportColumn files{.name = "File"};
-  ReportColumn records{.name = "Record", .decimals = 0}, conformers{.name = "Conformer", .decimals = 0};
+  ReportColumn records{.name = "Record", .decimals = 0},
+      conformers{.name = "Conformer", .decimals = 0};
   bool fromMany = false;
   for (const Hit& hit : hits) {
     scores.numbers.push_back(hit.score);
@@ -184,13 +184,12 @@ bool AddReference(Report& report, const std::string& path, unsigned int record,
 bool AddDensity(Report& report, const std::string& path, Listener& listener) {
   std::optional<QXCore::QXScalarGrid> grid = ReadDensityGrid(path, listener);
   if (!grid) return false;
-  if (report.reference.NumAtoms() == 0 &&
-      grid->HasDataOfType<QXMol>(QXCore::kQXGridMoleculeTag)) {
+  if (report.reference.NumAtoms() == 0 && grid->HasDataOfType<QXMol>(QXCore::kQXGridMoleculeTag)) {
     report.reference = grid->GetData<QXMol>(QXCore::kQXGridMoleculeTag);
     report.referenceName = "Atoms of the grid";
   }
-  report.fields.push_back({.name = std::filesystem::path(path).filename().string(),
-                           .grid = std::move(*grid)});
+  report.fields.push_back(
+      {.name = std::filesystem::path(path).filename().string(), .grid = std::move(*grid)});
   return true;
 }
 

@@ -12,9 +12,10 @@
 namespace QXTools {
 
 /// A report with a row for each of the molecules, of at most kMostReportRows, in their order. The
-/// columns are the title, and the SD data that are numbers wherever they occur: first the scores
-/// that overlays write, then the others in the order of the first molecule that has them. The score
-/// is the first one by which the molecules are in falling order, or else the first one there is.
+/// columns are the title, and the SD data that are numbers wherever they occur, 40 of them at most:
+/// first the scores that overlays write, then the others in the order of the first molecule that
+/// has them. The score is the first one by which the molecules are in falling order, or else the
+/// first one there is.
 Report ReportOfPoses(std::vector<QXMolKit::QXMol> poses);
 
 /// The same of hits, which come with their places of origin.
@@ -25,7 +26,8 @@ Report ReportOfHits(const std::vector<Hit>& hits);
 Report ReportOfAtoms(const QXMolKit::QXMol& atoms, const QXCore::QXScalarGrid& density);
 
 /// Adds the reference of an overlay out of its file: a record of a molecule file, counted from 1,
-/// or a grid with the atoms it may carry. False when that cannot be done, which the listener is told.
+/// or a grid with the atoms it may carry. False when that cannot be done, which the listener is
+/// told.
 bool AddReference(Report& report, const std::string& path, unsigned int record,
                   const std::string& option, Listener& listener);
 

@@ -53,6 +53,14 @@ py::array_t<double> ToArray(std::vector<double> values, std::vector<py::ssize_t>
   return py::array_t<double>(std::move(shape), data, owner);
 }
 
+py::array_t<double> ToRows(const std::vector<std::vector<double>>& rows) {
+  std::vector<double> values;
+  for (const auto& row : rows) values.insert(values.end(), row.begin(), row.end());
+  const size_t columns = rows.empty() ? 0 : rows[0].size();
+  return ToArray(std::move(values),
+                 {static_cast<py::ssize_t>(rows.size()), static_cast<py::ssize_t>(columns)});
+}
+
 std::vector<QXCore::QXGaussian> ToGaussians(const Array& rows, const char* name) {
   RequireShape(rows, {kAny, 5}, name);
   std::vector<QXCore::QXGaussian> gaussians;

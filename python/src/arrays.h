@@ -39,6 +39,9 @@ inline py::array_t<double> ToArray(std::vector<double> values) {
   return ToArray(std::move(values), {size});
 }
 
+/// Rows of one length as a matrix.
+py::array_t<double> ToRows(const std::vector<std::vector<double>>& rows);
+
 /// A read-only array over memory that `owner` keeps alive.
 template <typename T>
 py::array_t<T> ReadOnlyView(const T* values, std::vector<py::ssize_t> shape, py::handle owner) {

@@ -125,8 +125,18 @@ void BindInteraction(py::module_& module) {
              return interaction;
            }),
            py::arg("ref"), py::arg("fit"), "ref stays in place, fit is moved; both are copied.")
-      .def("setup_ref", &QXHermiteInteraction::SetupRef, py::arg("density"))
-      .def("setup", &QXHermiteInteraction::Setup, py::arg("density"))
+      .def(
+          "setup_ref",
+          [](QXHermiteInteraction& self, const QXHermiteChargeDensity& density) {
+            self.SetupRef(density);
+          },
+          py::arg("density"))
+      .def(
+          "setup",
+          [](QXHermiteInteraction& self, const QXHermiteChargeDensity& density) {
+            self.Setup(density);
+          },
+          py::arg("density"))
       .def(
           "coulomb_energy",
           [](QXHermiteInteraction& self, const std::optional<Array>& rotation,

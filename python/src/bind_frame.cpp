@@ -3,11 +3,6 @@
 #include <algorithm>
 #include <optional>
 
-#include "hermite/frame/axis_turns.h"
-#include "hermite/frame/best_lambda.h"
-#include "hermite/frame/center_of_mass.h"
-#include "hermite/frame/inertial_frame.h"
-#include "hermite/frame/inertial_orientation.h"
 #include "hermite/frame/rigid_motion.h"
 #include "hermite/frame/rotation.h"
 #include "hermite/frame/translation.h"
@@ -24,20 +19,6 @@ namespace {
 
 const QXHermiteIndex kNoIndex;  // the operators read none
 
-py::array_t<double> Matrix(const std::vector<double>& m) {
-  return ToArray(m, {3, 3});
-}
-
-std::vector<double> Finite(const Array& values, std::initializer_list<py::ssize_t> shape,
-                           const char* name) {
-  RequireFinite(values, name);
-  return ToVector(values, shape, name);
-}
-
-unsigned int CheckWithin(long long degree, unsigned int largest, const char* name) {
-  return CheckCount(degree, largest, name);
-}
-
 /// Operators with the degree that they were built for.
 struct Rotation {
   explicit Rotation(long long N) : degree(CheckDegree(N)), operation(degree) {}
@@ -51,18 +32,8 @@ struct Translation {
   QXHermiteTranslation operation;
 };
 
-/// The degree of which so many coefficients are the basis, at most `largest`.
-unsigned int DegreeOf(const Array& coefficients, unsigned int largest) {
-  RequireShape(coefficients, {kAny}, "coefficients");
-  for (unsigned int N = 0; N <= largest; ++N) {
-    if (QXHermiteBasisSize(N) == coefficients.size()) return N;
-  }
-  Refuse("coefficients", std::to_string(coefficients.size()) + " are no basis of a degree up to " +
-                             std::to_string(largest));
-}
-
 py::object Rotate(Rotation& r, const Array& angles, const Array& coefficients, bool derivatives) {
-  const std::vector<double> a = Finite(angles, {3}, "angles");
+  const std::vector<double> a = ToFinite(angles, {3}, "angles");
   const unsigned int N = DegreeOf(coefficients, r.degree);
   const std::vector<double> in = CheckCoefficients(coefficients, N);
   const auto size = static_cast<py::ssize_t>(in.size());
@@ -92,7 +63,7 @@ py::list Blocks(const std::vector<double>& values, unsigned int N) {
 py::object RotationBlocks(Rotation& r, double angle, std::optional<long long> degree,
                           bool derivative) {
   CheckFinite(angle, "angle");
-  const unsigned int N = degree ? CheckWithin(*degree, r.degree, "degree") : r.degree;
+  const unsigned int N = degree ? CheckCount(*degree, r.degree, "degree") : r.degree;
   if (!derivative) {
     r.operation.BuildRotationMatrix(angle, N);
     return Blocks(r.operation.GetRotationMatrix(), N);
@@ -105,9 +76,9 @@ py::object RotationBlocks(Rotation& r, double angle, std::optional<long long> de
 py::object Translate(Translation& t, const Array& shift, const QXHermiteOptions& source,
                      const QXHermiteOptions& target, const Array& coefficients, bool leaveUnscaled,
                      bool derivatives) {
-  const std::vector<double> s = Finite(shift, {3}, "shift");
-  CheckWithin(source.GetNPolyMax(), t.degree, "source degree");
-  CheckWithin(target.GetNPolyMax(), t.degree, "target degree");
+  const std::vector<double> s = ToFinite(shift, {3}, "shift");
+  CheckCount(source.GetNPolyMax(), t.degree, "source degree");
+  CheckCount(target.GetNPolyMax(), t.degree, "target degree");
   const std::vector<double> in = CheckCoefficients(coefficients, source.GetNPolyMax());
   const size_t size = QXHermiteBasisSize(target.GetNPolyMax());
   std::vector<double> out((derivatives ? 4 : 1) * size);
@@ -127,8 +98,8 @@ py::tuple TranslationMatrices(Translation& t, double r, double s, long long sour
                               long long targetDegree) {
   CheckPositive(r, "r");
   CheckFinite(s, "s");
-  const unsigned int N1 = CheckWithin(sourceDegree, t.degree, "source_degree");
-  const unsigned int N2 = CheckWithin(targetDegree, t.degree, "target_degree");
+  const unsigned int N1 = CheckCount(sourceDegree, t.degree, "source_degree");
+  const unsigned int N2 = CheckCount(targetDegree, t.degree, "target_degree");
   t.operation.BuildTranslationMatrix(r, s, N1, N2);
   t.operation.BuildTranslationMatrixDerivative(N1, N2);
   const std::vector<double>& T = t.operation.GetTranslationMatrix();
@@ -226,7 +197,7 @@ void BindRigidMotion(py::module_& module) {
   const auto angles = [](auto* matrix) {
     return [matrix](double alpha, double beta, double gamma) {
       CheckFinite(alpha, "alpha"), CheckFinite(beta, "beta"), CheckFinite(gamma, "gamma");
-      return Matrix(matrix(alpha, beta, gamma));
+      return ToArray(matrix(alpha, beta, gamma), {3, 3});
     };
   };
   module.def(
@@ -237,7 +208,9 @@ void BindRigidMotion(py::module_& module) {
              py::arg("gamma"), "Q = Rx(alpha) Ry(beta) Rz(gamma) in double precision, (3, 3).");
   module.def(
       "pose_rotation",
-      [](const Array& p) { return Matrix(PoseRotation(Finite(p, {6}, "variables").data())); },
+      [](const Array& p) {
+        return ToArray(PoseRotation(ToFinite(p, {6}, "variables").data()), {3, 3});
+      },
       py::arg("variables"), "Q^T, in single precision, (3, 3): the matrix that turns a pose.");
   module.def(
       "euler_xyz",
@@ -250,7 +223,7 @@ void BindRigidMotion(py::module_& module) {
   module.def(
       "adapt_hermite_var",
       [](const Array& poses) {
-        const std::vector<double> in = Finite(poses, {kAny, 7}, "poses");
+        const std::vector<double> in = ToFinite(poses, {kAny, 7}, "poses");
         const py::ssize_t count = poses.shape(0);
         std::vector<double> out(6 * static_cast<size_t>(count));
         QXAdaptHermiteVar(static_cast<unsigned int>(count), in.data(), out.data());
@@ -262,14 +235,14 @@ void BindRigidMotion(py::module_& module) {
   module.def(
       "get_transform_from_hermite_params",
       [](const Array& p) {
-        return FromTrans(QXGetTransformFromHermiteParams(Finite(p, {6}, "variables").data()));
+        return FromTrans(QXGetTransformFromHermiteParams(ToFinite(p, {6}, "variables").data()));
       },
       py::arg("variables"),
       "The motion P' = Q^T (P + t) of (alpha, beta, gamma, tx, ty, tz) as a transform, (4, 4).");
   module.def(
       "hermite_rigid_transform",
       [](const QXHermite& h, const Array& variables) {
-        const std::vector<double> p = Finite(variables, {6}, "variables");
+        const std::vector<double> p = ToFinite(variables, {6}, "variables");
         return Call([&] {
           QXHermite moved(h);
           moved.TranslateHermites(p[3], p[4], p[5]);
@@ -280,192 +253,11 @@ void BindRigidMotion(py::module_& module) {
       "The expansion of the object moved to Q^T (P + t), (6,) variables, in the same frame.");
 }
 
-void BindWidths(py::module_& module) {
-  module.def(
-      "approx_hermite_best_lambda",
-      [](const Array& gaussians, const QXHermiteOptions& options) {
-        return ToArray(QXApproxHermiteBestLambda(CheckedGaussians(gaussians), options));
-      },
-      py::arg("gaussians"), py::arg("options"),
-      "Widths estimated from positions, (3,): 2 (N + 1)^(1/6) / (largest |coordinate| + 1).");
-  module.def(
-      "approx_hermite_best_lambda_of_grid",
-      [](const QXScalarGrid& grid, const QXHermiteOptions& options, const Array& center) {
-        CheckValues(grid, "grid");
-        const std::vector<double> c = Finite(center, {3}, "center");
-        return ToArray(Call([&, own = QXHermiteOptions(options)] {
-          return QXApproxHermiteBestLambda(grid, own, c);
-        }));
-      },
-      py::arg("grid"), py::arg("options"), py::arg("center") = py::make_tuple(0.0, 0.0, 0.0),
-      "Widths estimated from the extent of the larger values of a grid about a center, (3,).");
-
-  py::class_<QXHermiteSelfOverlap, QXMinimizer::QXFunc2>(
-      module, "HermiteSelfOverlap", py::multiple_inheritance(),
-      "The objective of width searches: minus the self overlap of an expansion over the\n"
-      "logarithms of the widths: one variable with use_single_lambda, else three.")
-      .def(py::init([](const Array& gaussians, const QXHermiteOptions& options) {
-             return std::make_unique<QXHermiteSelfOverlap>(options, CheckedGaussians(gaussians));
-           }),
-           py::arg("gaussians"), py::arg("options"))
-      .def_property_readonly(
-          "options", [](QXHermiteSelfOverlap& f) { return QXHermiteOptions(f.GetOptions()); },
-          "A copy of the options of the last evaluation.");
-}
-
-void BindCenters(py::module_& module) {
-  module.def(
-      "hermite_cm",
-      [](const Array& rows, long long degree, const Array& lambdas, bool singleLambda) {
-        std::vector<QXGaussian> gaussians = CheckedGaussians(rows);
-        const std::vector<double> l = ToVector(lambdas, {3}, "lambdas");
-        for (const double lambda : l) CheckPositive(lambda, "lambdas");
-        const unsigned int N = CheckDegree(degree);
-        return ToArray(
-            Call([&] { return QXHermiteCM(gaussians, N, l[0], l[1], l[2], singleLambda); }));
-      },
-      py::arg("gaussians"), py::arg("degree"), py::arg("lambdas"), py::arg("single_lambda") = false,
-      "The Hermite centre of mass: first moments of the expansion over the zeroth, (3,). NaN "
-      "where\n"
-      "that is 0, as without Gaussians.");
-  module.def(
-      "optimization_search_of_hermite_com",
-      [](const Array& rows, long long degree, double lambda) {
-        std::vector<QXGaussian> gaussians = CheckedGaussians(rows);
-        const unsigned int N = CheckDegree(degree);
-        CheckPositive(lambda, "lambda_");
-        return ToArray(
-            Call([&] { return QXOptimizationSearchOfHermiteCOM(gaussians, N, lambda); }));
-      },
-      py::arg("gaussians"), py::arg("degree"), py::arg("lambda_"),
-      "The Hermite centre of mass by Newton's method with one width, (3,).");
-  module.def(
-      "iterative_search_of_hermite_com",
-      [](const Array& rows, long long degree, const Array& lambdas, double tolerance,
-         long long maxIterations) {
-        std::vector<QXGaussian> gaussians = CheckedGaussians(rows);
-        const unsigned int N = CheckDegree(degree);
-        const std::vector<double> l = ToVector(lambdas, {3}, "lambdas");
-        for (const double lambda : l) CheckPositive(lambda, "lambdas");
-        const unsigned int most = CheckCount(maxIterations, 1000000, "max_iterations");
-        const std::vector<double> C = Call([&] {
-          return QXIterativeSearchOfHermiteCOM(gaussians, N, l[0], l[1], l[2], tolerance, most);
-        });
-        return py::make_tuple(ToArray(C), FromGaussians(gaussians));
-      },
-      py::arg("gaussians"), py::arg("degree"), py::arg("lambdas"), py::arg("tolerance") = 1e-4,
-      py::arg("max_iterations") = 100,
-      "(center, gaussians): the centre by fixed-point iteration, and the Gaussians moved there.");
-
-  py::class_<QXHermiteCOMFunc, QXMinimizer::QXFunc2>(
-      module, "HermiteCOMFunc", py::multiple_inheritance(),
-      "The objective |C|^2, C the Hermite centre of mass of the Gaussians shifted by x, (3,). For\n"
-      "one common width.")
-      .def(py::init([](const Array& gaussians, const QXHermiteOptions& options) {
-             return std::make_unique<QXHermiteCOMFunc>(options, CheckedGaussians(gaussians));
-           }),
-           py::arg("gaussians"), py::arg("options"));
-}
-
-void BindInertia(py::module_& module) {
-  module.def(
-      "compute_inertial_hermite_vectors",
-      [](const Array& coefficients, const QXHermiteOptions& options) {
-        std::vector<std::vector<double>> turned;
-        ComputeInertialHermiteVectors(CheckCoefficients(coefficients, options.GetNPolyMax()),
-                                      options, turned);
-        std::vector<double> rows;
-        for (const auto& row : turned) rows.insert(rows.end(), row.begin(), row.end());
-        return ToArray(std::move(rows), {3, static_cast<py::ssize_t>(turned[0].size())});
-      },
-      py::arg("coefficients"), py::arg("options"),
-      "The coefficients after half turns about x, y and z, (3, basis_size(degree)).");
-  module.def(
-      "orient_by_hermite_moments_of_inertia",
-      [](const Array& rows, long long degree, const Array& lambdas) {
-        std::vector<QXGaussian> gaussians = CheckedGaussians(rows);
-        const unsigned int N = CheckDegree(degree);
-        const std::vector<double> l = ToVector(lambdas, {3}, "lambdas");
-        for (const double lambda : l) CheckPositive(lambda, "lambdas");
-        std::vector<double> center, rotation, values;
-        std::vector<std::vector<double>> tensor;
-        Call([&] {
-          QXOrientByHermiteMomentsOfInertia(gaussians, N, l[0], l[1], l[2], center, rotation,
-                                            tensor, values);
-        });
-        std::vector<double> T;
-        for (const auto& row : tensor) T.insert(T.end(), row.begin(), row.end());
-        return py::make_tuple(FromGaussians(gaussians), ToArray(center), Matrix(rotation),
-                              Matrix(T), ToArray(values));
-      },
-      py::arg("gaussians"), py::arg("degree"), py::arg("lambdas"),
-      "(gaussians, center, rotation, tensor, eigenvalues): the Gaussians turned about the origin\n"
-      "into the principal frame of their expansion, rows of rotation the axes, longest first.\n"
-      "center is minus the Hermite centre of mass, and only told.");
-  module.def(
-      "rotate_gaussians",
-      [](const Array& rows, const Array& rotation) {
-        std::vector<QXGaussian> gaussians = CheckedGaussians(rows);
-        QXRotateGaussians(gaussians, ToRotation(rotation));
-        return FromGaussians(gaussians);
-      },
-      py::arg("gaussians"), py::arg("rotation"), "The Gaussians at P' = m P, m (3, 3).");
-  module.def(
-      "translate_gaussians",
-      [](const Array& rows, const Array& shift) {
-        std::vector<QXGaussian> gaussians = CheckedGaussians(rows);
-        const std::vector<double> t = Finite(shift, {3}, "shift");
-        float f[3];
-        for (size_t a = 0; a < 3; ++a) f[a] = static_cast<float>(CheckFinite(t[a], "shift"));
-        QXTranslateGaussians(gaussians, f);
-        return FromGaussians(gaussians);
-      },
-      py::arg("gaussians"), py::arg("shift"), "The Gaussians at P + t, t (3,).");
-  module.def(
-      "find_inertial_frame",
-      [](const Array& rows) -> py::object {
-        const auto frame = FindInertialFrame(CheckedGaussians(rows));
-        if (!frame) return py::none();
-        return py::make_tuple(ToArray({frame->centre.begin(), frame->centre.end()}),
-                              Matrix({frame->rotation.begin(), frame->rotation.end()}));
-      },
-      py::arg("gaussians"),
-      "(centre, rotation) of the frame p -> rotation (p - centre) with the long, middle and short\n"
-      "axis of the density along x, y and z; None without Gaussians.");
-  module.def(
-      "axis_turns",
-      [] {
-        std::vector<double> all;
-        for (const AxisTurn& turn : GetAxisTurns()) {
-          const std::array<double, 9> m = turn.Matrix();
-          all.insert(all.end(), m.begin(), m.end());
-        }
-        return ToArray(std::move(all), {static_cast<py::ssize_t>(kAxisTurns), 3, 3});
-      },
-      "The rotations that take axes to axes, (24, 3, 3): the identity, the half turns about x, y\n"
-      "and z, and the others.");
-  module.def(
-      "turn_coefficients",
-      [](const Array& coefficients, long long turn) {
-        const unsigned int which = CheckCount(turn, kAxisTurns - 1, "turn");
-        const unsigned int N = DegreeOf(coefficients, 100);
-        const std::vector<double> in = CheckCoefficients(coefficients, N);
-        std::vector<double> out(in.size());
-        TurnOfCoefficients(GetAxisTurns()[which], N)(in.data(), out.data());
-        return ToArray(std::move(out));
-      },
-      py::arg("coefficients"), py::arg("turn"),
-      "The coefficients after one of the axis_turns, for equal widths of the axes exchanged.");
-}
-
 }  // namespace
 
 void BindFrame(py::module_& module) {
   BindOperators(module);
   BindRigidMotion(module);
-  BindWidths(module);
-  BindCenters(module);
-  BindInertia(module);
 }
 
 }  // namespace QXPython

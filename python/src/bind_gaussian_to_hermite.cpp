@@ -7,8 +7,6 @@ namespace QXPython {
 
 using namespace QXHermiteMath;
 
-void BindGaussianToHermite(py::module_& module);
-
 namespace {
 
 py::array_t<double> Rows(const std::vector<double>* rows, size_t count) {

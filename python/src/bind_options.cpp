@@ -26,9 +26,8 @@ void BindOptions(py::module_& module) {
   py::class_<QXHermiteOptions> options(
       module, "HermiteOptions",
       "How a density is to be expanded: what gives a coefficient vector its meaning.\n\n"
-      "A mapping too, by option strings: options[\"-NPolyMax\"] = 10. A value that is not legal "
-      "is\n"
-      "a ValueError. Functions copy the options that they are given.");
+      "A mapping too, by option strings: options[\"-NPolyMax\"] = 10. A value that is not legal\n"
+      "is a ValueError. Functions copy the options that they are given.");
   options
       .def(py::init([](py::handle npolymax, py::handle lambdaX, py::handle lambdaY,
                        py::handle lambdaZ, py::handle useCenterOfMass, py::handle useSingleLambda,

@@ -170,9 +170,8 @@ void BindTanimoto(py::module_& module) {
   using C = ShapeChargeTanimoto;
   py::class_<C, QXFunc1>(
       module, "ShapeChargeComboTanimoto", py::multiple_inheritance(),
-      "-T_shape - weight (T_charge + offset) over the six rigid variables. Densities are "
-      "Gaussians,\n"
-      "(n, 5), or coefficients under the options. Scratch, one thread at a time.")
+      "-T_shape - weight (T_charge + offset) over the six rigid variables. Densities are\n"
+      "Gaussians, (n, 5), or coefficients under the options. Scratch, one thread at a time.")
       .def(
           py::init([](const Array& shape, const QXHermiteOptions& shapeOptions, const Array& charge,
                       const QXHermiteOptions& chargeOptions, double weight, double offset) {

@@ -34,8 +34,10 @@ void WriteReport(const std::filesystem::path& path, const std::vector<QXMol>& po
   }
   if (py::isinstance<QXCore::QXScalarGrid>(reference)) {
     report.fields.push_back({"reference", "", reference.cast<const QXCore::QXScalarGrid&>()});
-  } else if (!reference.is_none()) {
+  } else if (py::isinstance<QXMol>(reference)) {
     report.reference = reference.cast<const QXMol&>();
+  } else if (!reference.is_none()) {
+    throw py::type_error("reference: must be a Molecule, a ScalarGrid or None");
   }
   if (!Call([&] { return QXTools::WriteReport(report, path.string()); })) {
     PyErr_SetString(PyExc_OSError, (path.string() + ": cannot be written").c_str());

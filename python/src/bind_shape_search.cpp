@@ -155,6 +155,9 @@ qxhermite.overlay is the convenient form. One thread at a time; searches share n
                  throw py::value_error("charge_weight: a grid has no charges");
                return Call([&] { return std::make_unique<ShapeSearch>(grid, arguments); });
              }
+             if (!py::isinstance<QXMol>(reference)) {
+               throw py::type_error("reference: must be a Molecule or a ScalarGrid");
+             }
              const QXMol mol = reference.cast<const QXMol&>();
              return Call([&] { return std::make_unique<ShapeSearch>(mol, arguments); });
            }),

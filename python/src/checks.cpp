@@ -43,13 +43,27 @@ unsigned int CheckCount(long long value, unsigned int largest, const char* name)
 }
 
 unsigned int CheckDegree(long long degree, const char* name) {
-  constexpr unsigned int kLargestDegree = 100;  // as -NPolyMax has it
   return CheckCount(degree, kLargestDegree, name);
 }
 
 void CheckSize(const py::array& array, size_t size, const char* name) {
   if (static_cast<size_t>(array.size()) == size) return;
   Refuse(name, "expected " + std::to_string(size) + " values, got " + std::to_string(array.size()));
+}
+
+unsigned int DegreeOf(const Array& coefficients, unsigned int largest) {
+  RequireShape(coefficients, {kAny}, "coefficients");
+  for (unsigned int N = 0; N <= largest; ++N) {
+    if (QXHermiteMath::QXHermiteBasisSize(N) == coefficients.size()) return N;
+  }
+  Refuse("coefficients", std::to_string(coefficients.size()) + " are no basis of a degree up to " +
+                             std::to_string(largest));
+}
+
+std::vector<double> ToFinite(const Array& values, std::initializer_list<py::ssize_t> shape,
+                             const char* name) {
+  RequireFinite(values, name);
+  return ToVector(values, shape, name);
 }
 
 std::vector<double> CheckCoefficients(const Array& values, unsigned int N, const char* name) {

@@ -18,6 +18,9 @@
 
 namespace QXPython {
 
+/// As -NPolyMax has it.
+inline constexpr unsigned int kLargestDegree = 100;
+
 /// The value as a ValueError, "spacing: must be positive, not -1.0".
 [[noreturn]] void Refuse(const char* name, const std::string& what);
 
@@ -31,7 +34,14 @@ unsigned int CheckDegree(long long degree, const char* name = "degree");
 /// An array of any shape with `size` values.
 void CheckSize(const py::array& array, size_t size, const char* name);
 
-/// Coefficients of degree N, or of that of the options.
+/// The degree of which so many coefficients are the basis, at most `largest`.
+unsigned int DegreeOf(const Array& coefficients, unsigned int largest = kLargestDegree);
+
+/// A flat copy of finite values, after RequireShape.
+std::vector<double> ToFinite(const Array& values, std::initializer_list<py::ssize_t> shape,
+                             const char* name);
+
+/// Coefficients in shell order, of the size of the basis of degree N.
 std::vector<double> CheckCoefficients(const Array& values, unsigned int N,
                                       const char* name = "coefficients");
 

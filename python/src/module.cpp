@@ -13,11 +13,16 @@ PYBIND11_MODULE(_core, module) {
   BindObjectives(module);
   BindOptions(module);
   BindMolecules(module);
+  BindMoleculeFiles(module);
   BindGrids(module);
+  BindBasis(module);
   BindExpansion(module);
+  BindGaussianToHermite(module);
   BindFrame(module);
+  BindInertia(module);
   BindOverlap(module);
   BindOverlays(module);
+  BindShapeScreen(module);
   BindMultiHermite(module);
   BindGridAtoms(module);
   BindCharges(module);

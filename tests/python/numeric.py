@@ -6,6 +6,21 @@ from scipy.special import eval_hermite
 import qxhermite
 
 
+def fixed(degree, lambdas):
+    """Options with these widths, which nothing changes."""
+    options = qxhermite.HermiteOptions(
+        npolymax=degree, use_optimal_lambdas=False, use_single_lambda=False
+    )
+    options.lambdas = lambdas
+    return options
+
+
+def points_of(grid):
+    """The places of all elements, (nx ny nz, 3)."""
+    axes = [o + grid.spacing * np.arange(n) for o, n in zip(grid.origin, grid.shape)]
+    return np.stack(np.meshgrid(*axes, indexing="ij"), axis=-1).reshape(-1, 3)
+
+
 def density(gaussians, points):
     """The sum of A exp(-w |r - c|^2) of (n, 5) rows at (m, 3) points."""
     d2 = ((points[:, None] - gaussians[None, :, :3]) ** 2).sum(axis=2)

@@ -68,7 +68,8 @@ def test_potential_and_field_anywhere():
     once = ChargePotential(rho)
     assert np.array_equal(once.potential(points), V) and np.array_equal(once.field(points), E)
     far = np.array([[30.0, -40.0, 50.0]])
-    multipoles = rho.total_charge / np.linalg.norm(far) + far @ rho.dipole_moment / np.linalg.norm(far) ** 3
+    distance = np.linalg.norm(far)
+    multipoles = rho.total_charge / distance + far @ rho.dipole_moment / distance**3
     assert rho.potential(far) == pytest.approx(COULOMB * multipoles, rel=2e-2)
 
 
@@ -113,6 +114,23 @@ def test_lasso_finds_the_density_that_made_the_data():
     assert list(fit.coefficient_path[1]) == [two.coefficient(i) for i in fit.actives[:2]]
     fit.fit(max_actives=2)
     assert fit.max_num_actives == 2
+
+
+def test_data_attached_to_a_molecule():
+    mol = qxhermite.Molecule([8, 1, 1], SITES)
+    fit, same = LassoChargeDensity(TRUTH.params), prepared()
+    mol.set_vector("grid", POINTS.ravel())
+    with pytest.raises(qxhermite.QXHermiteError, match="Potential data on molecule not found."):
+        fit.prep_data(mol)
+    mol.set_vector("potential", DATA["potential"])
+    mol.set_vector("electric field", DATA["field"].T.ravel())
+    fit.prep_data(mol)
+    fit.fit()
+    same.fit()
+    assert fit.last_charge_density() == same.last_charge_density()
+    mol.set_vector("potential", DATA["potential"][1:])
+    with pytest.raises(ValueError, match="potential: must have one value"):
+        fit.prep_data(mol)
 
 
 @pytest.mark.parametrize("kind", [RelaxedLassoChargeDensity, PrunedLassoChargeDensity])

@@ -9,14 +9,11 @@ import pytest
 from scipy.special import eval_hermite, factorial
 
 import qxhermite
-from numeric import cloud, density, expansion, gradient, turn
+from numeric import cloud, density, expansion, fixed, gradient, points_of, turn
 from qxhermite import GaussianToHermite, Hermite, HermiteOptions, ScalarGrid
 
-FIXED = HermiteOptions(
-    npolymax=6, lambda_x=0.9, lambda_y=1.1, lambda_z=1.3,
-    use_optimal_lambdas=False, use_single_lambda=False,
-)
-EQUAL = HermiteOptions(npolymax=6, lambda_x=1.1, lambda_y=1.1, lambda_z=1.1, use_optimal_lambdas=False)
+FIXED = fixed(6, [0.9, 1.1, 1.3])
+EQUAL = fixed(6, 1.1)
 PLACES = np.random.default_rng(5).uniform(-2, 2, (40, 3))
 
 
@@ -58,8 +55,7 @@ def test_an_expansion_approaches_the_density():
     assert errors[2] < 0.05 * errors[0] and errors[1] < errors[0]
     # The largest self overlap that any width gives is that of the widths found.
     for factor in (0.95, 1.05):
-        other = HermiteOptions(npolymax=12, use_optimal_lambdas=False)
-        other.lambdas = factor * h.options.lambda_x
+        other = fixed(12, factor * h.options.lambda_x)
         assert Hermite.from_gaussians(gaussians, other).self_overlap < h.self_overlap
 
 
@@ -70,10 +66,8 @@ def test_gaussians_and_a_fine_grid_have_the_same_coefficients(h):
     assert np.allclose(by_quadrature.coefficients, h.coefficients, atol=2e-5)
     assert by_quadrature.extent == 42 * 0.25 and not by_quadrature.center.any()
     made = h.grid(spacing=0.5, width=4)
-    axes = [o + made.spacing * np.arange(n) for o, n in zip(made.origin, made.shape)]
-    points = np.stack(np.meshgrid(*axes, indexing="ij"), axis=-1).reshape(-1, 3)
-    expected = expansion(h.coefficients, h.options, points).reshape(made.shape)
-    assert np.abs(made.values - expected).max() < 1e-5 * np.abs(expected).max()
+    expected = expansion(h.coefficients, h.options, points_of(made))
+    assert np.abs(made.values.ravel() - expected).max() < 1e-5 * np.abs(expected).max()
 
 
 def test_coefficients_are_a_view_that_lives_on(h):
@@ -117,7 +111,7 @@ def test_turns_and_shifts_move_the_density(about_y):
     )
     # A shift of the Gaussians is one of the expansion, but for what leaves the basis.
     source = cloud(4, size=0.5)
-    wide = HermiteOptions(npolymax=20, lambda_x=1.5, lambda_y=1.5, lambda_z=1.5, use_optimal_lambdas=False)
+    wide = fixed(20, 1.5)
     there = Hermite.from_gaussians(source + [0.2, -0.1, 0.15, 0, 0], wide)
     here = Hermite.from_gaussians(source, wide).translated([0.2, -0.1, 0.15])
     low = qxhermite.basis_size(5)
@@ -129,8 +123,7 @@ def test_the_derivatives_of_the_engine():
     engine = GaussianToHermite(6, derivatives=2)
 
     def at(widths, order=0):
-        engine.expand(gaussians, HermiteOptions(
-            npolymax=6, lambda_x=widths[0], lambda_y=widths[1], lambda_z=widths[2]), order)
+        engine.expand(gaussians, fixed(6, widths), order)
         return engine
 
     widths = np.array([0.9, 1.1, 1.3])
@@ -150,7 +143,8 @@ def test_the_derivatives_of_the_engine():
     expected = gradient(form, np.zeros(3), step)
     for _ in range(2):  # a second expansion does not see the first
         engine.expand(gaussians, FIXED, 4)
-        assert np.allclose(engine.translational_derivative_convolution(q), expected, rtol=1e-3, atol=1e-3)
+        got = engine.translational_derivative_convolution(q)
+        assert np.allclose(got, expected, rtol=1e-3, atol=1e-3)
     assert engine.translational_second_derivative_convolution(q).shape == (6,)
     f = engine.build_f(0.8, 0.5, 10, 1.2)
     x = np.linspace(-9, 9, 4001)
@@ -173,6 +167,10 @@ def test_threads_expand_side_by_side():
         assert made == Hermite.from_gaussians(cloud(i, n=40), HermiteOptions(npolymax=8))
 
 
+NAN_GRID = ScalarGrid.from_array(np.full((2, 2, 2), np.nan), (0, 0, 0), 1)
+ONE, TWO = [0, 0, 0, 1, 1], [1.0, 1.0]
+
+
 @pytest.mark.parametrize(
     "call, told",
     [
@@ -181,7 +179,7 @@ def test_threads_expand_side_by_side():
         (lambda h: Hermite.from_gaussians([[0, 0, 1e39, 1, 1]]), "finite"),
         (lambda h: Hermite.from_coefficients(np.ones(55), HermiteOptions()), r"shape \(56,\)"),
         (lambda h: Hermite.from_coefficients(np.ones(56), HermiteOptions(), [0, 0]), "center"),
-        (lambda h: Hermite.from_grid(ScalarGrid.from_array(np.full((2, 2, 2), np.nan), (0, 0, 0), 1)), "8 values are not finite"),
+        (lambda h: Hermite.from_grid(NAN_GRID), "8 values are not finite"),
         (lambda h: h.rotated(np.eye(4)), "rotation"),
         (lambda h: h.rotated(-np.eye(3)), "rotation"),
         (lambda h: h.rotated(np.full((3, 3), np.nan)), "rotation"),
@@ -194,7 +192,7 @@ def test_threads_expand_side_by_side():
         (lambda h: GaussianToHermite(6, 1).expand(cloud(1), FIXED, 4), "derivatives=2"),
         (lambda h: GaussianToHermite(6, 1).translational_derivative_convolution([1.0]), "order"),
         (lambda h: GaussianToHermite(6).build_f_derivative(4, 1.0, np.ones(6)), "at least 7"),
-        (lambda h: GaussianToHermite(6).coefficients_convolution(0, [0, 0, 0, 1, 1], *np.ones((3, 2))), "f1|f2|f3"),
+        (lambda h: GaussianToHermite(6).coefficients_convolution(0, ONE, TWO, TWO, TWO), "f[123]"),
         (lambda h: qxhermite.lmn_index(50, 50, 1), r"l \+ m \+ n"),
         (lambda h: qxhermite.reorder(3, np.ones(4)), "coefficients"),
         (lambda h: qxhermite.basis_size(-1), "degree"),

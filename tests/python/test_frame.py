@@ -4,22 +4,16 @@ import numpy as np
 import pytest
 
 import qxhermite
-from numeric import cloud, expansion, gradient, moved, transform, turn
+from numeric import cloud, expansion, fixed, gradient, moved, transform, turn
 from qxhermite import Hermite, HermiteOptions, HermiteRotation, HermiteTranslation
 
 PLACES = np.random.default_rng(5).uniform(-2, 2, (40, 3))
 ANGLES, SHIFT = [0.4, -0.7, 1.9], [0.3, -0.2, 0.1]
 
 
-def options(degree, lambdas):
-    made = HermiteOptions(npolymax=degree, use_optimal_lambdas=False, use_single_lambda=False)
-    made.lambdas = lambdas
-    return made
-
-
 def test_rotation_of_coefficients():
     rotation = HermiteRotation(8)
-    basis = options(6, 1.1)
+    basis = fixed(6, 1.1)
     c = Hermite.from_gaussians(cloud(1), basis).coefficients
     Q = turn(0, ANGLES[0]) @ turn(1, ANGLES[1]) @ turn(2, ANGLES[2])
     turned = rotation.rotate(ANGLES, c)  # of a lower degree than the operator
@@ -36,7 +30,7 @@ def test_rotation_of_coefficients():
 
 
 def test_translation_is_a_projection_on_the_other_basis():
-    source, target = options(4, [1.0, 1.2, 0.9]), options(9, [0.8, 1.0, 1.1])
+    source, target = fixed(4, [1.0, 1.2, 0.9]), fixed(9, [0.8, 1.0, 1.1])
     c = Hermite.from_gaussians(cloud(2), source).coefficients
     translation = HermiteTranslation(9)
     got = translation.translate(SHIFT, c, source, target)
@@ -44,7 +38,10 @@ def test_translation_is_a_projection_on_the_other_basis():
     x = np.linspace(-9, 9, 61)
     points = np.stack(np.meshgrid(x, x, x, indexing="ij"), axis=-1).reshape(-1, 3)
     f = expansion(c, source, points - SHIFT).reshape(61, 61, 61)
-    tables = [qxhermite.calc_double_normalized_hermite(9, w * x) * w * (x[1] - x[0]) for w in target.lambdas]
+    step = x[1] - x[0]
+    tables = [
+        qxhermite.calc_double_normalized_hermite(9, w * x) * w * step for w in target.lambdas
+    ]
     cube = np.einsum("ijk,il,jm,kn->lmn", f, *tables, optimize=True)
     assert np.allclose(got, cube[tuple(qxhermite.basis_lmn(9).T)], atol=1e-8)
 
@@ -90,7 +87,8 @@ def test_frames_from_gaussians():
     there = qxhermite.translate_gaussians(qxhermite.rotate_gaussians(centred, rotation), SHIFT)
     assert np.allclose(there[:, :3], centred[:, :3] @ rotation.T + SHIFT, atol=1e-5)
 
-    oriented, _, axes, tensor, values = qxhermite.orient_by_hermite_moments_of_inertia(centred, 8, [0.7] * 3)
+    orient = qxhermite.orient_by_hermite_moments_of_inertia
+    oriented, _, axes, tensor, values = orient(centred, 8, [0.7] * 3)
     assert np.all(np.diff(values) <= 0)
     assert np.allclose(axes @ tensor @ axes.T, np.diag(values), atol=1e-8 * values[0])
     assert np.allclose(oriented[:, :3], centred[:, :3] @ axes.T, atol=1e-5)
@@ -100,11 +98,12 @@ def test_turns_of_axes():
     turns = qxhermite.axis_turns()
     assert len({m.tobytes() for m in turns}) == 24 and np.allclose(np.linalg.det(turns), 1)
     assert np.array_equal(turns[1:4], [np.diag(d) for d in ([1, -1, -1], [-1, 1, -1], [-1, -1, 1])])
-    basis = options(4, 1.1)
+    basis = fixed(4, 1.1)
     h = Hermite.from_gaussians(cloud(1), basis)
     for i, m in enumerate(turns):
         c = qxhermite.turn_coefficients(h.coefficients, i)
-        assert np.allclose(expansion(c, basis, PLACES), expansion(h.coefficients, basis, PLACES @ m))
+        expected = expansion(h.coefficients, basis, PLACES @ m)
+        assert np.allclose(expansion(c, basis, PLACES), expected)
     halves = [qxhermite.turn_coefficients(h.coefficients, i) for i in (1, 2, 3)]
     assert np.array_equal(h.inertial_vectors(), halves)
     assert np.array_equal(
@@ -128,7 +127,8 @@ def test_objectives_of_widths_and_centres(single):
     x = np.array([0.1, -0.1, 0.2])[: f.num_var]
     assert f.num_var == (1 if single else 3)
     value, g = f.gradient(x)
-    assert value == pytest.approx(f(x)) == pytest.approx(-Hermite.from_gaussians(cloud(5), options(6, np.exp(x if not single else x.repeat(3)))).self_overlap)
+    there = Hermite.from_gaussians(cloud(5), fixed(6, np.exp(np.resize(x, 3))))
+    assert value == pytest.approx(f(x)) == pytest.approx(-there.self_overlap)
     assert np.allclose(g, gradient(f, x), rtol=1e-6, atol=1e-6)
     g, hessian = f.hessian(x)
     if single:  # one variable has no second derivative there
@@ -136,7 +136,7 @@ def test_objectives_of_widths_and_centres(single):
     else:
         assert np.allclose(hessian, gradient(lambda y: f.gradient(y)[1], x), rtol=1e-5, atol=1e-5)
 
-    com = qxhermite.HermiteCOMFunc(cloud(5), options(6, 1.0))
+    com = qxhermite.HermiteCOMFunc(cloud(5), fixed(6, 1.0))
     step = 2.0**-8  # Gaussians have single precision
     _, g = com.gradient([0.1, 0.2, 0.3])
     expected = gradient(com, [0.1, 0.2, 0.3], step)
@@ -152,14 +152,17 @@ def test_objectives_of_widths_and_centres(single):
     )
 
 
+HIGH, LOW = fixed(3, 1.0), fixed(2, 1.0)
+
+
 @pytest.mark.parametrize(
     "call, told",
     [
         (lambda: HermiteRotation(3).rotate([0, 0], np.ones(20)), "angles"),
         (lambda: HermiteRotation(3).rotate([0, 0, 0], np.ones(35)), "35 are no basis"),
         (lambda: HermiteRotation(3).matrices(0.1, 4), "degree: must be 0 to 3"),
-        (lambda: HermiteTranslation(2).translate([0, 0, 0], np.ones(20), options(3, 1.0), options(2, 1.0)), "source degree"),
-        (lambda: HermiteTranslation(3).translate([0, 0, 0], np.ones(10), options(3, 1.0), options(2, 1.0)), "coefficients"),
+        (lambda: HermiteTranslation(2).translate(SHIFT, np.ones(20), HIGH, LOW), "source degree"),
+        (lambda: HermiteTranslation(3).translate(SHIFT, np.ones(10), HIGH, LOW), "coefficients"),
         (lambda: HermiteTranslation(3).matrices(0, 0.1, 2, 2), "r: must be positive"),
         (lambda: qxhermite.get_transform_from_hermite_params([0] * 5), "variables"),
         (lambda: qxhermite.euler_xyz(np.ones((3, 3))), "rotation"),

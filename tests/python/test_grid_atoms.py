@@ -102,7 +102,8 @@ def test_classes():
     assert np.allclose(lasso.grid_values, GRID.interpolate(lasso.grid_coordinates), atol=1e-4)
     assert len(lasso.grid_values) == (VALUES > 0.2 * VALUES.max()).sum()
     value, place = lasso.sample_grid_local_maximum(0)
-    assert value >= lasso.grid_values[0] and np.abs(place - lasso.grid_coordinates[0]).max() <= SPACING
+    assert value >= lasso.grid_values[0]
+    assert np.abs(place - lasso.grid_coordinates[0]).max() <= SPACING
     candidates = lasso.sample_atoms(0.5, 0.5)
     assert np.min(cKDTree(candidates).query(candidates, 2)[0][:, 1]) >= 0.5
     assert lasso.is_duplicate(candidates, candidates[0] + 0.1, 0.2)
@@ -134,6 +135,8 @@ def test_lasso_gaussians_recover_theirs():
 
 
 FAINT = ScalarGrid.from_array(VALUES * 1e-6, ORIGIN, SPACING)
+REMOTE = ScalarGrid.from_array(VALUES, ORIGIN + 9e4, 0.05)
+CARBON = qxhermite.Molecule(["C"], PLACES[:1])
 BROKEN = ScalarGrid.from_array(np.where(VALUES > 2, np.nan, VALUES), ORIGIN, SPACING)
 
 
@@ -157,10 +160,10 @@ BROKEN = ScalarGrid.from_array(np.where(VALUES > 2, np.nan, VALUES), ORIGIN, SPA
         (lambda: GridToAtoms(BROKEN, FIXED), ValueError),
         (lambda: GridToAtoms(GRID, FIXED, transform=np.ones((4, 4))), ValueError),
         (lambda: MultistartGridToAtoms(FIXED, FAINT), ValueError),  # it would never find a start
-        (lambda: MultistartGridToAtoms(FIXED, ScalarGrid.from_array(VALUES, ORIGIN + 1e7, 0.4)), ValueError),
+        (lambda: MultistartGridToAtoms(FIXED, REMOTE), ValueError),
         (lambda: LassoAtoms(GRID).sample_grid_local_maximum(10**6), IndexError),
-        (lambda: LassoAtoms(GRID).optimize_number_of_atoms(qxhermite.Molecule(["C"], PLACES[:1]), "l1"), ValueError),
-        (lambda: LassoAtoms(GRID).deduplicate_atoms(qxhermite.Molecule(["C"], PLACES[:1]), [], 1.0, 3), ValueError),
+        (lambda: LassoAtoms(GRID).optimize_number_of_atoms(CARBON, "l1"), ValueError),
+        (lambda: LassoAtoms(GRID).deduplicate_atoms(CARBON, [], 1.0, 3), ValueError),
         (lambda: LassoGaussians(PLACES, 1.5).setup(PLACES, [1.0], 3), ValueError),
         (lambda: qxhermite.grid_to_mol(GRID, min_distance=-1.0), ValueError),
         (lambda: GridToMultiHermite().fit_multi_hermite(GRID, lambda_=0.0), ValueError),

@@ -9,7 +9,7 @@ import pytest
 from scipy.interpolate import RegularGridInterpolator
 
 import qxhermite
-from numeric import cloud, density, transform, turn
+from numeric import cloud, density, points_of, transform, turn
 from qxhermite import Molecule, ScalarGrid, SkewGrid
 
 SHAPE, ORIGIN, SPACING = (4, 5, 6), (-1.0, 2.0, 0.5), 0.5
@@ -17,10 +17,6 @@ SHAPE, ORIGIN, SPACING = (4, 5, 6), (-1.0, 2.0, 0.5), 0.5
 
 def axes(grid):
     return [o + grid.spacing * np.arange(n) for o, n in zip(grid.origin, grid.shape)]
-
-
-def points(grid):
-    return np.stack(np.meshgrid(*axes(grid), indexing="ij"), axis=-1)
 
 
 @pytest.fixture
@@ -76,7 +72,7 @@ def test_files_give_back_what_was_written(grid, tmp_path, name):
 
 def test_interpolation_is_that_of_scipy(grid):
     scipy = RegularGridInterpolator(axes(grid), grid.values.astype(float))
-    low, high = points(grid)[0, 0, 0], points(grid)[-1, -1, -1]
+    low, high = points_of(grid)[[0, -1]]
     places = np.random.default_rng(2).uniform(low, high, (50, 3))
     assert np.allclose(grid.interpolate(places), scipy(places), atol=1e-5)
     outside = [low - 0.1, [np.nan, 0, 0], [1e300, 0, 0]]
@@ -89,12 +85,12 @@ def test_gaussians_and_overlaps_point_by_point():
     grid, other = (ScalarGrid((20, 21, 22), 0.4, (-4, -4, -4)) for _ in range(2))
     gaussians = cloud(3)
     qxhermite.add_gaussians(grid, gaussians)
-    assert np.allclose(grid.values, density(gaussians, points(grid).reshape(-1, 3)).reshape(grid.shape), atol=1e-5)
+    assert np.allclose(grid.values.ravel(), density(gaussians, points_of(grid)), atol=1e-5)
     mol = Molecule([6, 8], [[0, 0, 0], [1.5, 0, 1]])
     qxhermite.make_molecular_gaussian_grid(other, mol)
     radii = np.array([qxhermite.bondi_radius(z) for z in (6, 8)])
     atoms = np.column_stack([mol.coordinates[0], [2.7, 2.7], 2.34422871067 / radii**2])
-    assert np.allclose(other.values, density(atoms, points(grid).reshape(-1, 3)).reshape(grid.shape), atol=1e-5)
+    assert np.allclose(other.values.ravel(), density(atoms, points_of(other)), atol=1e-5)
     a, b = grid.values.astype(float), other.values.astype(float)
     expected = [(x * y).sum() * 0.4**3 for x, y in ((a, a), (b, b), (a, b))]
     assert np.allclose(qxhermite.grid_overlap(grid, other), expected, rtol=1e-5)

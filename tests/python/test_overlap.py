@@ -6,10 +6,16 @@ import numpy as np
 import pytest
 
 import qxhermite
-from numeric import cloud, gradient, moved, transform, turn
-from qxhermite import GaussianOverlap, Hermite, HermiteOptions, HermiteOverlap
+from numeric import cloud, fixed, gradient, moved, transform, turn
+from qxhermite import (
+    GaussianOverlap,
+    Hermite,
+    HermiteOptions,
+    HermiteOverlap,
+    ShapeChargeComboTanimoto,
+)
 
-FIXED = HermiteOptions(npolymax=6, lambda_x=1.1, lambda_y=1.1, lambda_z=1.1, use_optimal_lambdas=False)
+FIXED = fixed(6, 1.1)
 X = np.array([0.3, -0.2, 0.5, 0.2, -0.3, 0.1])
 REF, FIT = cloud(1, size=1.2), cloud(2, n=5, size=1.2)
 
@@ -43,7 +49,7 @@ OBJECTIVES = {
     ),
     "gaussian overlap": lambda: GaussianOverlap(REF, FIT),
     "tanimoto": lambda: qxhermite.ShapeComboTanimoto(REF, FIXED, FIT),
-    "shape and charge": lambda: qxhermite.ShapeChargeComboTanimoto(REF, FIXED, FIT, FIXED, 0.5, 0.1),
+    "shape and charge": lambda: ShapeChargeComboTanimoto(REF, FIXED, FIT, FIXED, 0.5, 0.1),
     "cosine": lambda: qxhermite.HermiteCosAngleFunc(Hermite.from_gaussians(REF, FIXED), carbons(2)),
 }
 
@@ -68,7 +74,8 @@ def test_gaussian_overlap_is_the_double_sum_of_the_moved_fit():
     assert f.ref_self_overlap == pytest.approx(pair_sum(REF, REF), rel=1e-12)
     g, hessian = f.hessian(X)
     assert np.allclose(g, f.gradient(X)[1])
-    assert np.allclose(hessian, gradient(lambda y: f.gradient(y)[1], X), atol=1e-6 * np.abs(hessian).max())
+    expected = gradient(lambda y: f.gradient(y)[1], X)
+    assert np.allclose(hessian, expected, atol=1e-6 * np.abs(hessian).max())
     f.setup(REF)
     best = qxhermite.polish(f, [0.1, -0.05, 0.08, 0.1, 0.1, -0.1])
     assert best.overlap == pytest.approx(f.ref_self_overlap, rel=1e-6) and best.evaluations < 20
@@ -81,10 +88,11 @@ def test_expansions_approach_the_exact_overlap():
         f = HermiteOverlap(REF, HermiteOptions(npolymax=degree), FIT)
         errors.append(abs(f(X) - GaussianOverlap(REF, FIT)(X)))
     assert errors[0] > errors[1] > errors[2] and errors[2] < 2e-3 * pair_sum(REF, FIT)
-    f = HermiteOverlap(Hermite.from_gaussians(REF, FIXED))
+    h = Hermite.from_gaussians(REF, FIXED)
+    f = HermiteOverlap(h)
     assert f.overlap == pytest.approx(f.ref_self_overlap, rel=1e-6)
     assert f.overlap == np.float32(f.overlap)
-    assert f.ref_options == FIXED and np.array_equal(f.ref_coefficients, Hermite.from_gaussians(REF, FIXED).coefficients)
+    assert f.ref_options == FIXED and np.array_equal(f.ref_coefficients, h.coefficients)
 
 
 def test_tanimotos_are_made_of_overlaps():
@@ -94,7 +102,7 @@ def test_tanimotos_are_made_of_overlaps():
     shape = qxhermite.ShapeComboTanimoto(REF, FIXED, FIT)
     assert shape.compute_tanimoto(X) == pytest.approx(tanimoto) == pytest.approx(-shape(X))
     c = [Hermite.from_gaussians(g, FIXED).coefficients for g in (REF, FIT)]
-    both = qxhermite.ShapeChargeComboTanimoto(c[0], FIXED, c[0], FIXED, weight=2.0, offset=0.25)
+    both = ShapeChargeComboTanimoto(c[0], FIXED, c[0], FIXED, weight=2.0, offset=0.25)
     assert both(np.zeros(6)) == pytest.approx(-1 - 2 * 1.25)
     both.setup(c[1], c[1])
     assert both.compute_shape_charge_tanimotos(X) == pytest.approx((tanimoto, tanimoto))
@@ -142,8 +150,8 @@ def test_threads_evaluate_side_by_side():
         (lambda: GaussianOverlap(REF, FIT[0]), "gaussians"),
         (lambda: qxhermite.ShapeComboTanimoto(np.ones(5), FIXED), "ref: expected"),
         (lambda: qxhermite.ShapeComboTanimoto(REF, FIXED, np.ones(5)), "fit: expected"),
-        (lambda: qxhermite.ShapeChargeComboTanimoto(REF, FIXED, np.ones(84), FIXED), "charge"),
-        (lambda: qxhermite.ShapeChargeComboTanimoto(REF, FIXED, REF, FIXED, weight=np.nan), "weight"),
+        (lambda: ShapeChargeComboTanimoto(REF, FIXED, np.ones(84), FIXED), "charge"),
+        (lambda: ShapeChargeComboTanimoto(REF, FIXED, REF, FIXED, weight=np.nan), "weight"),
         (lambda: qxhermite.compute_cos_angle_grad(FIXED, np.ones(84), np.ones(83), REF), "fit"),
         (lambda: qxhermite.polish(GaussianOverlap(REF), [np.nan] * 6), "start"),
     ],

@@ -4,11 +4,13 @@ import numpy as np
 import pytest
 
 import qxhermite
-from numeric import moved, transform, turn
-from qxhermite import Hermite, HermiteOptions, HermiteShapeOverlay, Molecule, ShapeScreen
+from numeric import fixed, moved, transform, turn
+from qxhermite import Hermite, HermiteShapeOverlay, Molecule, ShapeOverlay, ShapeScreen
 
-FIXED = HermiteOptions(npolymax=8, lambda_x=0.9, lambda_y=0.9, lambda_z=0.9, use_optimal_lambdas=False)
-PLACES = np.array([[2.4, 0.2, 0], [1.2, 0.8, 0.1], [0, 0, 0.2], [-1.3, 0.7, 0], [-2.5, -0.6, -0.3], [0.1, -1.4, 0.4]])
+FIXED = fixed(8, 0.9)
+PLACES = np.array(
+    [[2.4, 0.2, 0], [1.2, 0.8, 0.1], [0, 0, 0.2], [-1.3, 0.7, 0], [-2.5, -0.6, -0.3], [0, -1.4, 0]]
+)
 PLACES = PLACES - PLACES.mean(axis=0)
 # What a start and a minimisation have to find again.
 NUDGE = transform(turn(0, 0.15) @ turn(2, -0.2), [0.3, -0.2, 0.1])
@@ -44,7 +46,7 @@ def check_pose(score, pose, back=PLACES):
 def test_shape_overlay(ref, fit, tmp_path, monkeypatch):
     monkeypatch.chdir(tmp_path)
     there = transform(turn(1, 0.5), [7, 8, 9])
-    overlay = qxhermite.ShapeOverlay(expand(ref), 1e-8, transform=there)
+    overlay = ShapeOverlay(expand(ref), 1e-8, transform=there)
     score, pose = overlay.find_best_overlay(fit)
     check_pose(score, pose, moved(there, PLACES))
     assert float(pose.data["Shape Tanimoto"]) == pytest.approx(score, abs=1e-4)
@@ -75,7 +77,8 @@ def test_the_general_overlay(ref, fit, form):
     assert pose.attached_grid("hermite grid", 0).shape[0] > 10
     assert len(pose.vector("Hermite Shape Inertial Vector", 0)) == len(h)
     start = overlay.find_best_start(expand(fit).coefficients)
-    assert start.start == 2 and np.allclose(moved(start.transform, fit.coordinates[0]), PLACES, atol=0.02)
+    assert start.start == 2
+    assert np.allclose(moved(start.transform, fit.coordinates[0]), PLACES, atol=0.02)
     assert overlay.find_best_start(expand(fit).coefficients, single_start=True).start == 0
     score, ref_grid, fit_grid, resampled = overlay.find_best_overlay(grid)
     assert score == pytest.approx(1, abs=1e-3)
@@ -106,11 +109,14 @@ def test_a_screen_finds_a_moved_copy(ref, starts):
 
 
 def test_poses_are_sorted_and_moved(ref):
-    poses = [(0.3, carbons(PLACES + 1)), (0.9, ref), (float("nan"), ref), (0.5, carbons(PLACES + 2))]
+    poses = [(0.3, carbons(PLACES + 1)), (0.9, ref), (np.nan, ref), (0.5, carbons(PLACES + 2))]
     best, result = qxhermite.post_process_overlay_data(poses, 2, transform(np.eye(3), [0, 0, 5]))
     assert best == 0.9 and result.title == "ref" and result.num_conformers == 2
     assert np.allclose(result.coordinates - [0, 0, 5], [PLACES, PLACES + 2], atol=1e-5)
     assert qxhermite.post_process_overlay_data([], 2)[1].num_atoms == 0
+
+
+UNEQUAL = Hermite.from_coefficients(np.ones(4), fixed(1, [1, 1, 2]))
 
 
 @pytest.mark.parametrize(
@@ -118,12 +124,12 @@ def test_poses_are_sorted_and_moved(ref):
     [
         (lambda r: ShapeScreen(expand(r), starts=25), "starts: must be 0 to 24"),
         (lambda r: ShapeScreen(expand(r), starts=0), "starts"),
-        (lambda r: ShapeScreen(Hermite.from_coefficients(np.ones(4), HermiteOptions(npolymax=1, lambda_x=2)), starts=24), "equal widths"),
+        (lambda r: ShapeScreen(UNEQUAL, starts=24), "equal widths"),
         (lambda r: ShapeScreen(expand(r)).find_poses([np.ones(4)]), "fits: expected"),
         (lambda r: ShapeScreen(expand(r)).find_poses([(np.ones(165),)]), "pairs"),
         (lambda r: ShapeScreen(expand(r)).find_poses([], -1), "n_poses"),
-        (lambda r: qxhermite.ShapeOverlay(expand(r)).find_local_minimum(r, np.ones(4)), "coefficients"),
-        (lambda r: qxhermite.ShapeOverlay(expand(r), iteration_limit=-1), "iteration_limit"),
+        (lambda r: ShapeOverlay(expand(r)).find_local_minimum(r, np.ones(4)), "coefficients"),
+        (lambda r: ShapeOverlay(expand(r), iteration_limit=-1), "iteration_limit"),
         (lambda r: HermiteShapeOverlay(np.ones(4), 8, 1.0), "ref: expected"),
         (lambda r: HermiteShapeOverlay(r, 8, 0.0), "lambda_"),
         (lambda r: HermiteShapeOverlay(r, 8, 1.0).find_best_start(np.ones(4)), "coefficients"),

@@ -559,7 +559,8 @@ TEST_F(OverlayCommand, WrongUsageIsExplained) {
   EXPECT_EQ(Finish(Start({}, "set -- \"$1\" frobnicate")), 1);
   EXPECT_EQ(err_,
             "qxhermite: 'frobnicate' is not a command: choose one of overlay, expand, grid, "
-            "atoms, fit-grid, charges fit, charges potential, charges energy\nRun qxhermite --help "
+            "atoms, fit-grid, charges fit, charges potential, charges energy, report\nRun "
+            "qxhermite --help "
             "for the options.\n");
   EXPECT_EQ(Run({"--help"}), 0);
   EXPECT_THAT(out_, testing::AllOf(HasSubstr("Examples:"), HasSubstr("Resolution Parameter."),

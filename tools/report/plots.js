@@ -66,8 +66,7 @@ function focusMark(marks, at) {
 }
 
 class Histogram {
-  /// onRange(column, low, high, last) asks for the rows with low <= value < high, or with value ==
-  /// high too for the last bar; onRange(null) for all.
+  /// onRange(inRange) asks for the rows for which inRange(row) holds; onRange(null) for all.
   constructor(place, columns, chosen, onRange) {
     this.place = place;
     this.columns = columns;
@@ -139,6 +138,8 @@ class Histogram {
   }
 }
 
+const mostPoints = 500;  // of a curve that has a button for each
+
 class Curve {
   constructor(place, {x, y}, onPick) {
     this.onPick = onPick;
@@ -167,6 +168,7 @@ class Curve {
       return `${joined ? 'L' : 'M'}${point(row).map(v => v.toFixed(1)).join(' ')}`;
     });
     svg.append(make('path', {class: `curve-${at}`, d: path.join('')}));
+    if (known.length > mostPoints) return;
     for (const row of known) {
       const [cx, cy] = point(row);
       const label = `${rowTitle(row)}: ${column.name} ${cellText(column, row)}`;

@@ -2,10 +2,11 @@
 
 const elementSymbols = ('X H He Li Be B C N O F Ne Na Mg Al Si P S Cl Ar K Ca Sc Ti V Cr Mn Fe Co ' +
     'Ni Cu Zn Ga Ge As Se Br Kr Rb Sr Y Zr Nb Mo Tc Ru Rh Pd Ag Cd In Sn Sb Te I Xe').split(' ');
-/// Other elements than carbon keep these colours in every molecule.
-const elementColors = {1: '#d8d8d8', 7: '#3f5fe0', 8: '#e03030', 9: '#4fb84f', 15: '#e08030',
+/// Other elements than carbon and hydrogen keep these colours in every molecule.
+const elementColors = {7: '#3f5fe0', 8: '#e03030', 9: '#4fb84f', 15: '#e08030',
                        16: '#d8b400', 17: '#30a830', 35: '#a03020', 53: '#8030a0'};
 const colors = {reference: '#8d97a5', row: '#e8890c', positive: '#3b7ddd', negative: '#d9483b'};
+const hydrogenColors = {reference: '#d4d8de', row: '#f5cd94'};
 
 class Scene {
   /// Throws where there is no WebGL.
@@ -48,7 +49,8 @@ class Scene {
     const model = this.models[name];
     if (!model) return;
     const color = colors[name];
-    const colorfunc = atom => elementColors[atom.number] ?? color;
+    const hydrogen = hydrogenColors[name];
+    const colorfunc = atom => atom.number === 1 ? hydrogen : elementColors[atom.number] ?? color;
     const radius = name === 'row' ? 0.13 : 0.1;
     model.setStyle({}, {stick: {radius, colorfunc}});
     model.setStyle({predicate: atom => atom.bonds.length === 0},
