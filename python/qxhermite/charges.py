@@ -1,7 +1,10 @@
 """Charge densities: `fit_charges`, `potential`, `field` and `interaction_energy`."""
 
+from __future__ import annotations
+
 import os
 from collections import namedtuple
+from typing import Any, Union
 
 import numpy as np
 
@@ -26,6 +29,10 @@ Step = namedtuple("Step", "functions density errors")
 Step.__doc__ = "A density along the path of a fit: of how many functions, and its `Errors`."
 
 
+#: What stands for a charge density.
+DensityLike = Union[HermiteChargeDensity, "ChargeFit", str, "os.PathLike[str]"]
+
+
 class ChargeFit:
     """A charge density fitted to potential and field.
 
@@ -40,10 +47,11 @@ class ChargeFit:
         self.molecule, self.title, self.source = molecule, title, source
 
     @property
-    def width(self):
+    def width(self) -> float:
+        """Of the functions, 1/angstrom."""
         return self.density.params.lambda_(0)
 
-    def write(self, path):
+    def write(self, path: str | os.PathLike[str]) -> None:
         """Writes the density to a file (.json), as `qxhermite charges fit` does."""
         write_charge_density(
             path, self.density, title=self.title, source=self.source, molecule=self.molecule
@@ -61,27 +69,27 @@ class ChargeFit:
 
 
 def fit_charges(
-    data=None,
+    data: str | os.PathLike[str] | None = None,
     *,
-    points=None,
-    potential=None,
-    field=None,
-    holdout=None,
-    mol=None,
-    sites="all",
-    degree=2,
-    functions=None,
-    width=None,
-    target_error=None,
-    method="lasso",
-    neutral=True,
-    use_potential=None,
-    use_field=None,
-    title="",
-    record=1,
-    memory=2048,
-    progress=False,
-):
+    points: Any = None,
+    potential: Any = None,
+    field: Any = None,
+    holdout: Any = None,
+    mol: molecules.MoleculeLike | None = None,
+    sites: Any = "all",
+    degree: int = 2,
+    functions: int | None = None,
+    width: float | None = None,
+    target_error: float | None = None,
+    method: str = "lasso",
+    neutral: bool = True,
+    use_potential: bool | None = None,
+    use_field: bool | None = None,
+    title: str = "",
+    record: int = 1,
+    memory: int = 2048,
+    progress: bool = False,
+) -> ChargeFit:
     """Fits a charge density to the electrostatic potential and field of a molecule: a `ChargeFit`.
 
     data: the name of a file as of `qxhermite charges fit` (.json, or .sdf with SD tags, of which
@@ -161,7 +169,7 @@ def _as_density(source):
     )
 
 
-def potential(density, points):
+def potential(density: DensityLike, points: Any) -> np.ndarray:
     """The potential of a density at points (n, 3), anywhere: (n,), kcal/mol/e.
 
     density: a HermiteChargeDensity, a ChargeFit, or the name of a file.
@@ -169,12 +177,12 @@ def potential(density, points):
     return _as_density(density).potential(points)
 
 
-def field(density, points):
+def field(density: DensityLike, points: Any) -> np.ndarray:
     """The field of a density at points (n, 3), anywhere: (n, 3), kcal/mol/e/angstrom."""
     return _as_density(density).field(points)
 
 
-def interaction_energy(a, b, transforms=None):
+def interaction_energy(a: DensityLike, b: DensityLike, transforms: Any = None) -> Any:
     """The Coulomb energy of two charge densities, kcal/mol.
 
     a, b: each a HermiteChargeDensity, a ChargeFit, or the name of a file. transforms: (4, 4) for a

@@ -1,11 +1,15 @@
 """Maps as pseudo-atoms: `grid_to_atoms`."""
 
+from __future__ import annotations
+
 import os
+from typing import Any
 
 import numpy as np
 
 from qxhermite import molecules
-from qxhermite._core import HermiteOptions, ScalarGrid, _find_atoms, read_grid
+from qxhermite._core import HermiteOptions, Molecule, ScalarGrid, _find_atoms, read_grid
+from qxhermite.progress import run_with_bar
 
 _METHODS = ("refine", "lasso", "multistart")
 _METRICS = ("cosine", "tanimoto")
@@ -20,18 +24,22 @@ class FoundAtoms:
     """
 
     def __init__(self, molecule, cosine, radius, objective, score, options):
-        self.molecule = molecule
-        self.cosine, self.radius = cosine, radius
-        self.objective, self.score, self.options = objective, score, options
+        self.molecule: Molecule = molecule
+        self.cosine: float = cosine
+        self.radius: float = radius
+        self.objective: float | None = objective
+        self.score: float | None = score
+        self.options: HermiteOptions | None = options
 
     @property
-    def coordinates(self):
+    def coordinates(self) -> np.ndarray:
+        """(n, 3), angstrom."""
         return self.molecule.coordinates[0]
 
-    def __len__(self):
+    def __len__(self) -> int:
         return self.molecule.num_atoms
 
-    def to_rdkit(self):
+    def to_rdkit(self) -> Any:
         """The atoms as an rdkit.Chem.Mol of carbons without bonds."""
         return molecules.to_rdkit(self.molecule)
 
@@ -40,25 +48,26 @@ class FoundAtoms:
 
 
 def grid_to_atoms(
-    grid,
+    grid: ScalarGrid | str | os.PathLike[str] | np.ndarray,
     *,
-    method="refine",
-    radius=1.3,
-    min_distance=0.8,
-    threshold=0.15,
-    start_distance=0.8,
-    starts=200,
-    degree=10,
-    width=None,
-    options=None,
-    value_fraction=0.2,
-    max_atoms=100,
-    metric="cosine",
-    cut=1.0,
-    blur=0.0,
-    origin=None,
-    spacing=None,
-):
+    method: str = "refine",
+    radius: float = 1.3,
+    min_distance: float = 0.8,
+    threshold: float = 0.15,
+    start_distance: float = 0.8,
+    starts: int = 200,
+    degree: int = 10,
+    width: float | None = None,
+    options: HermiteOptions | None = None,
+    value_fraction: float = 0.2,
+    max_atoms: int = 100,
+    metric: str = "cosine",
+    cut: float = 1.0,
+    blur: float = 0.0,
+    origin: Any = None,
+    spacing: float | None = None,
+    progress: bool = False,
+) -> FoundAtoms:
     """Pseudo-atoms for a map: a `FoundAtoms`, with the defaults of `qxhermite atoms`.
 
     grid: a ScalarGrid, the name of a map file, or an array (nx, ny, nz) with origin, the centre of
@@ -75,8 +84,10 @@ def grid_to_atoms(
     cut: cut off values above the one below which this share of the density lies; blur: convolve with
         a Gaussian of this standard deviation, angstrom. 0.7 and 0.3 suit core peaks.
 
-    QXHermiteError where there are no atoms to be found. The search is one call without steps, and
-    cannot be interrupted.
+    progress: show that it is going on: the search is one call without steps, and cannot be
+        interrupted.
+
+    QXHermiteError where there are no atoms to be found.
     """
     if method not in _METHODS:
         raise ValueError(f"method: must be one of {', '.join(_METHODS)}, got {method!r}")
@@ -101,8 +112,9 @@ def grid_to_atoms(
         raise TypeError(
             f"cannot make a map of {type(grid).__name__}: give a ScalarGrid, an array or a file name"
         )
-    return FoundAtoms(
-        *_find_atoms(
+
+    def search():
+        return _find_atoms(
             grid,
             name,
             cut,
@@ -118,4 +130,5 @@ def grid_to_atoms(
             max_atoms,
             metric,
         )
-    )
+
+    return FoundAtoms(*run_with_bar(progress, search, "atoms"))

@@ -238,7 +238,10 @@ def test_expansions_take_all_sources(celecoxib):
 
 def test_progress_is_shown_on_stderr(capsys):
     qxhermite.overlay(REFERENCE, DRUGS, keep=1, progress=True)
-    assert "overlay" in capsys.readouterr().err
+    qxhermite.similarity_matrix([REFERENCE], progress=True)
+    qxhermite.grid_to_atoms(os.path.join(DATA, "benzene.ccp4"), method="lasso", progress=True)
+    told = capsys.readouterr().err
+    assert all(label in told for label in ("overlay", "similarity", "atoms"))
 
 
 def test_overlays_run_side_by_side(drugs):
