@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "tools/charge_potential.h"
+#include "tools/turns.h"
 
 namespace QXTools {
 
@@ -29,7 +30,13 @@ double InteractionEnergy::At(const Motion& motion) {
   std::vector<double> rotation(9),
       translation(motion.translation.begin(), motion.translation.end());
   Eigen::Map<Eigen::Matrix<double, 3, 3, Eigen::RowMajor>>(rotation.data()) = motion.rotation;
-  return interaction_.CoulombEnergy(rotation, translation);
+  if (!IsSteep(rotation)) return interaction_.CoulombEnergy(rotation, translation);
+  QXHermiteChargeDensity turned(b_);
+  InSafeTurns(rotation, [&](const std::vector<double>& turn) { turned.Rotate(turn); });
+  QXHermiteMath::QXHermiteInteraction steep;
+  steep.SetupRef(a_);
+  steep.Setup(turned);
+  return steep.CoulombEnergy({1, 0, 0, 0, 1, 0, 0, 0, 1}, translation);
 }
 
 bool InteractionEnergy::TooClose(const Motion& motion) const {

@@ -30,7 +30,8 @@ class GroupReader {
   bool Next(MoleculeGroup& next);
   /// Records read so far, skipped ones included.
   size_t RecordsRead() const { return stream_.RecordNumber(); }
-  /// Records that could not be read, so far.
+  /// Records that could not be read, so far, and how many.
+  const std::vector<QXMolKit::QXSkippedRecord>& Skipped() const { return stream_.SkippedRecords(); }
   size_t RecordsSkipped() const { return stream_.SkippedRecords().size(); }
 
  private:

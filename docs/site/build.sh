@@ -33,3 +33,7 @@ export QX_DOXYGEN_XML=$out/doxygen/xml PYTHONPATH=$module LC_ALL=C.UTF-8
 # Debian's theme looks for this file at the root of the web server: take it along.
 cp /usr/share/javascript/normalize.css/normalize.css "$site/_static/styles"
 sed -i 's|/javascript/normalize.css/||' "$site/_static/styles/furo.css"
+# Its script is written for a bundler: put the one that it imports in front of it.
+scripts=$site/_static/scripts
+{ cat "$scripts/gumshoe-patched.js"; sed '/^import Gumshoe/d' "$scripts/furo.js"; } >"$scripts/bundle.js"
+mv "$scripts/bundle.js" "$scripts/furo.js"

@@ -9,12 +9,23 @@ Lengths are in angstrom, charges in elementary charges, energies in kcal/mol.
     >>> result.write("hits.sdf")
 """
 
-from qxhermite import molecules
+from qxhermite import molecules as molecules
 from qxhermite._core import *  # noqa: F401,F403: the classes and functions of the library
-from qxhermite._core import __version__
-from qxhermite.charges import ChargeFit, field, fit_charges, interaction_energy, potential
-from qxhermite.expansion import expand
-from qxhermite.grid_atoms import FoundAtoms, grid_to_atoms
-from qxhermite.molecules import as_molecule, from_rdkit, read_molecules, to_rdkit
-from qxhermite.overlays import Hit, OverlayResult, Skipped, overlay
-from qxhermite.similarity import similarity_matrix
+from qxhermite._core import __version__ as __version__
+from qxhermite.charges import ChargeFit as ChargeFit
+from qxhermite.charges import field as field
+from qxhermite.charges import fit_charges as fit_charges
+from qxhermite.charges import interaction_energy as interaction_energy
+from qxhermite.charges import potential as potential
+from qxhermite.expansion import expand as expand
+from qxhermite.grid_atoms import FoundAtoms as FoundAtoms
+from qxhermite.grid_atoms import grid_to_atoms as grid_to_atoms
+from qxhermite.molecules import as_molecule as as_molecule
+from qxhermite.molecules import from_rdkit as from_rdkit
+from qxhermite.molecules import read_molecules as read_molecules
+from qxhermite.molecules import to_rdkit as to_rdkit
+from qxhermite.overlays import Hit as Hit
+from qxhermite.overlays import OverlayResult as OverlayResult
+from qxhermite.overlays import Skipped as Skipped
+from qxhermite.overlays import overlay as overlay
+from qxhermite.similarity import similarity_matrix as similarity_matrix

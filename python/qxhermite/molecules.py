@@ -32,9 +32,11 @@ def is_path(source: Any) -> bool:
 def from_rdkit(mol: Any) -> Molecule:
     """A `Molecule` of an rdkit.Chem.Mol: all its conformers, bonds, charges, its name and its data.
 
-    Partial charges are those of `ComputeGasteigerCharges`, or of a file that had some. ValueError
-    for a molecule without conformers: embed it first (AllChem.EmbedMolecule).
+    Partial charges are those of `ComputeGasteigerCharges`, of a MOL2 file, or of the list under the
+    SD tag PartialCharges. Isotopes, radicals and stereochemistry are not taken over. ValueError for a molecule without conformers: embed it first (AllChem.EmbedMolecule).
     """
+    from rdkit import Chem
+
     conformers = list(mol.GetConformers())
     name = mol.GetProp("_Name") if mol.HasProp("_Name") else ""
     if not conformers:
@@ -43,8 +45,13 @@ def from_rdkit(mol: Any) -> Molecule:
             "AllChem.EmbedMolecule"
         )
     atoms = list(mol.GetAtoms())
+    kekulized = Chem.Mol(mol)  # so that files tell where the hydrogens of aromatic atoms are
+    try:
+        Chem.Kekulize(kekulized, clearAromaticFlags=True)
+    except ValueError:
+        kekulized = mol
     bonds = [
-        (bond.GetBeginAtomIdx(), bond.GetEndAtomIdx(), _order(bond)) for bond in mol.GetBonds()
+        (bond.GetBeginAtomIdx(), bond.GetEndAtomIdx(), _order(bond)) for bond in kekulized.GetBonds()
     ]
     result = Molecule(
         [atom.GetAtomicNum() for atom in atoms],
@@ -55,7 +62,7 @@ def from_rdkit(mol: Any) -> Molecule:
         formal_charges=[atom.GetFormalCharge() for atom in atoms],
         title=name,
     )
-    charges = _partial_charges(atoms)
+    charges = _partial_charges(mol, atoms)
     if charges is not None:
         result.partial_charges = charges
     data = {name: mol.GetProp(name) for name in mol.GetPropNames(includePrivate=False)}
@@ -71,7 +78,11 @@ def _order(bond):
     return order if 1 <= order <= 3 else 1
 
 
-def _partial_charges(atoms):
+def _partial_charges(mol, atoms):
+    if mol.HasProp("PartialCharges"):
+        texts = mol.GetProp("PartialCharges").split()
+        if len(texts) == len(atoms):
+            return [float(text) for text in texts]
     for name in ("_GasteigerCharge", "_TriposPartialCharge", "PartialCharge", "molFileAtomCharge"):
         if atoms and all(atom.HasProp(name) for atom in atoms):
             charges = [float(atom.GetProp(name)) for atom in atoms]
@@ -115,10 +126,15 @@ def to_rdkit(molecule: Molecule) -> Any:
     mol = editable.GetMol()
     if Chem.SanitizeMol(mol, catchErrors=True) == Chem.SanitizeFlags.SANITIZE_NONE:
         Chem.AssignStereochemistryFrom3D(mol)
-    mol.SetProp("_Name", molecule.title)
+    mol.SetProp("_Name", _as_utf8(molecule.title))
     for name, text in molecule.data.items():
-        mol.SetProp(name, text)
+        mol.SetProp(_as_utf8(name), _as_utf8(text))
     return mol
+
+
+def _as_utf8(text):
+    """The text with what is not UTF-8 replaced, as RDKit wants it."""
+    return text.encode("utf-8", "surrogateescape").decode("utf-8", "replace")
 
 
 def moved_rdkit(mol: Any, conformer: int, transform: Any) -> Any:
@@ -126,10 +142,21 @@ def moved_rdkit(mol: Any, conformer: int, transform: Any) -> Any:
     from rdkit import Chem
     from rdkit.Chem import rdMolTransforms
 
-    identifier = list(mol.GetConformers())[conformer].GetId()
-    moved = Chem.Mol(mol, False, identifier)
+    moved = Chem.Mol(mol)
+    kept = Chem.Conformer(list(moved.GetConformers())[conformer])  # identifiers need not be unique
+    moved.RemoveAllConformers()
+    moved.AddConformer(kept)
     rdMolTransforms.TransformConformer(moved.GetConformer(), np.asarray(transform, dtype=float))
     return moved
+
+
+def write_rdkit(path: str | os.PathLike[str], mols: list[Any]) -> None:
+    """Writes molecules of RDKit with their properties to an SD file."""
+    from rdkit import Chem
+
+    with Chem.SDWriter(os.fspath(path)) as writer:
+        for mol in mols:
+            writer.write(mol)
 
 
 def as_molecule(source: MoleculeLike) -> Molecule:
@@ -168,7 +195,7 @@ def read_molecules(
         molecule, as `overlay` has them; the format is that of the extension then.
     """
     if not group:
-        return _core.read_molecules(path, format)
+        return _core._read_molecules(path, format)
     if format != "auto":
         raise ValueError("format: cannot be chosen where records are grouped")
-    return [molecule for molecule, _ in MoleculeGroups(os.fspath(path))]
+    return [molecule for molecule, _ in MoleculeGroups(path)]

@@ -10,7 +10,7 @@ from collections import deque
 from collections.abc import Sequence
 from concurrent.futures import ThreadPoolExecutor
 from copy import copy
-from itertools import islice
+from itertools import chain, islice
 from typing import Any, Iterable
 
 import numpy as np
@@ -35,6 +35,9 @@ from qxhermite.progress import progress_bar
 _GRID_ENDINGS = (".ccp4", ".map", ".mrc", ".cube", ".cub")
 _CHUNK = 16  # molecules a task: some milliseconds of work
 _LEAST_HELD = 0.5
+_DEGREE, _DEGREE_OF_MAPS = 5, 8
+_COARSE_DEGREE = 4  # where there are 24 starts
+_MOST_REPORTED = 10000
 
 
 def is_grid_path(source):
@@ -104,7 +107,7 @@ class Hit:
 class Skipped:
     """What could not be laid over the reference: title, source, record, conformer, reason.
 
-    conformer: None where it was the whole molecule, or file.
+    conformer: None where it was the whole molecule, record or file.
     """
 
     def __init__(self, fit, conformer, reason):
@@ -112,9 +115,7 @@ class Skipped:
         self.source: str | int = fit.source
         self.reason: str = reason
         self.conformer: int | None = conformer
-        self.record: int | None = None
-        if fit.records:
-            self.record = fit.records[conformer or 0]
+        self.record: int | None = fit.records[conformer or 0] if fit.records else None
 
     def __repr__(self):
         place = self.source if isinstance(self.source, str) else self.title
@@ -183,18 +184,42 @@ class OverlayResult(Sequence):
 
     def write(self, path: str | os.PathLike[str]) -> None:
         """Writes the poses, best first, to a molecule file (.sdf, .mol, .pdb, .smi, .qxb)."""
-        write_molecules(os.fspath(path), [hit.molecule for hit in self._hits])
+        self._require_new(path)
+        poses = self._poses()
+        rdkit = [hit._fit.original for hit in self._hits]
+        if None not in rdkit and rdkit and str(path).lower().endswith((".sdf", ".sd")):
+            molecules.write_rdkit(path, self.to_rdkit())  # keeps all that RDKit knows
+        else:
+            write_molecules(path, poses)
 
     def report(self, path: str | os.PathLike[str], title: str | None = None) -> None:
         """Writes one HTML page to look at the hits: viewer, table and histogram; works offline.
 
-        At most 10,000 hits; for more, of the best: `result[:10000].report(path)`.
+        At most the best 10,000 hits are on it.
         """
+        if not str(path).lower().endswith((".html", ".htm")):
+            raise ValueError(f"{os.fspath(path)}: not the name of a page: name it .html")
+        self._require_new(path)
+        if len(self) > _MOST_REPORTED:
+            text = f"{len(self)} hits: the best {_MOST_REPORTED} are reported"
+            warnings.warn(text, QXHermiteWarning, 2)
+        name = title or f"Overlay on {self.reference.title or 'the reference'}"
+        poses = self[:_MOST_REPORTED]._poses()
+        write_report(path, poses, reference=self.reference, title=name, settings=self.settings)
+
+    def _poses(self):
         poses = [hit.molecule for hit in self._hits]
         if None in poses:
-            raise TypeError("maps have no atoms to show: report overlays of molecules")
-        name = title or f"Overlay on {self.reference.title or 'the reference'}"
-        write_report(path, poses, reference=self.reference, title=name, settings=self.settings)
+            raise TypeError("maps have no atoms: use their transforms")
+        return poses
+
+    def _require_new(self, path):
+        """ValueError for the name of a file that was read."""
+        read = {hit.source for hit in self._hits if isinstance(hit.source, str)}
+        read |= {self.settings["reference"]} - {None}
+        for name in read:
+            if os.path.exists(path) and os.path.exists(name) and os.path.samefile(path, name):
+                raise ValueError(f"{os.fspath(path)}: was read, and would be lost: name another")
 
     def to_dict(self) -> dict[str, list[Any]]:
         """Columns by name, for a data frame: `pandas.DataFrame(result.to_dict())`."""
@@ -248,13 +273,12 @@ def _is_single(fits):
         return True
     if molecules.is_path(fits):
         return True
-    # A pair (elements, coordinates): a list of fits has no array of three columns in second place.
+    # A pair (elements, coordinates), as opposed to a pair of fits.
     return (
         isinstance(fits, tuple)
         and len(fits) == 2
-        and isinstance(fits[1], np.ndarray)
-        and fits[1].ndim in (2, 3)
-        and fits[1].shape[-1] == 3
+        and isinstance(fits[0], (list, tuple, np.ndarray))
+        and all(isinstance(element, (str, int, np.integer)) for element in fits[0])
     )
 
 
@@ -284,11 +308,21 @@ def _fit_at_hand(source, place):
 
 
 def _fits_of_file(path, group):
-    count = 0
-    for molecule, records in MoleculeGroups(path, group=group):
-        count += 1
+    groups = MoleculeGroups(path, group=group)
+    found, told = 0, 0
+
+    def unreadable():
+        nonlocal told
+        for bad in groups.skipped[told:]:
+            told += 1
+            yield _Fit(None, path, [bad.record], problem=bad.reason)
+
+    for molecule, records in groups:
+        yield from unreadable()
+        found += 1
         yield _Fit(molecule, path, records)
-    if count == 0:
+    yield from unreadable()
+    if found + told == 0:
         yield _Fit(None, path, problem="holds no molecule: check the file")
 
 
@@ -382,12 +416,12 @@ def overlay(
     *,
     poses: int = 1,
     keep: int | None = None,
-    degree: int = 5,
+    degree: int | None = None,
     width: float | None = None,
     options: HermiteOptions | None = None,
     starts: int = 4,
     polish: int = 4,
-    coarse: int = 0,
+    coarse: int | None = None,
     tolerance: float = 1e-8,
     iterations: int = 200,
     in_place: bool = False,
@@ -411,12 +445,13 @@ def overlay(
     fits: one of these or an iterable of them; a file gives all its molecules. All conformers count.
     poses: best poses kept of each molecule, over its conformers.
     keep: best hits kept over all; None: all. It bounds memory for libraries of millions.
-    degree, width: of the expansion; width (1/angstrom) None: the best one for the reference.
+    degree, width: of the expansion; degree None: 5, or 8 where the reference or the first fit is a
+        map; width (1/angstrom) None: the best one for the reference.
     options: a HermiteOptions instead of degree and width.
     starts: 4 (half turns of the inertial frame) or 24 (any axis on any other).
     polish: so many of the best poses are carried to the optimum of the exact Tanimoto, which ranks
         then; 0: none.
-    coarse: degree of a first, coarse search; 0: none.
+    coarse: degree of a first, coarse search; 0: none; None: 4 with 24 starts, else none.
     tolerance, iterations: of the minimiser.
     in_place: start from where the fits lie instead of from inertial frames.
     charge_weight: 0: shape only; else what is maximised is shape + weight (charge + charge_offset),
@@ -435,13 +470,21 @@ def overlay(
     if keep is not None and keep < 1:
         raise ValueError("keep: must be at least 1")
     threads = num_threads(threads)
+    reference = _as_reference(ref)
+    stream = _read_fits(fits, group)
+    first = list(islice(stream, 1))
+    stream = chain(first, stream)
     if options is None:
+        things = [reference, *(fit.thing for fit in first)]
+        of_maps = any(isinstance(thing, ScalarGrid) for thing in things)
+        if degree is None:
+            degree = _DEGREE_OF_MAPS if of_maps else _DEGREE
         options = expansion_options(degree, width)
     settings = dict(
         poses=poses,
         starts=starts,
         polish=polish,
-        coarse=coarse,
+        coarse=coarse_degree(coarse, starts),
         tolerance=tolerance,
         iterations=iterations,
         in_place=in_place,
@@ -450,7 +493,6 @@ def overlay(
         charge_sigma=charge_sigma,
         cut=cut,
     )
-    reference = _as_reference(ref)
     compute = charges == "gasteiger" and charge_weight > 0
     if compute and isinstance(reference, Molecule):
         reference = with_gasteiger(reference)
@@ -458,6 +500,7 @@ def overlay(
 
     skipped: list[Skipped] = []
     poorly: list[str] = []
+    drawings: list[str] = []
 
     def usable(stream):
         for fit in stream:
@@ -481,17 +524,27 @@ def overlay(
     bar = progress_bar(progress, _count_fits(fits) if progress else None, "overlay", "conformers")
     try:
         for chunk, found in in_order(
-            searches.find, batches(usable(_read_fits(fits, group))), threads
+            searches.find, batches(usable(stream)), threads
         ):
             _collect(chunk, found, best, skipped)
             poorly += [fit.title for fit, held in zip(chunk, found["held"]) if held < _LEAST_HELD]
+            drawings += [chunk[place].title for place in found.get("drawings", ())]
             bar.update(sum(getattr(fit.thing, "num_conformers", 1) for fit in chunk))
     finally:
         bar.close()
     if skipped and not best and _is_single(fits):
         raise ValueError(repr(skipped[0]))
-    _warn(skipped, poorly)
-    return OverlayResult(reference, best.sorted(), skipped, {"degree": degree, **settings})
+    _warn(skipped, poorly, drawings)
+    name = os.fspath(ref) if molecules.is_path(ref) else None
+    settings = {"reference": name, "degree": options.npolymax, **settings}
+    return OverlayResult(reference, best.sorted(), skipped, settings)
+
+
+def coarse_degree(coarse, starts):
+    """The degree of the coarse search, as the command line chooses it where it is None."""
+    if coarse is None:
+        return _COARSE_DEGREE if starts > 4 else 0
+    return coarse
 
 
 def expansion_options(degree, width):
@@ -548,7 +601,7 @@ def _collect(chunk, found, best, skipped):
     skipped += [Skipped(chunk[fit], conformer, why) for fit, conformer, why in found["skipped"]]
 
 
-def _warn(skipped, poorly):
+def _warn(skipped, poorly, drawings):
     if skipped:
         text = f"{len(skipped)} skipped, see `skipped`; the first: {skipped[0]!r}"
         warnings.warn(text, QXHermiteWarning, 3)
@@ -556,6 +609,13 @@ def _warn(skipped, poorly):
         warnings.warn(
             f"the expansions of {len(poorly)} fits hold less than half of their density, the first: "
             f"{poorly[0]}: their scores are too high: raise degree",
+            QXHermiteWarning,
+            3,
+        )
+    if drawings:
+        warnings.warn(
+            f"{len(drawings)} fits look like drawings, all z are zero, the first: {drawings[0]}: make "
+            "3-D coordinates, unless they are flat",
             QXHermiteWarning,
             3,
         )

@@ -9,10 +9,18 @@ import numpy as np
 
 from qxhermite import molecules
 from qxhermite._core import Molecule, QXHermiteWarning, ScalarGrid, ShapeSearch
-from qxhermite.overlays import Skipped, _read_fits, expansion_options, in_order, num_threads
+from qxhermite.overlays import (
+    Skipped,
+    _read_fits,
+    coarse_degree,
+    expansion_options,
+    in_order,
+    num_threads,
+)
 from qxhermite.progress import progress_bar
 
 _NOTHING = Molecule([], np.zeros((0, 3)))
+_CARBON = Molecule([6], np.zeros((1, 3)))
 
 
 def similarity_matrix(
@@ -20,9 +28,9 @@ def similarity_matrix(
     *,
     degree: int = 5,
     starts: int = 4,
-    polish: int = 2,
-    coarse: int = 0,
-    tolerance: float = 1e-6,
+    polish: int = 4,
+    coarse: int | None = None,
+    tolerance: float = 1e-8,
     group: bool = True,
     threads: int | None = None,
     progress: bool = False,
@@ -30,8 +38,8 @@ def similarity_matrix(
     """Shape Tanimotos of all pairs of molecules, (n, n), symmetric, 1 on the diagonal.
 
     mols: an iterable of what `overlay` takes as fits, or a file name. A pair has the score of its
-    best two conformers, each conformer of the first laid over by all of the second. Rows and columns
-    of molecules that cannot be expanded are NaN.
+    best two conformers, from overlays of either on the other. Rows and columns of molecules that
+    cannot be expanded are NaN, told by a QXHermiteWarning. The settings are those of `overlay`.
 
     The work grows with the square of the number of conformers; threads: None: one a core.
     """
@@ -42,39 +50,41 @@ def similarity_matrix(
     # One without conformers stands for what cannot be used: nothing can be laid over it.
     all_mols = [fit.thing or _NOTHING for fit in fits]
     problems = [Skipped(fit, None, fit.problem) for fit in fits if fit.problem]
-    if problems:
-        text = f"{len(problems)} skipped, with rows of NaN; the first: {problems[0]!r}"
-        warnings.warn(text, QXHermiteWarning, 2)
     options = expansion_options(degree, None)
     n = len(all_mols)
+    settings = dict(
+        starts=starts, polish=polish, coarse=coarse_degree(coarse, starts), tolerance=tolerance
+    )
+    ShapeSearch(_CARBON, options, **settings)  # wrong settings are told at once
 
     def row(first):
-        """The scores of molecule `first` with itself and all after it."""
-        scores = np.full(n - first, np.nan)
-        rest = all_mols[first:]
+        """The scores of all others on molecule `first`, and what could not be used of it."""
+        scores = np.full(n, np.nan)
+        problem = None
+        others = all_mols[:first] + [_NOTHING] + all_mols[first + 1 :]
         for conformer in range(all_mols[first].num_conformers):
             try:
-                search = ShapeSearch(
-                    all_mols[first].conformer(conformer),
-                    options,
-                    starts=starts,
-                    polish=polish,
-                    coarse=coarse,
-                    tolerance=tolerance,
-                )
-            except ValueError:  # this conformer has no shape
+                search = ShapeSearch(all_mols[first].conformer(conformer), options, **settings)
+            except ValueError as error:  # this conformer has no shape
+                problem = Skipped(fits[first], conformer, str(error))
                 continue
-            scores[0] = 1.0
-            found = search.find(rest[1:])
-            np.fmax.at(scores, found["fit"] + 1, found["score"])
-        return first, scores
+            scores[first] = 1.0
+            found = search.find(others)
+            np.fmax.at(scores, found["fit"], found["score"])
+        return scores, problem
 
     matrix = np.full((n, n), np.nan)
-    bar = progress_bar(progress, n * (n + 1) // 2, "similarity", "pairs")
+    bar = progress_bar(progress, n, "similarity", "molecules")
     try:
-        for first, scores in in_order(row, range(n), threads):
-            matrix[first, first:] = matrix[first:, first] = scores
-            bar.update(n - first)
+        for first, (scores, problem) in enumerate(in_order(row, range(n), threads)):
+            matrix[first] = scores
+            if problem:
+                problems.append(problem)
+            bar.update()
     finally:
         bar.close()
+    if problems:
+        text = f"{len(problems)} skipped, which give NaN; the first: {problems[0]!r}"
+        warnings.warn(text, QXHermiteWarning, 2)
+    matrix = np.fmax(matrix, matrix.T)
     return matrix

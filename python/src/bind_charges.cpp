@@ -13,6 +13,8 @@
 #include "python/src/electrostatics.h"
 #include "python/src/multi_centre.h"
 #include "python/src/option_set.h"
+#include "tools/interaction_energy.h"
+#include "tools/turns.h"
 #include "tools/charge_potential.h"
 
 namespace QXPython {
@@ -113,39 +115,58 @@ void BindPotential(py::module_& module) {
           py::arg("points"), "At points (n, 3): (n, 3), kcal/mol/e/angstrom.");
 }
 
+/// With the densities at hand, for rotations that their Euler angles do not tell.
+struct Interaction {
+  Interaction(const QXHermiteChargeDensity& newRef, const QXHermiteChargeDensity& newFit)
+      : ref(newRef), fit(newFit) {
+    Setup();
+  }
+  void Setup() {
+    energy.SetupRef(ref);
+    energy.Setup(fit);
+  }
+  double At(const std::vector<double>& rotation, const std::vector<double>& translation) {
+    if (!QXTools::IsSteep(rotation)) return energy.CoulombEnergy(rotation, translation);
+    const QXTools::Motion motion{MatrixOf(rotation), Eigen::Vector3d::Map(translation.data())};
+    return QXTools::InteractionEnergy(ref, fit).At(motion);
+  }
+  static Eigen::Matrix3d MatrixOf(const std::vector<double>& rows) {
+    return Eigen::Map<const Eigen::Matrix<double, 3, 3, Eigen::RowMajor>>(rows.data());
+  }
+  QXHermiteChargeDensity ref, fit;
+  QXHermiteInteraction energy;
+};
+
 void BindInteraction(py::module_& module) {
-  py::class_<QXHermiteInteraction>(
+  py::class_<Interaction>(
       module, "HermiteInteraction",
       "The Coulomb energy of two charge densities, kcal/mol, in closed form; NaN where two sites\n"
       "coincide. One thread at a time.")
-      .def(py::init([](const QXHermiteChargeDensity& ref, const QXHermiteChargeDensity& fit) {
-             auto interaction = std::make_unique<QXHermiteInteraction>();
-             interaction->SetupRef(ref);
-             interaction->Setup(fit);
-             return interaction;
-           }),
-           py::arg("ref"), py::arg("fit"), "ref stays in place, fit is moved; both are copied.")
+      .def(py::init<const QXHermiteChargeDensity&, const QXHermiteChargeDensity&>(), py::arg("ref"),
+           py::arg("fit"), "ref stays in place, fit is moved; both are copied.")
       .def(
           "setup_ref",
-          [](QXHermiteInteraction& self, const QXHermiteChargeDensity& density) {
-            self.SetupRef(density);
+          [](Interaction& self, const QXHermiteChargeDensity& density) {
+            self.ref = density;
+            self.Setup();
           },
-          py::arg("density"))
+          py::arg("density"), "Another density that stays in place; it is copied.")
       .def(
           "setup",
-          [](QXHermiteInteraction& self, const QXHermiteChargeDensity& density) {
-            self.Setup(density);
+          [](Interaction& self, const QXHermiteChargeDensity& density) {
+            self.fit = density;
+            self.Setup();
           },
-          py::arg("density"))
+          py::arg("density"), "Another density that is moved; it is copied.")
       .def(
           "coulomb_energy",
-          [](QXHermiteInteraction& self, const std::optional<Array>& rotation,
+          [](Interaction& self, const std::optional<Array>& rotation,
              const std::optional<Array>& translation) {
             std::vector<double> matrix{1, 0, 0, 0, 1, 0, 0, 0, 1}, shift(3);
             if (rotation) matrix = ToRotation(*rotation);
             if (translation) shift = ToTranslation(*translation);
-            if (!rotation && !translation) return Call([&] { return self.CoulombEnergy(); });
-            return Call([&] { return self.CoulombEnergy(matrix, shift); });
+            if (!rotation && !translation) return Call([&] { return self.energy.CoulombEnergy(); });
+            return Call([&] { return self.At(matrix, shift); });
           },
           py::arg("rotation") = py::none(), py::arg("translation") = py::none(),
           "The energy with the fit turned by a (3, 3) matrix about the origin of coordinates, "

@@ -216,8 +216,11 @@ void BindRigidMotion(py::module_& module) {
       "euler_xyz",
       [](const Array& rotation) {
         std::vector<double> m = ToRotation(rotation);
-        m[2] = std::clamp(m[2], -1.0, 1.0);
-        return ToArray(EulerXYZ(m));
+        const double cosine = std::hypot(m[0], m[1]);
+        if (cosine > 1e-7) return ToArray(EulerXYZ(m));
+        // At a right angle about y only alpha + gamma or alpha - gamma is told: gamma is 0.
+        const double sign = std::copysign(1.0, m[2]);
+        return ToArray({std::atan2(sign * m[3], m[4]), std::atan2(m[2], cosine), 0.0});
       },
       py::arg("rotation"), "(alpha, beta, gamma) of a rotation Q, beta in [-pi/2, pi/2].");
   module.def(

@@ -12,6 +12,7 @@
 #include "python/src/bindings.h"
 #include "python/src/checks.h"
 #include "python/src/reports.h"
+#include "python/src/text.h"
 
 namespace QXPython {
 
@@ -238,7 +239,9 @@ void BindScalarGrid(py::module_& module) {
       .def_property_readonly("spacing", &QXScalarGrid::GetSpacing, "Angstrom.")
       .def_property_readonly("origin", &Origin, "The place of element (0, 0, 0), (3,) angstrom.")
       .def_property_readonly("mid", &Mid, "The place of the mid point, (3,) angstrom.")
-      .def_property("title", &QXScalarGrid::GetTitle, &QXScalarGrid::SetTitle)
+      .def_property(
+          "title", [](const QXScalarGrid& grid) { return FromText(grid.GetTitle()); },
+          [](QXScalarGrid& grid, const py::str& title) { grid.SetTitle(ToText(title)); })
       .def_property("molecule", &GetMolecule, &SetMolecule,
                     "The atoms of a cube file, a Molecule or None; a copy.")
       .def("interpolate", &Interpolate, py::arg("points"), py::arg("outside") = 0.0f,

@@ -120,7 +120,7 @@ void BindMoleculeFiles(py::module_& module) {
       .def("__enter__", [](py::object self) { return self; })
       .def("__exit__", [](Writer& writer, const py::args&) { writer.Close(); });
 
-  module.def("read_molecules", &ReadAll, py::arg("path"), py::arg("format") = "auto",
+  module.def("_read_molecules", &ReadAll, py::arg("path"), py::arg("format") = "auto",
              "All molecules of a file that can be read, a list; warnings tell what was skipped.");
   module.def("write_molecules", &WriteAll, py::arg("path"), py::arg("molecules"),
              py::arg("format") = "auto",

@@ -13,6 +13,7 @@
 #include "python/src/checks.h"
 #include "python/src/elements.h"
 #include "python/src/reports.h"
+#include "python/src/text.h"
 
 namespace QXPython {
 
@@ -85,7 +86,7 @@ void SetFormalCharges(QXMol& mol, const py::object& charges) {
 }
 
 QXMol MakeMolecule(const py::sequence& elements, const Array& coordinates, const py::object& bonds,
-                   const py::object& formalCharges, const std::string& title) {
+                   const py::object& formalCharges, const py::str& title) {
   const std::vector<unsigned int> numbers = AtomicNumbers(elements);
   const auto count = static_cast<py::ssize_t>(numbers.size());
   const bool many = coordinates.ndim() == 3;
@@ -111,7 +112,7 @@ QXMol MakeMolecule(const py::sequence& elements, const Array& coordinates, const
   }
   if (!bonds.is_none()) AddBonds(mol, bonds);
   if (!formalCharges.is_none()) SetFormalCharges(mol, formalCharges);
-  mol.SetTitle(title);
+  mol.SetTitle(ToText(title));
   return mol;
 }
 
@@ -170,10 +171,7 @@ py::dict GetText(QXMol& mol, std::optional<long long> conformer) {
   const QXSDText text = QXGetRecordText(mol.NumConfs() > 0 ? GetView(mol, conformer) : mol);
   py::dict data;
   for (size_t i = 0; i < text.Size(); ++i) {
-    const std::string_view value = text.Value(i);
-    // Files need not be UTF-8.
-    data[py::str(std::string(text.Tag(i)))] = py::reinterpret_steal<py::str>(PyUnicode_DecodeUTF8(
-        value.data(), static_cast<Py_ssize_t>(value.size()), "surrogateescape"));
+    data[FromText(text.Tag(i))] = FromText(text.Value(i));
   }
   return data;
 }
@@ -181,7 +179,7 @@ py::dict GetText(QXMol& mol, std::optional<long long> conformer) {
 void SetText(QXMol& mol, const py::dict& data) {
   std::vector<std::pair<std::string, std::string>> items;
   for (const auto& [tag, value] : data) {
-    items.emplace_back(tag.cast<std::string>(), py::str(value).cast<std::string>());
+    items.emplace_back(ToText(tag), ToText(value));
   }
   for (const std::string& tag : QXGetSDTags(mol)) QXDeleteSDData(mol, tag);
   ForEachConformer(mol, [](QXConfBase& conf) {
@@ -287,11 +285,8 @@ void BindMolecules(py::module_& module) {
           },
           &SetPartialCharges, "(n,) elementary charges, a copy. Can be set.")
       .def_property(
-          "title",
-          [](const QXMol& mol) {
-            return py::bytes(mol.GetTitle()).attr("decode")("utf-8", "surrogateescape");
-          },
-          &QXMol::SetTitle)
+          "title", [](const QXMol& mol) { return FromText(mol.GetTitle()); },
+          [](QXMol& mol, const py::str& title) { mol.SetTitle(ToText(title)); })
       .def_property(
           "data", [](QXMol& mol) { return GetText(mol, 0); }, &SetText,
           "The SD data of the first conformer, a dict of texts, a copy. What is set holds for all\n"
@@ -299,9 +294,9 @@ void BindMolecules(py::module_& module) {
       .def("conformer_data", &GetText, py::arg("conformer"), "The SD data of one conformer.")
       .def(
           "set_data",
-          [](QXMol& mol, const std::string& tag, const py::object& value,
+          [](QXMol& mol, const py::str& tag, const py::object& value,
              std::optional<long long> conformer) {
-            QXSetSDData(GetView(mol, conformer), tag, py::str(value));
+            QXSetSDData(GetView(mol, conformer), ToText(tag), ToText(value));
           },
           py::arg("tag"), py::arg("value"), py::arg("conformer") = py::none(),
           "Set one item of the SD data, of a conformer or of all.")

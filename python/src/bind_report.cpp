@@ -8,6 +8,7 @@
 
 #include "python/src/bindings.h"
 #include "python/src/reports.h"
+#include "python/src/text.h"
 #include "tools/report.h"
 #include "tools/report_poses.h"
 
@@ -18,7 +19,7 @@ using QXMolKit::QXMol;
 namespace {
 
 void WriteReport(const std::filesystem::path& path, const std::vector<QXMol>& poses,
-                 const py::object& reference, const std::string& title, const py::dict& settings) {
+                 const py::object& reference, const py::str& title, const py::dict& settings) {
   if (!QXTools::ReportsAreBuilt()) {
     throw py::value_error("reports were left out when the module was built");
   }
@@ -28,9 +29,9 @@ void WriteReport(const std::filesystem::path& path, const std::vector<QXMol>& po
                           "give the best " + std::to_string(QXTools::kMostReportRows));
   }
   QXTools::Report report = QXTools::ReportOfPoses(poses);
-  report.title = title;
+  report.title = ToText(title);
   for (const auto& [name, value] : settings) {
-    report.settings.emplace_back(py::str(name), py::str(value));
+    report.settings.emplace_back(ToText(name), ToText(value));
   }
   if (py::isinstance<QXCore::QXScalarGrid>(reference)) {
     report.fields.push_back({"reference", "", reference.cast<const QXCore::QXScalarGrid&>()});

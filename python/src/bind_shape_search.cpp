@@ -1,6 +1,9 @@
 #include <pybind11/stl.h>
+#include <pybind11/stl/filesystem.h>
 
 #include <algorithm>
+#include <cmath>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -92,6 +95,7 @@ py::dict ToPython(const FoundPoses& found) {
   result["transform"] =
       ToArray(std::move(transforms), {static_cast<py::ssize_t>(found.poses.size()), 4, 4});
   result["skipped"] = skipped;
+  result["drawings"] = found.drawings;
   result["held"] = ToArray(found.held);
   return result;
 }
@@ -99,8 +103,9 @@ py::dict ToPython(const FoundPoses& found) {
 /// The molecules of a file with their conformers, one after the other.
 class MoleculeGroups {
  public:
-  MoleculeGroups(const std::string& path, bool group)
-      : reader_(Call([&] { return std::make_unique<QXTools::GroupReader>(path, group); })) {}
+  MoleculeGroups(const std::filesystem::path& path, bool group)
+      : reader_(
+            Call([&] { return std::make_unique<QXTools::GroupReader>(path.string(), group); })) {}
 
   py::tuple Next() {
     QXTools::MoleculeGroup group;
@@ -108,6 +113,7 @@ class MoleculeGroups {
     return py::make_tuple(std::move(group.mol), group.records);
   }
   size_t Read() const { return reader_->RecordsRead(); }
+  std::vector<QXMolKit::QXSkippedRecord> Skipped() const { return reader_->Skipped(); }
 
  private:
   std::unique_ptr<QXTools::GroupReader> reader_;
@@ -123,14 +129,17 @@ Iterates over pairs (molecule, records): consecutive records of one title and th
 bonds are conformers of one molecule; records are their numbers in the file, from 1. With
 group=False every record is a molecule of its own. Records that cannot be read are passed over,
 each with a warning.)")
-      .def(py::init<const std::string&, bool>(), py::arg("path"), py::arg("group") = true)
+      .def(py::init<const std::filesystem::path&, bool>(), py::arg("path"), py::arg("group") = true)
       .def("__iter__", [](py::object self) { return self; })
       .def("__next__", &MoleculeGroups::Next)
+      .def_property_readonly("skipped", &MoleculeGroups::Skipped,
+                             "The records that could not be read, so far.")
       .def_property_readonly("records_read", &MoleculeGroups::Read,
                              "Records read so far, those passed over included.");
 
   module.def(
-      "count_records", [](const std::string& path) { return QXTools::CountRecords(path); },
+      "count_records",
+      [](const std::filesystem::path& path) { return QXTools::CountRecords(path.string()); },
       py::arg("path"), "How many records a file holds, by its record marks; 0 if it has none.");
 
   const auto find = [](ShapeSearch& search, const auto& fits) {
@@ -177,8 +186,8 @@ qxhermite.overlay is the convenient form. One thread at a time; searches share n
           py::arg("fits"),
           R"(The best poses of each molecule over all its conformers, as a dictionary of arrays: fit (its
 place in the list), conformer, score, tanimoto, exact_tanimoto, charge_tanimoto, transform (n, 4, 4);
-and skipped, a list of (fit, conformer, reason), and held, the share of each fit that its expansion
-holds.)")
+skipped, a list of (fit, conformer, reason); held, the share of each fit that its expansion holds;
+and drawings, the fits that look flat like drawings.)")
       .def(
           "find_grids",
           [find](ShapeSearch& search, const std::vector<const QXScalarGrid*>& fits) {

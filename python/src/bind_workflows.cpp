@@ -17,6 +17,7 @@
 #include "python/src/checks.h"
 #include "python/src/electrostatics.h"
 #include "python/src/reports.h"
+#include "python/src/text.h"
 #include "tools/atom_search.h"
 #include "tools/charge_density_file.h"
 #include "tools/charge_fit.h"
@@ -259,7 +260,7 @@ void BindChargeFit(py::module_& module) {
   py::class_<Data>(module, "_ElectrostaticData")
       .def(py::init(&MakeData))
       .def_static("read", &ReadData)
-      .def_readonly("title", &Data::title)
+      .def_property_readonly("title", [](const Data& data) { return FromText(data.title); })
       .def_readonly("molecule", &Data::mol)
       .def_property_readonly("has_potential",
                              [](const Data& self) { return !self.potential.empty(); })

@@ -11,6 +11,7 @@
 #include "python/src/arrays.h"
 #include "python/src/checks.h"
 #include "python/src/reports.h"
+#include "tools/turns.h"
 
 // What Python sees of every expansion about several sites.
 
@@ -120,7 +121,9 @@ void BindMultiCentre(py::class_<Expansion>& type) {
           [](const Expansion& self, const Array& rotation) {
             Expansion moved(self);
             const std::vector<double> matrix = ToRotation(rotation);
-            Call([&] { moved.Rotate(matrix); });
+            Call([&] {
+              QXTools::InSafeTurns(matrix, [&](const std::vector<double>& m) { moved.Rotate(m); });
+            });
             return moved;
           },
           py::arg("rotation"),

@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include "python/src/text.h"
+
 namespace QXPython {
 
 using QXCore::QXErrorLevel;
@@ -42,12 +44,12 @@ void ReportScope::Deliver() {
     if (level == QXErrorLevel::Debug) continue;
     if (level != QXErrorLevel::Warning) {
       errors += (errors.empty() ? "" : "\n") + text;
-    } else if (PyErr_WarnEx(warningClass, text.c_str(), 1) != 0) {
+    } else if (PyErr_WarnFormat(warningClass, 1, "%U", FromText(text).ptr()) != 0) {
       throw py::error_already_set();
     }
   }
   if (errors.empty()) return;
-  PyErr_SetString(errorClass, errors.c_str());
+  PyErr_SetObject(errorClass, FromText(errors).ptr());
   throw py::error_already_set();
 }
 

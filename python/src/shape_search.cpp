@@ -91,8 +91,16 @@ void ForEachConformer(const QXMol& mol, Visit&& visit) {
   }
 }
 
+/// What a text of the tool says to do, in Python.
+std::string InPython(std::string text) {
+  const std::string option = "--charges gasteiger";
+  const size_t at = text.find(option);
+  if (at != std::string::npos) text.replace(at, option.size(), "charges=\"gasteiger\"");
+  return text;
+}
+
 QXTools::Reference Checked(std::optional<QXTools::Reference> reference, const std::string& why) {
-  if (!reference) throw std::invalid_argument("reference: " + why);
+  if (!reference) throw std::invalid_argument("reference: " + InPython(why));
   return std::move(*reference);
 }
 
@@ -144,11 +152,14 @@ std::vector<ShapeSearch::Conformer> ShapeSearch::InFrame(const QXMol& fit, size_
   std::vector<Conformer> conformers;
   ForEachConformer(fit, [&](const QXConfBase& conformer, size_t place) {
     const auto skip = [&](std::string reason) {
-      found.skipped.push_back({number, place, std::move(reason)});
+      found.skipped.push_back({number, place, InPython(std::move(reason))});
     };
     QXMol moved(conformer, 1);
-    if (std::string why = WhyUnfit(moved, QXTools::HeavyAtoms(conformer)); !why.empty()) {
-      return skip(std::move(why));
+    const QXMol heavy = QXTools::HeavyAtoms(conformer);
+    if (std::string why = WhyUnfit(moved, heavy); !why.empty()) return skip(std::move(why));
+    if (QXTools::LooksLikeDrawing(heavy) &&
+        (found.drawings.empty() || found.drawings.back() != number)) {
+      found.drawings.push_back(number);
     }
     const std::optional<Frame> frame =
         arguments_.inPlace ? reference_.frame : QXTools::FindInertialFrame(conformer);
@@ -214,6 +225,10 @@ FoundPoses ShapeSearch::Find(const std::vector<const QXMol*>& fits) {
   FoundPoses found;
   for (size_t number = 0; number < fits.size(); ++number) {
     found.held.push_back(1.0);
+    if (fits[number]->NumConfs() == 0) {
+      found.skipped.push_back({number, 0, "has no atoms: give a molecule"});
+      continue;
+    }
     std::vector<Conformer> conformers = InFrame(*fits[number], number, found);
     if (conformers.empty()) continue;
     for (FoundPose& pose : charge_ ? ByShapeAndCharge(conformers) : ByShape(conformers)) {

@@ -42,6 +42,7 @@ struct FoundPoses {
   std::vector<SkippedConformer> skipped;
   /// Of each fit, the least share of a density that its expansion holds.
   std::vector<double> held;
+  std::vector<size_t> drawings;  ///< fits that look like drawings
 };
 
 /// One reference and all that is needed to lay fits over it; one thread at a time.

@@ -101,6 +101,24 @@ TRUTH = HermiteChargeDensity(MultiHermiteParameters(1, 1.3, SITES), [0.4, -0.3, 
 DATA = dict(potential=TRUTH.potential(POINTS), field=TRUTH.field(POINTS))
 
 
+def test_right_angles_turn_as_all_others_do():
+    """Where Euler angles do not tell a rotation: y onto a right angle, and by rounding beyond."""
+    a, b = density(), density(sites=SITES + [5, 1, 2], seed=3)
+    points = RANDOM.normal(size=(4, 3)) * 3 + [4, 0, 0]
+    slanted = qxhermite.axis_turns()[10].copy()
+    slanted[np.abs(slanted) == 1] *= np.nextafter(1, 2)
+    for turn_matrix in [*qxhermite.axis_turns(), slanted]:
+        turned = b.rotated(turn_matrix)
+        assert np.allclose(turned.potential(points @ turn_matrix.T), b.potential(points))
+        angles = qxhermite.euler_xyz(turn_matrix)
+        assert np.allclose(qxhermite.rot_from_euler_xyz(*angles), turn_matrix)
+        motion = transform(turn_matrix, [0.3, -7.0, 1.0])
+        there = qxhermite.interaction_energy(a, b, motion)
+        assert there == pytest.approx(qxhermite.interaction_energy(b, a, np.linalg.inv(motion)))
+        energy = HermiteInteraction(a, b).coulomb_energy(turn_matrix, [0.3, -7.0, 1.0])
+        assert there == pytest.approx(energy)
+
+
 def test_lasso_finds_the_density_that_made_the_data():
     fit = LassoChargeDensity(TRUTH.params)
     fit.prep_data(POINTS, **DATA)

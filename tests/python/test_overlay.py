@@ -65,7 +65,8 @@ def test_transforms_take_the_input_onto_the_reference(drugs, celecoxib):
 
 def test_a_moved_copy_comes_back(celecoxib):
     elements, places = celecoxib.atomic_numbers, celecoxib.coordinates[0]
-    hit = qxhermite.overlay(celecoxib, (elements, apply(TURN, places)))[0]
+    moved = apply(TURN, places)
+    hit = qxhermite.overlay(celecoxib, (list(elements), moved.tolist()))[0]
     assert hit.score == pytest.approx(1, abs=1e-6)
     assert np.allclose(apply(hit.transform @ TURN, places), places, atol=1e-2)
 
@@ -87,7 +88,7 @@ def test_the_command_line_finds_the_same(drugs, tmp_path):
     assert drugs.titles == [row[rows[0].index("title")] for row in rows[1:]]
 
 
-def test_rdkit_molecules_come_back_as_they_were():
+def test_rdkit_molecules_come_back_as_they_were(tmp_path):
     Chem = pytest.importorskip("rdkit.Chem")
     AllChem = pytest.importorskip("rdkit.Chem.AllChem")
     mol = Chem.AddHs(Chem.MolFromSmiles("C[C@H](N)c1cc[nH]c1"))
@@ -108,6 +109,15 @@ def test_rdkit_molecules_come_back_as_they_were():
     assert Chem.MolToSmiles(again) == Chem.MolToSmiles(mol)
     assert again.GetProp("pIC50") == "6.5" and again.GetNumConformers() == 3
     flat = Chem.MolFromSmiles("CCO")
+    for conformer in mol.GetConformers():
+        conformer.SetId(0)  # as AddConformer leaves them
+    for hit in qxhermite.overlay(mol, [mol], poses=3):
+        moved = hit.to_rdkit().GetConformer().GetPositions()
+        assert np.allclose(moved, hit.molecule.coordinates[0], atol=1e-4)
+    aromatic = Chem.MolFromSmiles("c1cc[nH]c1")
+    AllChem.EmbedMolecule(aromatic, randomSeed=7)
+    qxhermite.write_molecules(tmp_path / "pyrrole.sdf", [qxhermite.from_rdkit(aromatic)])
+    assert Chem.MolToSmiles(Chem.MolFromMolFile(str(tmp_path / "pyrrole.sdf"))) == "c1cc[nH]c1"
     with pytest.raises(ValueError, match="no conformer"):
         qxhermite.overlay(mol, flat)
 
@@ -158,6 +168,8 @@ def test_maps_take_part_on_either_side():
     places = np.rint((apply(hit.transform, heavy(benzene)) - grid.origin) / grid.spacing)
     values = grid.values[tuple(places.astype(int).T)]
     assert values.min() > 0.1 * grid.values.max()
+    coarser = qxhermite.overlay(path, [benzene], cut=0.7, degree=8)[0]  # that of the tool for maps
+    assert coarser.score == hit.score
     onto = qxhermite.overlay(path, [grid])[0]
     assert onto.score == pytest.approx(1, abs=1e-6) and onto.molecule is None
 
@@ -173,11 +185,11 @@ def test_what_cannot_be_used_is_told(celecoxib, tmp_path):
         fits = [str(bad), hydrogen, "missing.sdf", "missing.ccp4", ([6, 6], np.zeros((3, 3)))]
         result = qxhermite.overlay(celecoxib, fits, group=False)
     texts = [str(warning.message) for warning in told]
-    assert len(result) == 2 and len(result.skipped) == 4
-    for reason in ("no heavy atoms", "missing.sdf", "missing.ccp4", "coordinates"):
+    assert len(result) == 2 and len(result.skipped) == 5
+    for reason in ("bad.sdf:2", "no heavy atoms", "missing.sdf", "missing.ccp4", "coordinates"):
         assert any(reason in repr(one) for one in result.skipped), reason
     assert any(f"{bad}:2" in text for text in texts), texts
-    assert any("4 skipped" in text for text in texts), texts
+    assert any("5 skipped" in text for text in texts), texts
     assert all(issubclass(w.category, qxhermite.QXHermiteWarning) for w in told)
 
     wrong = [
@@ -204,22 +216,46 @@ def test_results_can_be_written_pickled_and_read(drugs, tmp_path):
     assert float(written[1].data["Exact Shape Tanimoto"]) == pytest.approx(drugs[1].score, abs=1e-6)
     again = pickle.loads(pickle.dumps(drugs[:3]))
     assert np.array_equal(again.scores, drugs[:3].scores) and again.titles == drugs.titles[:3]
+    for wrong in (REFERENCE, DRUGS):  # what was read
+        with pytest.raises(ValueError, match="would be lost"):
+            drugs.write(wrong)
+    with pytest.raises(ValueError, match=".html"):
+        drugs.report(tmp_path / "hits.sdf")
     assert "celecoxib" in repr(drugs) and drugs.to_dict()["title"] == drugs.titles
+
+
+def test_texts_need_not_be_utf8(tmp_path):
+    with open(REFERENCE, "rb") as file:
+        record = file.read().split(b"$$$$")[0]
+    for text in (b"> <IC50>\n5 \xb5M\n\n", b"> <Gr\xfc\xdfe>\n5\n\n"):
+        path = tmp_path / os.fsdecode(b"gr\xfcn.sdf")
+        path.write_bytes(b"Gr\xfcn" + record[record.index(b"\n") :] + text + b"$$$$\n")
+        result = qxhermite.overlay(path, path)
+        result.write(tmp_path / "hits.sdf")
+        result.report(tmp_path / "hits.html")
+        assert text[2:8] in (tmp_path / "hits.sdf").read_bytes()
+        assert result.to_rdkit()[0].GetProp("_Name") == "Gr\ufffdn"
 
 
 def test_similarities_are_symmetric_and_those_of_overlays(drugs):
     grouped = qxhermite.read_molecules(DRUGS, group=True)
     assert len(grouped) == 26 and sum(mol.num_conformers for mol in grouped) == 144
-    mols = grouped[:2] + qxhermite.read_molecules(DRUGS)[20:24] + [qxhermite.Molecule([1], [[0.0, 0.0, 0.0]])]
-    matrix = qxhermite.similarity_matrix(mols, threads=2, polish=4)
+    hydrogen = qxhermite.Molecule([1], [[0.0, 0.0, 0.0]])
+    mols = [*grouped[:2], *qxhermite.read_molecules(DRUGS)[20:24], hydrogen]
+    with pytest.warns(qxhermite.QXHermiteWarning, match="1 skipped.*no heavy atoms"):
+        matrix = qxhermite.similarity_matrix(mols, threads=2)
     assert matrix.shape == (7, 7) and np.array_equal(matrix, matrix.T, equal_nan=True)
     assert np.all(np.isnan(matrix[6])) and np.all(np.diag(matrix)[:6] == 1)
     for i, j in [(0, 1), (2, 5), (3, 4)]:
         scores = [
-            qxhermite.overlay(mols[i].conformer(k), [mols[j]], tolerance=1e-6).scores[0]
-            for k in range(mols[i].num_conformers)
+            qxhermite.overlay(mols[ref].conformer(k), [mols[fit]]).scores[0]
+            for ref, fit in ((i, j), (j, i))
+            for k in range(mols[ref].num_conformers)
         ]
         assert matrix[i, j] == max(scores)
+    for wrong in (dict(starts=8), dict(tolerance=-1.0), dict(threads=0)):
+        with pytest.raises(ValueError):
+            qxhermite.similarity_matrix(mols, **wrong)
 
 
 def test_expansions_take_all_sources(celecoxib):
