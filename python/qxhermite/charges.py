@@ -41,7 +41,7 @@ class ChargeFit:
     title, source: what it was fitted to.
     """
 
-    def __init__(self, steps, chosen, molecule, title, source):
+    def __init__(self, steps: Any, chosen: int, molecule: Any, title: str, source: str) -> None:
         self.steps = steps
         self.functions, self.density, self.errors = steps[chosen]
         self.molecule, self.title, self.source = molecule, title, source

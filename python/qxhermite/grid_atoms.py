@@ -23,7 +23,9 @@ class FoundAtoms:
     `options` (refine, multistart; else None); score: by the metric (lasso; else None).
     """
 
-    def __init__(self, molecule, cosine, radius, objective, score, options):
+    def __init__(
+        self, molecule: Any, cosine: Any, radius: Any, objective: Any, score: Any, options: Any
+    ) -> None:
         self.molecule: Molecule = molecule
         self.cosine: float = cosine
         self.radius: float = radius

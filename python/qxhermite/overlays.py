@@ -11,7 +11,7 @@ from collections.abc import Sequence
 from concurrent.futures import ThreadPoolExecutor
 from copy import copy
 from itertools import chain, islice
-from typing import Any, Iterable
+from typing import Any, Iterable, overload
 
 import numpy as np
 
@@ -55,7 +55,7 @@ class Hit:
     that were given onto the reference, p' = R p + t).
     """
 
-    def __init__(self, fit, row):
+    def __init__(self, fit: Any, row: Any) -> None:
         self._fit = fit
         self.title: str = fit.title
         self.source: str | int = fit.source
@@ -110,7 +110,7 @@ class Skipped:
     conformer: None where it was the whole molecule, record or file.
     """
 
-    def __init__(self, fit, conformer, reason):
+    def __init__(self, fit: Any, conformer: int | None, reason: str) -> None:
         self.title: str = fit.title
         self.source: str | int = fit.source
         self.reason: str = reason
@@ -124,21 +124,27 @@ class Skipped:
         return self.reason if self.reason.startswith(place) else f"{place}: {self.reason}"
 
 
-class OverlayResult(Sequence):
+class OverlayResult(Sequence[Hit]):
     """The hits of an overlay, best first: a sequence of `Hit`.
 
     scores, tanimotos, exact_tanimotos, charge_tanimotos: (n,) arrays; transforms: (n, 4, 4); titles:
     list. skipped: list of `Skipped`. reference: what the fits were laid over.
     """
 
-    def __init__(self, reference, hits, skipped, settings):
-        self.reference = reference
-        self.skipped = skipped
-        self.settings = settings
+    def __init__(self, reference: Any, hits: Any, skipped: Any, settings: Any) -> None:
+        self.reference: Molecule | ScalarGrid = reference
+        self.skipped: list[Skipped] = skipped
+        self.settings: dict[str, Any] = settings
         self._hits = hits
 
-    def __len__(self):
+    def __len__(self) -> int:
         return len(self._hits)
+
+    @overload
+    def __getitem__(self, index: int) -> Hit: ...
+
+    @overload
+    def __getitem__(self, index: slice) -> OverlayResult: ...
 
     def __getitem__(self, index):
         if isinstance(index, slice):

@@ -13,9 +13,9 @@
 #include "python/src/electrostatics.h"
 #include "python/src/multi_centre.h"
 #include "python/src/option_set.h"
+#include "tools/charge_potential.h"
 #include "tools/interaction_energy.h"
 #include "tools/turns.h"
-#include "tools/charge_potential.h"
 
 namespace QXPython {
 namespace {
