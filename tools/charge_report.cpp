@@ -138,7 +138,6 @@ Report ReportOfPath(const ElectrostaticPath& path, const ElectrostaticData& data
   report.allHydrogens = true;
   report.referenceName = NameOf(data.title, "Atoms");
   report.reference = WithBonds(data.mol);
-  report.fields = {PotentialOf(path.Chosen().density), ChargeOf(path.Chosen().density)};
 
   ReportColumn names{.name = "Step"}, functions{.name = "Functions", .decimals = 0};
   ReportColumn sites{.name = "Sites", .decimals = 0};
@@ -160,6 +159,11 @@ Report ReportOfPath(const ElectrostaticPath& path, const ElectrostaticData& data
     const double values[] = {step.fitted.potential, step.fitted.field, step.heldOut.potential,
                              step.heldOut.field};
     for (size_t i = 0; i < std::size(values); ++i) errors[i].numbers.push_back(values[i]);
+  }
+  report.fields = {PotentialOf(path.Chosen().density), ChargeOf(path.Chosen().density)};
+  for (ReportField& field : report.fields) {
+    field.name += fmt::format(" of step {}", report.chosen + 1);
+    field.row = report.chosen;
   }
   report.columns = {std::move(names), std::move(functions), std::move(sites), std::move(charge)};
   report.curve = ReportCurve{.x = 1, .y = {}};

@@ -11,6 +11,7 @@
 #include "hermite/frame/best_lambda.h"
 #include "host/grid/grid_file.h"
 #include "host/grid/grid_gaussian.h"
+#include "tools/turns.h"
 
 namespace QXTools {
 namespace {
@@ -189,7 +190,7 @@ QXHermiteMath::QXHermite ExpandInFrame(QXScalarGrid grid, const Frame& frame,
   QXHermiteMath::QXHermite expansion;
   expansion.Setup(grid, options);
   const std::vector<double> rotation(frame.rotation.begin(), frame.rotation.end());
-  expansion.RotateHermites(rotation);
+  InSafeTurns(rotation, [&](const std::vector<double>& turn) { expansion.RotateHermites(turn); });
   return expansion;
 }
 

@@ -25,7 +25,7 @@ using QXMolKit::QXMol;
 
 constexpr unsigned int kLargestDim = 64;
 constexpr double kLargestShort = 32767.0;
-constexpr double kMilliAngstrom = 0.001;
+constexpr double kStepsPerAngstrom = 1000.0;
 
 /// Whole numbers of 16 bits, low byte first, as base64 without padding.
 std::string Base64(const std::vector<std::int16_t>& numbers) {
@@ -47,52 +47,57 @@ std::string Base64(const std::vector<std::int16_t>& numbers) {
   return text;
 }
 
-bool IsFinite(const std::vector<double>& values) {
-  return std::all_of(values.begin(), values.end(),
-                     [](double value) { return std::isfinite(value); });
+/// Whether a picture can have all the places.
+bool AreNear(const std::vector<double>& places) {
+  constexpr double kFarthest = 1e6;  // angstrom
+  return std::all_of(places.begin(), places.end(),
+                     [](double place) { return std::fabs(place) <= kFarthest; });
+}
+
+double ToStep(double place) {
+  return std::round(place * kStepsPerAngstrom) / kStepsPerAngstrom;
+}
+
+/// The middle of the box around places, a whole number of steps along each axis.
+std::array<double, 3> MiddleOf(const std::vector<double>& places) {
+  std::array<double, 3> low = {places[0], places[1], places[2]}, high = low;
+  for (size_t i = 0; i < places.size(); ++i) {
+    low[i % 3] = std::min(low[i % 3], places[i]);
+    high[i % 3] = std::max(high[i % 3], places[i]);
+  }
+  return {ToStep((low[0] + high[0]) / 2), ToStep((low[1] + high[1]) / 2),
+          ToStep((low[2] + high[2]) / 2)};
 }
 
 /// The molecules of a report, whose structures are stored once.
 class Molecules {
  public:
-  explicit Molecules(const Report& report) {
-    Include(report.reference);
-    for (const QXMol& pose : report.poses) Include(pose);
-    for (double& value : centre_) value = std::round(value / kMilliAngstrom) * kMilliAngstrom;
-    quantum_ = std::max(kMilliAngstrom, reach_ / kLargestShort);
-  }
-
-  /// The place of its structure and its coordinates; null without atoms or for places that are not
-  /// finite.
+  /// The place of its structure, the coordinates in steps of 16 bits, and the middle from which
+  /// they go; or the coordinates as they are when one does not fit. Null without atoms, or when a
+  /// place is not finite or too far away.
   Json Add(const QXMol& mol) {
     const std::vector<double> places = Coordinates(mol);
-    if (places.empty() || !IsFinite(places)) return nullptr;
-    std::vector<std::int16_t> steps(places.size());
-    for (size_t i = 0; i < places.size(); ++i) {
-      steps[i] = static_cast<std::int16_t>(std::lround((places[i] - centre_[i % 3]) / quantum_));
-    }
+    if (places.empty() || !AreNear(places)) return nullptr;
     Json structure = Structure(mol);
     const auto [known, isNew] = known_.try_emplace(structure.dump(), structures_.size());
     if (isNew) structures_.push_back(std::move(structure));
-    return {known->second, Base64(steps)};
+    const std::array<double, 3> middle = MiddleOf(places);
+    std::vector<std::int16_t> steps;
+    for (size_t i = 0; i < places.size(); ++i) {
+      const double step = std::round((places[i] - middle[i % 3]) * kStepsPerAngstrom);
+      if (std::fabs(step) <= kLargestShort) steps.push_back(static_cast<std::int16_t>(step));
+    }
+    if (steps.size() == places.size()) {
+      return {known->second, Base64(steps), middle[0], middle[1], middle[2]};
+    }
+    Json plain = Json::array();
+    for (const double place : places) plain.push_back(ToStep(place));
+    return Json::array({known->second, std::move(plain)});
   }
 
   const Json& Structures() const { return structures_; }
-  double Quantum() const { return quantum_; }
-  const std::array<double, 3>& Centre() const { return centre_; }
 
  private:
-  /// The first molecule gives the centre, about which all others lie within reach.
-  void Include(const QXMol& mol) {
-    const std::vector<double> places = Coordinates(mol);
-    if (places.empty() || !IsFinite(places)) return;
-    if (!hasCentre_) centre_ = CentreOf(mol);
-    hasCentre_ = true;
-    for (size_t i = 0; i < places.size(); ++i) {
-      reach_ = std::max(reach_, std::fabs(places[i] - centre_[i % 3]) + kMilliAngstrom);
-    }
-  }
-
   static Json Structure(const QXMol& mol) {
     Json elements = Json::array(), bonds = Json::array();
     for (unsigned int i = 0; i < mol.NumAtoms(); ++i)
@@ -106,10 +111,6 @@ class Molecules {
     return {{"elements", std::move(elements)}, {"bonds", std::move(bonds)}};
   }
 
-  bool hasCentre_ = false;
-  std::array<double, 3> centre_{};
-  double reach_ = 0.0;
-  double quantum_ = kMilliAngstrom;
   Json structures_ = Json::array();
   std::map<std::string, size_t> known_;
 };
@@ -182,6 +183,7 @@ Json FieldJson(const ReportField& field) {
   return {{"name", field.name},
           {"unit", field.unit},
           {"bothSigns", field.bothSigns},
+          {"row", field.row ? Json(*field.row) : Json(nullptr)},
           {"level", field.level > 0.0 ? field.level : UsualLevel(grid)},
           {"size", {grid.GetXDim(), grid.GetYDim(), grid.GetZDim()}},
           {"origin", QXCore::QXGridOrigin(grid)},
@@ -231,7 +233,7 @@ size_t Report::NumRows() const {
 }
 
 std::string ReportJson(const Report& report) {
-  Molecules molecules(report);
+  Molecules molecules;
   Json json = {{"generator", "QXHermite " QX_VERSION},
                {"title", report.title},
                {"settings", Json::array()},
@@ -245,12 +247,13 @@ std::string ReportJson(const Report& report) {
   for (const auto& [name, value] : report.settings) {
     json["settings"].push_back(Json::array({name, value}));
   }
+  for (const auto& [name, value] : report.remarks) {
+    json["settings"].push_back(Json::array({name, value}));
+  }
   for (const ReportField& field : report.fields) json["fields"].push_back(FieldJson(field));
   for (const ReportColumn& column : report.columns) json["columns"].push_back(ColumnJson(column));
   for (const QXMol& pose : report.poses) json["poses"].push_back(molecules.Add(pose));
   json["structures"] = molecules.Structures();
-  json["quantum"] = molecules.Quantum();
-  json["centre"] = molecules.Centre();
   json["chosen"] = report.chosen;
   json["allHydrogens"] = report.allHydrogens;
   json["turn"] = FirstTurn(report);

@@ -31,6 +31,7 @@ struct ReportField {
   QXCore::QXScalarGrid grid{};
   double level = 0.0;      ///< of the surface at first; not positive: one that holds most of it
   bool bothSigns = false;  ///< shows the surface at minus the level too
+  std::optional<size_t> row{};  ///< the only row that it belongs to; by default it is of all rows
 };
 
 /// A curve of some columns over another one, by their places; it stands in place of the histogram.
@@ -44,6 +45,7 @@ struct ReportCurve {
 struct Report {
   std::string title;
   std::vector<std::pair<std::string, std::string>> settings;  ///< names and values for the footer
+  std::vector<std::pair<std::string, std::string>> remarks;   ///< what is left out, below those
   std::string rowName = "hit";                                ///< what a row is, in the singular
   std::string referenceName = "Reference";
   QXMolKit::QXMol reference;  ///< always shown; no atoms: none
@@ -66,9 +68,10 @@ inline constexpr size_t kMostReportRows = 10000;
 /// False when the page for reports was left out of this build.
 bool ReportsAreBuilt();
 
-/// The contents of the report as JSON in one line, in which no '<' occurs: places are whole
-/// multiples of a small length about a centre, equal structures are stored once, fields are reduced
-/// to at most 64 elements an axis, and bytes that are not UTF-8 are replaced.
+/// The contents of the report as JSON in one line, in which no '<' occurs: places are kept
+/// to 0.001 angstrom, equal structures are stored once, fields are reduced to at most 64 elements
+/// an axis, and bytes that are not UTF-8 are replaced. A molecule with a place that is not finite,
+/// or more than 0.1 mm from the origin, has no picture.
 std::string ReportJson(const Report& report);
 
 /// Writes the page. Reports must be built. Failures show in the state of the stream.

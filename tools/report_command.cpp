@@ -112,7 +112,9 @@ ExitStatus ReportCommand::Run() {
     return kNothingDone;
   }
   if (WasInterrupted(console) || !out.Commit()) return kNothingDone;
-  std::fputs(fmt::format("{}: {} molecules\n", output_, report.poses.size()).c_str(), stdout);
+  const size_t count = report.poses.size();
+  std::fputs(fmt::format("{}: {} molecule{}\n", output_, count, count == 1 ? "" : "s").c_str(),
+             stdout);
   return stream.SkippedRecords().empty() ? kAllWell : kSomeSkipped;
 }
 

@@ -30,34 +30,67 @@ constexpr size_t kMostColumns = 40;
 /// The values of one tag, as long as they are numbers.
 struct Numbers {
   bool areNumbers = true;
-  std::optional<int> decimals = 0;  ///< the most that a value has; none where one has an exponent
-  std::vector<double> values;       ///< up to the last molecule that has one
+  bool areNames = false;       ///< digits that a number would not keep
+  int decimals = 0;            ///< the most that a value has
+  bool needsDigits = false;    ///< decimals tell too little
+  std::vector<double> values;  ///< up to the last molecule that has one
 };
 
-/// One finite number, blanks around it aside.
-std::optional<double> Parse(std::string_view text) {
-  constexpr std::string_view kBlanks = " \t\r\n";
+constexpr std::string_view kBlanks = " \t\r\n";
+
+std::string_view Trimmed(std::string_view text) {
   text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
-  text = text.substr(0, text.find_last_not_of(kBlanks) + 1);
+  return text.substr(0, text.find_last_not_of(kBlanks) + 1);
+}
+
+/// Its place among the scores of overlays, or behind them.
+ptrdiff_t ScorePlace(const std::string& tag) {
+  return std::find(std::begin(kScores), std::end(kScores), tag) - std::begin(kScores);
+}
+
+bool IsScore(const std::string& tag) {
+  return ScorePlace(tag) < std::ssize(kScores);
+}
+
+/// One finite number.
+std::optional<double> Parse(std::string_view text) {
   double value = 0.0;
   const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
   const bool whole = result.ec == std::errc() && result.ptr == text.data() + text.size();
   return whole && std::isfinite(value) ? std::optional(value) : std::nullopt;
 }
 
-void Note(Numbers& numbers, size_t row, std::string_view text) {
-  if (text.find_first_not_of(" \t\r\n") == std::string_view::npos) return;
+/// Whether a number is written in digits alone that it would not keep: too many, or a zero first.
+bool IsName(std::string_view text, double value) {
+  constexpr double kLargestWhole = 9007199254740992.0;  // 2^53
+  if (text.find_first_not_of("-0123456789") != std::string_view::npos) return false;
+  return std::fabs(value) > kLargestWhole || (text.size() > 1 && text[0] == '0');
+}
+
+/// A score that is no finite number is one that is missing.
+void Note(Numbers& numbers, size_t row, std::string_view text, bool isScore) {
+  text = Trimmed(text);
   const std::optional<double> value = Parse(text);
+  if (text.empty() || (isScore && !value)) return;
   numbers.areNumbers &= value.has_value();
   if (!numbers.areNumbers) return;
-  if (text.find_first_of("eE") != std::string_view::npos) numbers.decimals.reset();
-  if (const size_t point = text.find('.'); numbers.decimals && point != std::string_view::npos) {
-    const size_t end = text.find_last_of("0123456789");
-    const int given = end > point ? static_cast<int>(end - point) : 0;
-    numbers.decimals = std::min(kMostDecimals, std::max(*numbers.decimals, given));
-  }
+  constexpr double kSmall = 1e-3;  // of which the most decimals show few digits
+  const size_t point = text.find('.');
+  const int given = point == std::string_view::npos ? 0 : static_cast<int>(text.size() - point - 1);
+  numbers.decimals = std::min(kMostDecimals, std::max(numbers.decimals, given));
+  numbers.needsDigits |= text.find_first_of("eE") != std::string_view::npos ||
+                         (given > kMostDecimals && *value != 0.0 && std::fabs(*value) < kSmall);
+  numbers.areNames |= IsName(text, *value);
   numbers.values.resize(row + 1, std::numeric_limits<double>::quiet_NaN());
   numbers.values[row] = *value;
+}
+
+std::vector<std::string> TextsOf(const std::vector<QXMol>& poses, const std::string& tag) {
+  std::vector<std::string> texts;
+  for (const QXMol& pose : poses) {
+    texts.emplace_back(Trimmed(QXMolKit::QXGetSDData(pose, tag)));
+  }
+  return texts;
 }
 
 /// By tag, and the tags in the order in which they occur.
@@ -70,13 +103,15 @@ std::pair<std::map<std::string, Numbers>, std::vector<std::string>> ReadNumbers(
     for (size_t i = 0; i < text.Size(); ++i) {
       const auto [at, isNew] = found.try_emplace(std::string(text.Tag(i)));
       if (isNew) order.push_back(at->first);
-      Note(at->second, row, text.Value(i));
+      Note(at->second, row, text.Value(i), IsScore(at->first));
     }
   }
   return {std::move(found), std::move(order)};
 }
 
-bool Falls(const std::vector<double>& values) {
+/// From the largest down, missing ones aside.
+bool Falls(std::vector<double> values) {
+  std::erase_if(values, [](double value) { return std::isnan(value); });
   return std::is_sorted(values.begin(), values.end(), std::greater<>());
 }
 
@@ -90,27 +125,34 @@ Report ReportOfPoses(std::vector<QXMol> poses) {
   report.columns.push_back(std::move(titles));
 
   auto [found, order] = ReadNumbers(poses);
-  const auto place = [](const std::string& tag) {
-    return std::find(std::begin(kScores), std::end(kScores), tag) - std::begin(kScores);
-  };
-  std::stable_sort(order.begin(), order.end(),
-                   [&](const std::string& a, const std::string& b) { return place(a) < place(b); });
+  std::erase_if(order, [&found](const std::string& tag) {
+    return !found.at(tag).areNumbers || found.at(tag).values.empty();
+  });
+  std::stable_sort(order.begin(), order.end(), [](const std::string& a, const std::string& b) {
+    return ScorePlace(a) < ScorePlace(b);
+  });
+  if (order.size() > kMostColumns) {
+    report.remarks.emplace_back(
+        "Columns left out", fmt::format("{}: the first {} of {} tags that are numbers are shown",
+                                        order.size() - kMostColumns, kMostColumns, order.size()));
+    order.resize(kMostColumns);
+  }
   for (const std::string& tag : order) {
     Numbers& numbers = found.at(tag);
-    if (!numbers.areNumbers || numbers.values.empty() || report.columns.size() > kMostColumns) {
+    ReportColumn& column = report.columns.emplace_back(ReportColumn{.name = tag});
+    if (numbers.areNames && !IsScore(tag)) {
+      column.texts = TextsOf(poses, tag);
       continue;
     }
-    const bool isScore = place(tag) < std::ssize(kScores);
     numbers.values.resize(poses.size(), std::numeric_limits<double>::quiet_NaN());
-    if (isScore && (!report.score ||
-                    (!Falls(report.columns[*report.score].numbers) && Falls(numbers.values)))) {
-      report.score = report.columns.size();
+    column.numbers = std::move(numbers.values);
+    if (!numbers.needsDigits) column.decimals = numbers.decimals;
+    if (!IsScore(tag)) continue;
+    column.decimals = kScoreDecimals;
+    if (tag != kComboText && tag != kChargeText) column.unit = "0 to 1";
+    if (!report.score || (!Falls(report.columns[*report.score].numbers) && Falls(column.numbers))) {
+      report.score = report.columns.size() - 1;
     }
-    const bool isTanimoto = isScore && tag != kComboText && tag != kChargeText;
-    report.columns.push_back({.name = tag,
-                              .unit = isTanimoto ? "0 to 1" : "",
-                              .decimals = isScore ? kScoreDecimals : numbers.decimals,
-                              .numbers = std::move(numbers.values)});
   }
   report.poses = std::move(poses);
   return report;

@@ -12,10 +12,11 @@
 namespace QXTools {
 
 /// A report with a row for each of the molecules, of at most kMostReportRows, in their order. The
-/// columns are the title, and the SD data that are numbers wherever they occur, 40 of them at most:
-/// first the scores that overlays write, then the others in the order of the first molecule that
-/// has them. The score is the first one by which the molecules are in falling order, or else the
-/// first one there is.
+/// columns are the title, and the SD data that are numbers wherever they occur, 40 of them at most,
+/// which a remark tells: first the scores that overlays write, where they are numbers, then the
+/// others in the order of the first molecule that has them. Whole numbers of more digits than a
+/// double holds, or with a zero in front, are texts. The score is the first one by which the
+/// molecules are in falling order, or else the first one there is.
 Report ReportOfPoses(std::vector<QXMolKit::QXMol> poses);
 
 /// The same of hits, which come with their places of origin.

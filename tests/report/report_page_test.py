@@ -241,6 +241,37 @@ class ReportPage(unittest.TestCase):
         self.assertEqual(self.column(1), [HOSTILE])
         self.assertEqual(self.all("img"), [])
 
+    def test_numbers_of_any_size(self):
+        """Every column of two values is counted in bars that have numbers for their ends."""
+        columns = {"Close": ("0.3", "0.30000000000000004"), "Wide": ("-1.7e308", "1.7e308"),
+                   "Tiny": ("0.0000001", "0.0000002"), "Same": ("7", "7"), "Denormal": ("5e-324", "1e-323"),
+                   "Whole": ("9007199254740991", "9007199254740992"), "Zero": ("0", "0.5"),
+                   "Ids": ("1234567890123", "1234567890223"), "Far": ("1e-300", "1e300")}
+        text = (DATA / "reference.sdf").read_text().split("$$$$")[0]
+        (self.path / "numbers.sdf").write_text("".join(
+            text + "".join(f"> <{name}>\n{values[row]}\n\n" for name, values in columns.items()) + "$$$$\n"
+            for row in (0, 1)))
+        self.run_tool("report", "numbers.sdf", "--out", "numbers.html")
+        self.open("numbers.html")
+        select = self.one("#plot-column")
+        for name, (low, high) in columns.items():
+            next(o for o in select.find_elements(By.TAG_NAME, "option") if o.text == name).click()
+            bars = self.all("#plot .bar")
+            labels = [bar.get_attribute("aria-label").replace(":", "").split() for bar in bars]
+            counts = [int(label[-2]) for label in labels]
+            one = name in ("Close", "Same", "Whole")
+            self.assertEqual(counts, [2] if one else [1] + [0] * (len(bars) - 2) + [1], name)
+            self.assertEqual([float(labels[0][0]), float(labels[-1][-3])], [float(low), float(high)], name)
+            for rect in self.all("#plot .bar rect"):
+                self.assertGreater(float(rect.get_attribute("width")), 0, name)
+            ticks = [t.text for t in self.all("#plot svg text.middle:not(.name)")]
+            self.assertTrue(1 <= len(ticks) <= 10 and len(set(ticks)) == len(ticks), (name, ticks))
+            slack = 1e-9 * float(high) - 1e-9 * float(low)
+            for tick in map(float, ticks):
+                self.assertTrue(float(low) - slack <= tick <= float(high) + slack, (name, ticks))
+        self.one("#filter").send_keys("2e-7")
+        self.assertEqual(self.column(0), ["2"])
+
     def test_ten_thousand_rows(self):
         self.overlay()
         text = (self.path / "hits.sdf").read_text()
@@ -264,6 +295,17 @@ class ReportPage(unittest.TestCase):
         self.assertGreater(self.changed(before), 0.05)
         red, blue = picture[:, 0] - picture[:, 2] > 12, picture[:, 2] - picture[:, 0] > 12
         self.assertGreater(min(red.mean(), blue.mean()), 0.01)
+        chosen = self.chosen().split(",")[0]  # the only step that the surface belongs to
+        potential = self.button(f"Potential of {chosen}")
+        self.one("[role=grid]").send_keys(Keys.HOME)
+        self.assertNotIn(chosen, self.chosen())
+        self.assertFalse(potential.is_enabled())
+        self.assertEqual(self.one("#surfaces output").text, f"only for {chosen}")
+        self.assertLess(np.mean(self.picture()[:, 0] > self.picture()[:, 2] + 12), red.mean() / 4)
+        self.one("[role=grid]").send_keys(Keys.END)
+        self.assertIn("chosen", self.chosen())
+        self.assertTrue(potential.is_enabled())
+        self.assertLess(np.abs(self.picture() - picture).mean(), 0.01)
         self.run_tool("charges", "energy", "water.json", "water.json", "--scan", "z:3:8:0.5", "--report", "scan.html")
         self.open("scan.html")
         points = self.all("#plot circle")

@@ -52,27 +52,38 @@ std::vector<int> Decode(const std::string& text) {
   return numbers;
 }
 
-TEST(Report, HoldsPlacesToHalfAStep) {
+/// The coordinates of a molecule of a page.
+std::vector<double> PlacesOf(const json& encoded) {
+  if (encoded[1].is_array()) return encoded[1];
+  std::vector<double> places;
+  for (const int step : Decode(encoded[1])) {
+    const double middle = encoded[2 + places.size() % 3];
+    places.push_back(middle + 0.001 * step);
+  }
+  return places;
+}
+
+TEST(Report, HoldsPlacesToHalfAStepHoweverFarOthersAre) {
   Report report;
-  report.reference = Chain("", {100.25, -3.0, 7.0, 101.5, -3.0, 7.125});
-  for (const double reach : {1.0, 25.0, 90.0}) {
-    report.poses = {Chain("", {101.0 - reach, 1.0, 2.0, 101.0, -2.0 + reach, 3.0625}),
-                    Chain("", {1.0, 2.0, std::numeric_limits<double>::quiet_NaN()}), QXMol()};
+  report.reference = Chain("", {100.25, -3.0, 7.0, 101.5, -3.0, 7.12549});
+  const QXMol near = Chain("", {101.00049, 1.0, 2.0, 101.0, -2.0, 3.0625});
+  for (const double reach : {1.0, 65.533, 65.535, 9999.0, 9e5}) {
+    const QXMol far = Chain("", {101.0 - reach, 1.0, 2.0, 101.0, -2.00049, 3.0625});
+    report.poses = {far, near, Chain("", {1.0, 2.0, std::numeric_limits<double>::quiet_NaN()}),
+                    QXMol(), Chain("", {1e300, 0.0, 0.0})};
     const json page = json::parse(ReportJson(report));
-    EXPECT_EQ(page["structures"].size(), 1u);  // that of both
+    EXPECT_EQ(page["structures"].size(), 1u);  // that of all
     EXPECT_EQ(page["structures"][0], json::parse(R"({"elements":[8,6],"bonds":[0,1,2]})"));
-    EXPECT_TRUE(page["poses"][1].is_null() && page["poses"][2].is_null());
-    const double quantum = page["quantum"];
-    EXPECT_NEAR(quantum, reach < 30.0 ? 0.001 : reach / 32767.0, 0.001 * reach / 32767.0 + 1e-4);
-    for (const auto& [mol, encoded] :
-         {std::pair{&report.reference, page["reference"]}, {&report.poses[0], page["poses"][0]}}) {
-      const std::vector<double> wanted = Coordinates(*mol);
-      const std::vector<int> steps = Decode(encoded[1]);
-      ASSERT_EQ(steps.size(), wanted.size());
-      for (size_t i = 0; i < wanted.size(); ++i) {
-        const double centre = page["centre"][i % 3];
-        EXPECT_NEAR(centre + quantum * steps[i], wanted[i], 0.501 * quantum);
-      }
+    for (const size_t lost : {2u, 3u, 4u}) EXPECT_TRUE(page["poses"][lost].is_null());
+    EXPECT_TRUE(page["poses"][1][1].is_string());  // 16 bits a coordinate
+    EXPECT_EQ(page["poses"][0][1].is_string(), reach < 65.534);
+    const std::pair<const QXMol*, json> shown[] = {{&report.reference, page["reference"]},
+                                                   {&far, page["poses"][0]},
+                                                   {&near, page["poses"][1]}};
+    for (const auto& [mol, encoded] : shown) {
+      const std::vector<double> wanted = Coordinates(*mol), places = PlacesOf(encoded);
+      ASSERT_EQ(places.size(), wanted.size());
+      for (size_t i = 0; i < wanted.size(); ++i) EXPECT_NEAR(places[i], wanted[i], 0.000501);
     }
   }
 }
@@ -134,21 +145,39 @@ TEST(Report, NumbersAmongTheSDDataBecomeColumns) {
   set(0, "Name", "x");
   set(1, "Mixed", "3");
   set(2, "Mixed", "3 of 4");
-  set(2, "Small", "1e-7");
+  set(0, "Small", "1e-7");
+  set(0, "Smaller", "0.0000001");
+  set(1, "Smaller", "0.0000002");
+  set(0, "Long", "0.12345678");
+  set(0, "Id", " 123456789012345678 ");
+  set(0, "Code", "0042");
   for (size_t row = 0; row < 3; ++row) {
     set(row, kShapeText, std::to_string(0.9 - 0.1 * static_cast<double>(row)));
     set(row, kExactText, row == 1 ? "0.1" : "0.5");
+    set(row, kChargeText, row == 1 ? "nan" : "-0.5");
+    for (int i = 0; i < 40; ++i) set(row, "x" + std::to_string(i), "1");
   }
   const Report report = ReportOfPoses(poses);
   std::vector<std::string> names;
   for (const ReportColumn& column : report.columns) names.push_back(column.name);
-  EXPECT_THAT(names, ElementsAre("Title", kExactText, kShapeText, "logP", "Small"));
+  ASSERT_EQ(names.size(), 41u);
+  names.resize(10);
+  EXPECT_THAT(names, ElementsAre("Title", kExactText, kShapeText, kChargeText, "logP", "Small",
+                                 "Smaller", "Long", "Id", "Code"));
+  EXPECT_EQ(json::parse(ReportJson(report))["settings"].back(),
+            json({"Columns left out", "9: the first 40 of 49 tags that are numbers are shown"}));
   EXPECT_EQ(report.score, 2u);  // by which they fall
   EXPECT_THAT(report.columns[0].texts, ElementsAre("a", "b", "c"));
-  EXPECT_EQ(report.columns[3].numbers[0], 1.25);
-  EXPECT_TRUE(std::isnan(report.columns[3].numbers[2]));
-  EXPECT_EQ(report.columns[3].decimals, 2);
-  EXPECT_EQ(report.columns[4].decimals, std::nullopt);
+  EXPECT_TRUE(std::isnan(report.columns[3].numbers[1]));
+  EXPECT_EQ(report.columns[3].numbers[2], -0.5);
+  EXPECT_EQ(report.columns[4].numbers[0], 1.25);
+  EXPECT_TRUE(std::isnan(report.columns[4].numbers[2]));
+  EXPECT_EQ(report.columns[4].decimals, 2);
+  EXPECT_EQ(report.columns[5].decimals, std::nullopt);
+  EXPECT_EQ(report.columns[6].decimals, std::nullopt);
+  EXPECT_EQ(report.columns[7].decimals, 6);
+  EXPECT_THAT(report.columns[8].texts, ElementsAre("123456789012345678", "", ""));
+  EXPECT_THAT(report.columns[9].texts, ElementsAre("0042", "", ""));
 }
 
 using ReportCommand = ToolTest;

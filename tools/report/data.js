@@ -15,9 +15,9 @@ function decodeShorts(text) {
 /// {elements, bonds: [begin, end, order, ...], places: [x, y, z, ...] in angstrom}, or null.
 function decodeMolecule(pose) {
   if (!pose) return null;
-  const [structure, text] = pose;
-  const places = Float64Array.from(decodeShorts(text),
-      (step, i) => report.centre[i % 3] + report.quantum * step);
+  const [structure, packed, ...middle] = pose;
+  const places = typeof packed === 'string'
+      ? Float64Array.from(decodeShorts(packed), (step, i) => middle[i % 3] + 0.001 * step) : packed;
   return {...report.structures[structure], places};
 }
 
@@ -30,9 +30,16 @@ function decodeField(field) {
 const rowCount = report.rows;
 const isNumeric = column => column.numbers !== undefined;
 
+/// With so many significant digits, less the zeros at their end.
+function shortText(number, digits) {
+  const rounded = Number(number.toPrecision(digits));
+  if (!Number.isFinite(rounded)) return String(number);
+  return rounded !== 0 && Math.abs(rounded) < 1e-4 ? rounded.toExponential() : String(rounded);
+}
+
 function numberText(number, decimals) {
   if (number === null) return '';
-  return decimals === null ? String(Number(number.toPrecision(6))) : number.toFixed(decimals);
+  return decimals === null ? shortText(number, 6) : number.toFixed(decimals);
 }
 
 function cellText(column, row) {

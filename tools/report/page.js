@@ -15,7 +15,7 @@ class Page {
     this.makePlot();
     byId('filter').addEventListener('input', () => this.applyFilter());
     byId('clear').addEventListener('click', () => this.clearFilter());
-    this.searched = report.columns.filter(column => !isNumeric(column));
+    this.texts = [];  // of the rows, for the filter
     this.applyFilter();
     if (rowCount > 0) this.table.pick(report.chosen);
     // The table need not wait for the picture.
@@ -81,7 +81,7 @@ class Page {
   }
 
   surfaceList() {
-    const levels = {largest: 4, level: 1, unit: ''};
+    const levels = {largest: 4, level: 1, unit: '', row: null};
     const list = [];
     if (this.reference?.bonds.length > 0 && this.fields.length === 0) {
       list.push({name: `${report.referenceName} density`, key: 'reference-density', ...levels,
@@ -94,7 +94,7 @@ class Page {
     this.fields.forEach((field, at) => list.push({
       name: field.name, key: `field-${at}`, level: field.level, unit: field.unit,
       largest: field.values.reduce((a, b) => Math.max(a, Math.abs(b)), 0),
-      color: colors.positive, bothSigns: field.bothSigns, field: () => field}));
+      color: colors.positive, bothSigns: field.bothSigns, row: field.row, field: () => field}));
     return list;
   }
 
@@ -108,27 +108,38 @@ class Page {
     const read = () => {
       surface.level = lowest * 1000 ** (slider.value / 200);
       const text = `${surface.bothSigns ? '\u00b1' : ''}${Number(surface.level.toPrecision(3))}`;
-      value.textContent = `${text} ${surface.unit}`.trim();
-      slider.setAttribute('aria-valuetext', value.textContent);
+      const level = `${text} ${surface.unit}`.trim();
+      value.textContent = surface.isAway ? `only for ${report.rowName} ${surface.row + 1}` : level;
+      slider.setAttribute('aria-valuetext', level);
     };
     const button = toggleButton(surface.name, surface.color, false, shown => {
       surface.shown = shown;
-      slider.disabled = !shown;
-      this.drawSurface(surface);
+      surface.update();
     });
+    surface.update = () => {
+      surface.isAway = this.isOfAnother(surface);
+      button.disabled = surface.isAway;
+      slider.disabled = surface.isAway || !surface.shown;
+      read();
+      this.drawSurface(surface);
+    };
     slider.addEventListener('input', () => {
       read();
       cancelAnimationFrame(surface.waiting);
       surface.waiting = requestAnimationFrame(() => this.drawSurface(surface));
     });
-    read();
+    surface.update();
     // A grid is what a grid stands for; a molecule has its atoms.
     if (!this.reference && surface.key === 'field-0') button.click();
     byId('surfaces').append(make('div', {class: 'surface'}, button, slider, value));
   }
 
-  drawSurface({key, shown, field, level, color, bothSigns}) {
-    const density = shown ? field() : null;
+  isOfAnother({row}) {
+    return row !== null && row !== this.table.chosen;
+  }
+
+  drawSurface({key, shown, isAway, field, level, color, bothSigns}) {
+    const density = shown && !isAway ? field() : null;
     const list = [];
     if (density) {
       list.push({surface: isosurface(density, level), color});
@@ -153,11 +164,16 @@ class Page {
     });
   }
 
-  /// The rows with the text in any column of texts and in the range of the bar that is pressed.
+  /// What the cells of a row show, in small letters.
+  textOf(row) {
+    return this.texts[row] ??= report.columns.map(column => cellText(column, row)).join('\n')
+        .toLowerCase();
+  }
+
+  /// The rows with the text in any cell and in the range of the bar that is pressed.
   applyFilter() {
     const text = byId('filter').value.trim().toLowerCase();
-    const hasText = row => text === '' ||
-        this.searched.some(column => cellText(column, row).toLowerCase().includes(text));
+    const hasText = row => text === '' || this.textOf(row).includes(text);
     const rows = [];
     for (let row = 0; row < rowCount; ++row) if (hasText(row)) rows.push(row);
     const counts = new Set(rows);
@@ -187,6 +203,7 @@ class Page {
     if (!this.scene) return;
     this.scene.setMolecule('row', this.rowHidden ? null : this.molecule);
     this.surfaces.filter(({ofRow, shown}) => ofRow && shown).forEach(one => this.drawSurface(one));
+    this.surfaces.filter(one => this.isOfAnother(one) !== one.isAway).forEach(one => one.update());
   }
 }
 

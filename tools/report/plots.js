@@ -6,26 +6,57 @@ const plotSize = {width: 560, height: 150, left: 44, right: 12, top: 10, bottom:
 /// Text keeps its size in a place of any width.
 const fitInto = place => { plotSize.width = Math.max(280, place.clientWidth || 560); };
 
-/// Round numbers from low to high, about so many.
-function ticks(low, high, count) {
-  const raw = (high - low) / count || 1;
-  const power = 10 ** Math.floor(Math.log10(raw));
-  const step = power * ([1, 2, 5, 10].find(factor => factor * power >= raw) ?? 10);
-  const list = [];
-  for (let i = Math.ceil(low / step - 1e-9); i * step <= high + 1e-9 * step; ++i) {
-    list.push(Number((i * step).toPrecision(12)));
+const powerOfTen = exponent => Number(`1e${exponent}`);
+
+/// What lies between two finite numbers, of any size. It is reckoned in a power of ten, so that no
+/// difference is too large.
+class Span {
+  constructor(low, high) {
+    const most = Math.max(Math.abs(low), Math.abs(high));
+    this.ends = [low, high];
+    this.unit = powerOfTen(Math.max(-300, Math.floor(Math.log10(most))));
+    this.low = low / this.unit;
+    this.width = high / this.unit - this.low;
+    const share = this.width / (most / this.unit);
+    this.isOne = !(share > 1e-12);  // rounding would tell the places in anything narrower
+    /// Significant digits that tell a hundredth of it.
+    this.digits = this.isOne ? 17 : Math.min(17, Math.max(4, Math.ceil(2 - Math.log10(share)) + 1));
   }
-  return list;
+
+  /// From 0 at the low end to 1 at the high one; in the middle where there is but one value.
+  part(number) {
+    return this.isOne ? 0.5 : (number / this.unit - this.low) / this.width;
+  }
+
+  /// The number at such a part, as a text.
+  text(part) {
+    const number = part === 0 ? this.ends[0] : part === 1 ? this.ends[1]
+        : (this.low + part * this.width) * this.unit;
+    return shortText(number, this.digits);
+  }
+
+  /// Round numbers, about so many.
+  ticks(count) {
+    if (this.isOne) return [this.ends[0]];
+    const raw = this.width / count;
+    const power = powerOfTen(Math.floor(Math.log10(raw)));
+    const step = power * ([1, 2, 5, 10].find(factor => factor * power >= raw) ?? 10);
+    const first = Math.ceil(this.low / step - 1e-9);
+    const last = Math.floor((this.low + this.width) / step + 1e-9);
+    const list = Array.from({length: Math.max(0, last - first + 1)},
+                            (_, i) => Number(((first + i) * step * this.unit).toPrecision(15)));
+    return [...new Set(list)];  // the smallest numbers there are have nothing between them
+  }
 }
 
 const axisName = column => column.unit ? `${column.name} [${column.unit}]` : column.name;
 
 /// From values to places in the plot.
-function scales(xLow, xHigh, yLow, yHigh) {
+function scales(xs, ys) {
   const {width, height, left, right, top, bottom} = plotSize;
   return {
-    x: value => left + (value - xLow) / (xHigh - xLow || 1) * (width - left - right),
-    y: value => height - bottom - (value - yLow) / (yHigh - yLow || 1) * (height - top - bottom),
+    x: value => left + xs.part(value) * (width - left - right),
+    y: value => height - bottom - ys.part(value) * (height - top - bottom),
   };
 }
 
@@ -35,10 +66,10 @@ function makePlot(label, xTicks, yTicks, {x, y}, xName) {
   const svg = make('svg', {viewBox: `0 0 ${width} ${height}`, role: 'group', 'aria-label': label});
   for (const value of yTicks) {
     svg.append(make('line', {class: 'grid', x1: left, x2: width - right, y1: y(value), y2: y(value)}),
-               make('text', {x: left - 6, y: y(value) + 4, class: 'end'}, String(value)));
+               make('text', {x: left - 6, y: y(value) + 4, class: 'end'}, shortText(value, 17)));
   }
   for (const value of xTicks) {
-    svg.append(make('text', {x: x(value), y: height - bottom + 15, class: 'middle'}, String(value)));
+    svg.append(make('text', {x: x(value), y: height - bottom + 15, class: 'middle'}, shortText(value, 17)));
   }
   svg.append(make('text', {x: (left + width - right) / 2, y: height - 4, class: 'middle name'}, xName));
   return svg;
@@ -94,29 +125,29 @@ class Histogram {
     const known = column.numbers.filter(number => number !== null);
     const low = known.reduce((a, b) => Math.min(a, b), Infinity);
     const high = known.reduce((a, b) => Math.max(a, b), -Infinity);
-    const bins = low === high ? 1 : Math.min(24, Math.max(6, Math.ceil(Math.sqrt(known.length))));
-    const width = (high - low) / bins;
-    const binOf = number => Math.min(bins - 1, Math.floor((number - low) / width) || 0);
+    const span = new Span(low, high);
+    const bins = span.isOne ? 1 : Math.min(24, Math.max(6, Math.ceil(Math.sqrt(known.length))));
+    const binOf = number => Math.min(bins - 1, Math.floor(span.part(number) * bins));
     const counts = new Array(bins).fill(0);
     for (const row of rows) {
       const number = column.numbers[row] ?? null;
       if (number !== null) ++counts[binOf(number)];
     }
-    this.bars(column, counts, low, high, binOf);
+    this.bars(column, counts, span, binOf);
   }
 
-  bars(column, counts, low, high, binOf) {
-    const most = Math.max(1, ...counts);
-    const scale = scales(low, high, 0, most);
-    const edge = at => low + (high - low) * at / counts.length;
-    const text = number => String(Number(number.toPrecision(4)));
-    const svg = makePlot(`Histogram of ${column.name}`, ticks(low, high, plotSize.width / 90),
-                         ticks(0, most, 3).filter(Number.isInteger), scale, axisName(column));
-    const single = low === high;
+  bars(column, counts, span, binOf) {
+    const tall = new Span(0, Math.max(1, ...counts));
+    const scale = scales(span, tall);
+    const edge = at => span.text(at / counts.length);
+    const {left, right} = plotSize;
+    const room = (plotSize.width - left - right) / counts.length;
+    const svg = makePlot(`Histogram of ${column.name}`, span.ticks(plotSize.width / 90),
+                         tall.ticks(3).filter(Number.isInteger), scale, axisName(column));
     const marks = counts.map((count, at) => {
-      const from = single ? plotSize.left : scale.x(edge(at));
-      const to = single ? plotSize.width - plotSize.right : scale.x(edge(at + 1));
-      const label = `${text(edge(at))} to ${text(edge(at + 1))}: ${counted(count, report.rowName)}`;
+      const from = left + at * room, to = from + room;
+      const range = [...new Set([edge(at), edge(at + 1)])].join(' to ');
+      const label = `${range}: ${counted(count, report.rowName)}`;
       const top = count > 0 ? Math.min(scale.y(count), scale.y(0) - 2) : scale.y(0);
       return make('g', {class: 'bar', 'aria-label': label, 'aria-pressed': at === this.pressed},
           make('title', {}, label),
@@ -147,11 +178,12 @@ class Curve {
     const columns = y.map(at => report.columns[at]);
     const xs = report.columns[x].numbers;
     const values = columns.flatMap(column => column.numbers).filter(number => number !== null);
-    const yLow = Math.min(0, ...values), yHigh = Math.max(0, ...values);
-    const scale = scales(Math.min(...xs), Math.max(...xs), yLow, yHigh);
+    const across = new Span(Math.min(...xs), Math.max(...xs));
+    const up = new Span(Math.min(0, ...values), Math.max(0, ...values));
+    const scale = scales(across, up);
     const name = columns.length === 1 ? axisName(columns[0]) : 'value';
     const svg = makePlot(`${columns.map(axisName).join(', ')} over ${axisName(report.columns[x])}`,
-                         ticks(Math.min(...xs), Math.max(...xs), plotSize.width / 80), ticks(yLow, yHigh, 4), scale,
+                         across.ticks(plotSize.width / 80), up.ticks(4), scale,
                          axisName(report.columns[x]));
     columns.forEach((column, at) => this.line(svg, scale, xs, column, at));
     place.append(make('div', {class: 'plot-head'}, ...columns.map((column, at) => make(

@@ -115,7 +115,7 @@ class Table {
     for (const column of this.columns) {
       const text = cellText(column, row);
       element.append(make('div', {role: 'gridcell', class: isNumeric(column) ? 'number' : 'text',
-                                  title: text}, text));
+                                  title: column.numbers?.[row] ?? text}, text));
     }
     return element;
   }
