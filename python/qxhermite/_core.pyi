@@ -1030,3 +1030,10 @@ def read_multi_hermite(path: _Path) -> MultiHermite: ...
 def write_multi_hermite(
     path: _Path, model: MultiHermite, *, title: str = ..., source: str = ...
 ) -> None: ...
+
+# For the package itself.
+
+_ElectrostaticData: Any
+_find_atoms: Any
+_fit_charges: Any
+_interaction_energies: Any

@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 import os
-from typing import Sequence
+from typing import Any, Sequence
 
 import numpy as np
 
@@ -36,7 +36,7 @@ def expand(
     options: a HermiteOptions instead of degree, width, single_width and center.
     """
     if options is None:
-        widths = {}
+        widths: dict[str, Any] = {}
         if width is not None:
             x, y, z = np.broadcast_to(np.asarray(width, dtype=float), 3)
             if not np.all(np.isfinite([x, y, z])) or min(x, y, z) <= 0:

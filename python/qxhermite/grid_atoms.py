@@ -96,7 +96,7 @@ def grid_to_atoms(
     if metric not in _METRICS:
         raise ValueError(f"metric: must be one of {', '.join(_METRICS)}, got {metric!r}")
     if options is None:
-        widths = {}
+        widths: dict[str, Any] = {}
         if width is not None:
             widths = dict(lambda_x=width, lambda_y=width, lambda_z=width, use_optimal_lambdas=False)
         options = HermiteOptions(npolymax=degree, **widths)

@@ -3,12 +3,15 @@
 from __future__ import annotations
 
 import os
-from typing import Any, Sequence, Union
+from typing import TYPE_CHECKING, Any, Sequence, Union
 
 import numpy as np
 
 from qxhermite import _core
 from qxhermite._core import Molecule, MoleculeGroups
+
+if TYPE_CHECKING:
+    from typing import TypeGuard
 
 #: What stands for a molecule: see `as_molecule`. Any is an rdkit.Chem.Mol.
 MoleculeLike = Union[Molecule, str, "os.PathLike[str]", "tuple[Sequence[Any], Any]", Any]
@@ -24,7 +27,7 @@ def is_rdkit(source: Any) -> bool:
     )
 
 
-def is_path(source: Any) -> bool:
+def is_path(source: Any) -> TypeGuard[str | os.PathLike[str]]:
     """True for what names a file."""
     return isinstance(source, (str, os.PathLike))
 

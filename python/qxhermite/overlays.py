@@ -11,7 +11,7 @@ from collections.abc import Sequence
 from concurrent.futures import ThreadPoolExecutor
 from copy import copy
 from itertools import chain, islice
-from typing import Any, Iterable, overload
+from typing import TYPE_CHECKING, Any, Iterable, overload
 
 import numpy as np
 
@@ -32,6 +32,9 @@ from qxhermite._core import (
 from qxhermite.molecules import MoleculeLike
 from qxhermite.progress import progress_bar
 
+if TYPE_CHECKING:
+    from typing import TypeGuard
+
 _GRID_ENDINGS = (".ccp4", ".map", ".mrc", ".cube", ".cub")
 _CHUNK = 16  # molecules a task: some milliseconds of work
 _LEAST_HELD = 0.5
@@ -40,7 +43,7 @@ _COARSE_DEGREE = 4  # where there are 24 starts
 _MOST_REPORTED = 10000
 
 
-def is_grid_path(source):
+def is_grid_path(source: Any) -> TypeGuard[str | os.PathLike[str]]:
     """True for the name of a map file."""
     return molecules.is_path(source) and os.fspath(source).lower().endswith(_GRID_ENDINGS)
 
@@ -84,10 +87,11 @@ class Hit:
 
         Of a molecule that came as an rdkit.Chem.Mol it is a copy of that very molecule, moved.
         """
-        if not isinstance(self._fit.thing, Molecule):
+        molecule = self.molecule
+        if molecule is None:
             raise TypeError(f"{self.title}: a map has no atoms: use its transform")
         if self._fit.original is None:
-            return molecules.to_rdkit(self.molecule)
+            return molecules.to_rdkit(molecule)
         pose = molecules.moved_rdkit(self._fit.original, self.conformer, self.transform)
         for name, text in self._texts().items():
             pose.SetProp(name, text)
