@@ -24,8 +24,8 @@ from qxhermite.molecules import as_molecule as as_molecule
 from qxhermite.molecules import from_rdkit as from_rdkit
 from qxhermite.molecules import read_molecules as read_molecules
 from qxhermite.molecules import to_rdkit as to_rdkit
-from qxhermite.overlays import Hit as Hit
-from qxhermite.overlays import OverlayResult as OverlayResult
-from qxhermite.overlays import Skipped as Skipped
 from qxhermite.overlays import overlay as overlay
+from qxhermite.results import Hit as Hit
+from qxhermite.results import OverlayResult as OverlayResult
+from qxhermite.results import Skipped as Skipped
 from qxhermite.similarity import similarity_matrix as similarity_matrix

@@ -9,7 +9,7 @@ import numpy as np
 
 from qxhermite import molecules
 from qxhermite._core import Hermite, HermiteOptions, ScalarGrid, read_grid
-from qxhermite.overlays import is_grid_path
+from qxhermite.fits import is_grid_path
 
 
 def expand(

@@ -9,15 +9,11 @@ import numpy as np
 
 from qxhermite import molecules
 from qxhermite._core import Molecule, QXHermiteWarning, ScalarGrid, ShapeSearch
-from qxhermite.overlays import (
-    Skipped,
-    _read_fits,
-    coarse_degree,
-    expansion_options,
-    in_order,
-    num_threads,
-)
+from qxhermite.fits import read_fits
+from qxhermite.overlays import coarse_degree, expansion_options
 from qxhermite.progress import progress_bar
+from qxhermite.results import Skipped
+from qxhermite.threads import in_order, num_threads
 
 _NOTHING = Molecule([], np.zeros((0, 3)))
 _CARBON = Molecule([6], np.zeros((1, 3)))
@@ -44,7 +40,7 @@ def similarity_matrix(
     The work grows with the square of the number of conformers; threads: None: one a core.
     """
     threads = num_threads(threads)
-    fits = list(_read_fits(mols, group))
+    fits = list(read_fits(mols, group))
     if any(isinstance(fit.thing, ScalarGrid) for fit in fits):
         raise TypeError("mols: maps cannot be compared with one another here: use overlay")
     # One without conformers stands for what cannot be used: nothing can be laid over it.

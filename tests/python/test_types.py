@@ -35,7 +35,7 @@ def test_types_of_calls(tmp_path):
     told = run("mypy", "--config-file", tmp_path / "mypy.ini", tmp_path / "user.py")
     assert re.findall('Revealed type is "(.*)"', told) == [
         "builtins.float",
-        "qxhermite.overlays.OverlayResult",
+        "qxhermite.results.OverlayResult",
         "builtins.list[qxhermite._core.Molecule]",
         "builtins.int",
     ]
