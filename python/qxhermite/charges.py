@@ -21,6 +21,8 @@ from qxhermite._core import (
 )
 from qxhermite.progress import progress_bar
 
+_PLACES = 256  # between two steps of a progress bar
+
 Errors = namedtuple("Errors", "potential field held_out_potential held_out_field")
 Errors.__doc__ = """Relative errors: root mean square over that of the values, at the points fitted
 and at those held out; NaN where there are none."""
@@ -182,16 +184,27 @@ def field(density: DensityLike, points: Any) -> np.ndarray:
     return _as_density(density).field(points)
 
 
-def interaction_energy(a: DensityLike, b: DensityLike, transforms: Any = None) -> Any:
+def interaction_energy(
+    a: DensityLike, b: DensityLike, transforms: Any = None, *, progress: bool = False
+) -> Any:
     """The Coulomb energy of two charge densities, kcal/mol.
 
     a, b: each a HermiteChargeDensity, a ChargeFit, or the name of a file. transforms: (4, 4) for a
     rigid motion p' = R p + t of b, or (n, 4, 4) for many. A float, or (n,) for many. NaN, with a
-    QXHermiteWarning, where a site of one comes too close to a site of the other.
+    QXHermiteWarning, where a site of one comes too close to a site of the other. progress: a bar over
+    the transforms.
     """
+    a, b = _as_density(a), _as_density(b)
     motions = np.eye(4) if transforms is None else np.asarray(transforms, dtype=float)
-    many = motions.ndim != 2
-    energies = _interaction_energies(
-        _as_density(a), _as_density(b), motions if many else motions[np.newaxis]
-    )
-    return energies if many else float(energies[0])
+    if motions.ndim == 2:
+        return float(_interaction_energies(a, b, motions[np.newaxis])[0])
+    bar = progress_bar(progress, len(motions), "energies", "transforms")
+    part = _PLACES if progress else max(len(motions), 1)
+    try:
+        energies = []
+        for first in range(0, max(len(motions), 1), part):
+            energies.append(_interaction_energies(a, b, motions[first : first + part]))
+            bar.update(len(energies[-1]))
+        return np.concatenate(energies)
+    finally:
+        bar.close()

@@ -98,6 +98,11 @@ def test_energy_is_that_of_the_command_line(tmp_path):
     qxhermite.write_charge_density(b, density(seed=3).translated([6, 0, 0]))
     energy = qxhermite.interaction_energy(a, str(b))
     assert run("charges", "energy", a, b) == f"{energy:.6f} kcal/mol\n"
+    many = np.tile(np.eye(4), (300, 1, 1))
+    many[:, 0, 3] = np.linspace(0, 9, 300)
+    energies = qxhermite.interaction_energy(a, b, many)
+    assert energies[0] == energy
+    assert np.array_equal(qxhermite.interaction_energy(a, b, many, progress=True), energies)
 
 
 def test_progress_and_what_it_raises():
