@@ -14,6 +14,16 @@ using namespace QXHermiteMath;
 
 namespace {
 
+/// (best score, poses), of a copy of the fit, which may change meanwhile.
+template <typename Overlay>
+py::tuple FindBestOverlay(Overlay& overlay, const QXMol& fit, long long count) {
+  const unsigned int n = CheckPoses(count);
+  QXMol poses(1);
+  const double score =
+      Call([&, copy = QXMol(fit)] { return overlay.FindBestOverlay(copy, n, poses); });
+  return py::make_tuple(score, std::move(poses));
+}
+
 void BindShapeOverlay(py::module_& module) {
   using O = QXShapeOverlay;
   // The size of the coefficients goes along.
@@ -37,11 +47,7 @@ void BindShapeOverlay(py::module_& module) {
       .def(
           "find_best_overlay",
           [](Overlay& o, const QXMol& fit, long long count) {
-            const unsigned int n = CheckPoses(count);
-            QXMol poses(1);
-            const double score =
-                Call([&, copy = QXMol(fit)] { return o.FindBestOverlay(copy, n, poses); });
-            return py::make_tuple(score, std::move(poses));
+            return FindBestOverlay(o, fit, count);
           },
           py::arg("fit"), py::arg("n_poses") = 1,
           "(best Tanimoto, poses): a Molecule of at most n_poses conformers, best first, with the\n"
@@ -93,11 +99,7 @@ void BindShapeChargeOverlay(py::module_& module) {
       .def(
           "find_best_overlay",
           [](Overlay& o, const QXMol& fit, long long count) {
-            const unsigned int n = CheckPoses(count);
-            QXMol poses(1);
-            const double score =
-                Call([&, copy = QXMol(fit)] { return o.overlay.FindBestOverlay(copy, n, poses); });
-            return py::make_tuple(score, std::move(poses));
+            return FindBestOverlay(o.overlay, fit, count);
           },
           py::arg("fit"), py::arg("n_poses") = 1,
           "(best combination, poses): a Molecule of at most n_poses conformers, best first, with\n"
