@@ -3,7 +3,8 @@
 Usage: doxygen_filter.py HEADER
 
 Lines of a `///` comment that are indented further are kept as they stand: they are formulas, tables
-and examples. A `//` comment in front of the first namespace is the description of the file.
+and examples. A `//` comment in front of the first namespace is the description of the file. A comment holds for all
+declarations that follow it without a blank line or another comment between them: each gets it.
 """
 
 import itertools
@@ -40,6 +41,27 @@ def marked_up(lines):
         yield "\\endverbatim"
 
 
+def distributed(lines):
+    """The lines, with a comment in front of each of the declarations that it holds for."""
+    comment, ended = [], False
+    for line in lines:
+        indent = len(line) - len(line.lstrip())
+        if is_comment(line):
+            if not comment or not is_comment(previous):
+                comment = []
+            comment.append(line)
+            ended = False
+        elif not line.strip() or line.lstrip().startswith(("//", "}", "#")):
+            comment = []
+        elif comment and indent == len(comment[0]) - len(comment[0].lstrip()):
+            if ended and "///<" not in line:
+                yield from comment
+            ended = False
+        yield line
+        ended = ended or line.split("//")[0].rstrip().endswith((";", "}"))
+        previous = line
+
+
 def main():
     with open(sys.argv[1], encoding="utf-8") as file:
         lines = file.read().splitlines()
@@ -48,7 +70,7 @@ def main():
                      for line in lines[:start]]
     lines.insert(next((i for i, line in enumerate(lines[:start]) if line.startswith("///")), 0),
                  "/// \\file")
-    for comment, group in itertools.groupby(lines, is_comment):
+    for comment, group in itertools.groupby(distributed(lines), is_comment):
         print("\n".join(["/**", *marked_up(group), "*/"] if comment else group))
 
 
