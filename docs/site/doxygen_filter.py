@@ -3,8 +3,9 @@
 Usage: doxygen_filter.py HEADER
 
 Lines of a `///` comment that are indented further are kept as they stand: they are formulas, tables
-and examples. A `//` comment in front of the first namespace is the description of the file. A comment holds for all
-declarations that follow it without a blank line or another comment between them: each gets it.
+and examples. A `//` comment in front of the first namespace is the description of the file. A comment often
+holds for some declarations that follow it without a blank line or another comment between them: each
+gets it, marked as told together.
 """
 
 import itertools
@@ -55,6 +56,7 @@ def distributed(lines):
             comment = []
         elif comment and indent == len(comment[0]) - len(comment[0].lstrip()):
             if ended and "///<" not in line:
+                yield " " * indent + "/// *Told together with the one above:*"
                 yield from comment
             ended = False
         yield line

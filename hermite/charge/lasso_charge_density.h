@@ -29,12 +29,15 @@ class QXLassoChargeDensityOptions : public QXOptions {
   /// A copy on the heap, owned by the caller, of class QXLassoChargeDensityOptions.
   QXOptions* CreateCopy() const override;
 
+  /// -UsePotential: whether the potential takes part.
   bool GetUsePotential() const { return Get(kUsePotential); }
   void SetUsePotential(bool value) { Set(kUsePotential, value); }
 
+  /// -UseElectricField: whether the field takes part.
   bool GetUseElectricField() const { return Get(kUseElectricField); }
   void SetUseElectricField(bool value) { Set(kUseElectricField, value); }
 
+  /// -UseNeutralCharge: without the functions that carry charge.
   bool GetUseNeutralCharge() const { return Get(kUseNeutralCharge); }
   void SetUseNeutralCharge(bool value) { Set(kUseNeutralCharge, value); }
 

@@ -62,6 +62,7 @@ class QXHermite {
   static QXHermite Restore(std::vector<double> coefficients, const QXHermiteOptions& options,
                            std::vector<double> center, double extent, double selfOverlap);
 
+  /// In shell order, as many as NumCoefficients().
   const std::vector<double>& GetCoefficients() const { return coefficients; }
   /// Coefficient i, no bounds check.
   double GetCoefficient(unsigned long i) const { return coefficients[i]; }

@@ -29,24 +29,31 @@ class QXHermiteOptions : public QXOptions {
   /// A copy on the heap, owned by the caller, of class QXHermiteOptions.
   QXOptions* CreateCopy() const override;
 
+  /// -NPolyMax: the degree N, 0 to 100.
   unsigned int GetNPolyMax() const { return Get<QXUIntParameter, unsigned int>(kNPolyMax); }
   void SetNPolyMax(unsigned int value) { Set<QXUIntParameter>(kNPolyMax, value); }
 
+  /// -LambdaX: the width along x, 1/angstrom.
   double GetLambdaX() const { return Get<QXDoubleParameter, double>(kLambdaX); }
   void SetLambdaX(double value) { Set<QXDoubleParameter>(kLambdaX, value); }
 
+  /// -LambdaY: the width along y, 1/angstrom.
   double GetLambdaY() const { return Get<QXDoubleParameter, double>(kLambdaY); }
   void SetLambdaY(double value) { Set<QXDoubleParameter>(kLambdaY, value); }
 
+  /// -LambdaZ: the width along z, 1/angstrom.
   double GetLambdaZ() const { return Get<QXDoubleParameter, double>(kLambdaZ); }
   void SetLambdaZ(double value) { Set<QXDoubleParameter>(kLambdaZ, value); }
 
+  /// -UseCenterOfMass: expand about the mean of the centres.
   bool GetUseCenterOfMass() const { return Get<QXBoolParameter, bool>(kUseCenterOfMass); }
   void SetUseCenterOfMass(bool value) { Set<QXBoolParameter>(kUseCenterOfMass, value); }
 
+  /// -UseSingleLambda: one width for all axes.
   bool GetUseSingleLambda() const { return Get<QXBoolParameter, bool>(kUseSingleLambda); }
   void SetUseSingleLambda(bool value) { Set<QXBoolParameter>(kUseSingleLambda, value); }
 
+  /// -UseOptimalLambdas: find the widths.
   bool GetUseOptimalLambdas() const { return Get<QXBoolParameter, bool>(kUseOptimalLambdas); }
   void SetUseOptimalLambdas(bool value) { Set<QXBoolParameter>(kUseOptimalLambdas, value); }
 

@@ -8,6 +8,7 @@ namespace QXHermiteMath {
 
 /// A rotation that takes axes to axes: unit vector j goes to sign[j] times unit vector axis[j].
 struct AxisTurn {
+  /// Of the image of each unit vector.
   std::array<unsigned int, 3> axis;
   std::array<int, 3> sign;
 
@@ -15,6 +16,7 @@ struct AxisTurn {
   std::array<double, 9> Matrix() const;
 };
 
+/// How many there are.
 inline constexpr size_t kAxisTurns = 24;
 
 /// All of them: the identity, the half turns about x, y and z, and then the twenty others. Between

@@ -16,6 +16,7 @@ using QXCore::QXGaussian;
 /// A rigid change of coordinates, p to rotation (p - centre). rotation: row-major, orthonormal,
 /// determinant +1.
 struct InertialFrame {
+  /// See above; angstrom.
   std::array<double, 3> centre{};
   std::array<double, 9> rotation{1, 0, 0, 0, 1, 0, 0, 0, 1};
 };

@@ -26,6 +26,8 @@ namespace QXHermiteMath {
 class QXMultiHermiteParameters {
  public:
   QXMultiHermiteParameters() = default;
+  /// Degrees, widths (1/angstrom) and centres (x, y, z of each site, angstrom), in the forms that
+  /// the class allows.
   QXMultiHermiteParameters(std::vector<unsigned int> const& nPolyMax,
                            std::vector<double> const& lambda, std::vector<double> const& centers);
   QXMultiHermiteParameters(unsigned int nPolyMax, double lambda,

@@ -62,8 +62,10 @@ class QXHermiteOverlap : public QXMinimizer::QXFunc1 {
 
   /// The overlap of the two expansions where they stand, rounded to single precision on purpose.
   double GetOverlap();
+  /// The overlap of each with itself, as it was set up.
   double GetRefSelfOverlap() const { return refSelfOverlap; }
   double GetFitSelfOverlap() const { return fitSelfOverlap; }
+  /// The options under which the reference stands, and its coefficients, in shell order.
   QXHermiteOptions const& GetRefOptions() const { return refOptions; }
   std::vector<double> const& GetRefCoefficients() const { return refCoefficients; }
 

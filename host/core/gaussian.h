@@ -17,8 +17,11 @@ class QXGaussian : public QXBase {
         z_(center[2]),
         index_(index) {}
 
+  /// A.
   virtual float GetAmplitude() const { return amplitude_; }
+  /// w, 1/angstrom^2.
   virtual float GetWidth() const { return width_; }
+  /// The centre c, angstrom.
   virtual float GetX() const { return x_; }
   virtual float GetY() const { return y_; }
   virtual float GetZ() const { return z_; }
@@ -26,6 +29,7 @@ class QXGaussian : public QXBase {
   virtual void SetY(float y) { y_ = y; }
   virtual void SetZ(float z) { z_ = z; }
 
+  /// What the caller gave.
   unsigned int GetIndex() const { return index_; }
 
  private:

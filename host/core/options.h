@@ -46,9 +46,11 @@ class QXParameter {
   /// change, when `other` is not one. Assigning option sets goes through it, without allocation.
   virtual bool AssignValue(const QXParameter& other) = 0;
 
+  /// A sentence about the option, for people.
   void SetBrief(const std::string& brief) {
     text_ = std::make_shared<const Text>(Text{text_->option, brief});
   }
+  /// The option string, "-NPolyMax", and the sentence.
   const std::string& GetOption() const { return text_->option; }
   const std::string& GetBrief() const { return text_->brief; }
 
@@ -106,6 +108,7 @@ extern template class QXParameterT<bool>;
 extern template class QXParameterT<unsigned int>;
 extern template class QXParameterT<double>;
 
+/// The three kinds of options that there are.
 using QXBoolParameter = QXParameterT<bool>;
 using QXUIntParameter = QXParameterT<unsigned int>;
 using QXDoubleParameter = QXParameterT<double>;
@@ -125,6 +128,7 @@ class QXOptions {
   /// A new object of the most derived class; the caller owns it.
   virtual QXOptions* CreateCopy() const;
 
+  /// The name of the set, and how many places it has.
   const std::string& GetName() const { return name_; }
   size_t NumParameters() const { return parameters_.size(); }
   /// The parameter in a place, owned by the set; null for a place that is empty or past the end.

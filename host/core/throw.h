@@ -49,6 +49,7 @@ class QXErrorHandler {
   std::shared_ptr<const Handler> handler_;
 };
 
+/// The channel of the process.
 extern QXErrorHandler QXThrow;
 
 }  // namespace QXCore

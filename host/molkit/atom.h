@@ -43,6 +43,7 @@ class QXAtom {
   double GetPartialCharge() const { return partialCharge_; }
   void SetPartialCharge(double charge) { partialCharge_ = charge; }
 
+  /// Elementary charges.
   int GetFormalCharge() const { return formalCharge_; }
   void SetFormalCharge(int charge) { formalCharge_ = static_cast<std::int16_t>(charge); }
 
@@ -92,6 +93,7 @@ struct QXBond {
 
   unsigned int GetBeginIdx() const { return begin; }
   unsigned int GetEndIdx() const { return end; }
+  /// What the bond is, and how it is drawn.
   QXBondOrder GetOrder() const { return order; }
   QXBondStereo GetStereo() const { return stereo; }
   bool operator==(const QXBond&) const = default;

@@ -29,11 +29,13 @@ class QXMol {
   QXMol(QXMol&& other) noexcept = default;
   ~QXMol() = default;
 
+  /// Copies are deep; of a view, the conformer that it shows.
   QXMol& operator=(const QXMol& other);
   QXMol& operator=(QXMol&& other) noexcept = default;
   QXMol& operator=(const QXMCMolBase& other);
   QXMol& operator=(const QXMolBase& view);
 
+  /// The molecule as the interfaces see it.
   operator QXMolBase&() { return Get(); }
   operator const QXMolBase&() const { return Get(); }
   operator QXMCMolBase&() { return Get(); }
@@ -41,7 +43,7 @@ class QXMol {
   /// True when the implementation is there: always, but after a move from this object.
   operator bool() const { return impl_ != nullptr; }
 
-  // The members of QXMolBase and QXMCMolBase.
+  /// As in QXMolBase and QXMCMolBase.
   unsigned int NumAtoms() const { return Get().NumAtoms(); }
   unsigned int NumBonds() const { return Get().NumBonds(); }
   unsigned int NumConfs() const { return Get().NumConfs(); }
@@ -68,7 +70,7 @@ class QXMol {
   void SetChiralFlag(bool chiral) { Get().SetChiralFlag(chiral); }
   void CompactAtoms() { Get().CompactAtoms(); }
 
-  // The members of QXCore::QXBase; Key is a name or a tag.
+  /// As in QXCore::QXBase; Key is a name or a tag.
   template <typename Key>
   bool HasData(Key key) const {
     return Get().HasData(key);
