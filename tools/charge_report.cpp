@@ -177,6 +177,30 @@ Report ReportOfPath(const ElectrostaticPath& path, const ElectrostaticData& data
   return report;
 }
 
+Report ReportOfDensity(const ChargeDensity& density) {
+  Report report;
+  report.title = "Potential of " + NameOf(density.title, "a charge density");
+  report.rowName = "site";
+  report.allHydrogens = true;
+  report.referenceName = NameOf(density.title, "Atoms");
+  report.reference = ShownAtoms(density);
+  report.fields = {PotentialOf(density.density), ChargeOf(density.density)};
+  ReportColumn names{.name = "Site"}, functions{.name = "Functions", .decimals = 0};
+  ReportColumn degree{.name = "Degree", .decimals = 0}, width{.name = "Width", .unit = "1/\u00c5"};
+  const auto layout = density.density.GetParams();
+  for (unsigned int site = 0; site < layout.NumSites(); ++site) {
+    const auto actives = density.density.GetActives(site);
+    if (actives.empty()) continue;
+    names.texts.push_back(fmt::format("site {}", site + 1));
+    functions.numbers.push_back(static_cast<double>(actives.size()));
+    degree.numbers.push_back(layout.GetNPolyMax(site));
+    width.numbers.push_back(layout.GetLambda(site));
+    report.poses.push_back(MoleculeOf(0, layout.GetCenter(site)));
+  }
+  report.columns = {std::move(names), std::move(functions), std::move(degree), std::move(width)};
+  return report;
+}
+
 Report ReportOfScan(const ChargeDensity& a, const ChargeDensity& b, const EnergyScan& scan) {
   Report report;
   report.title = NameOf(b.title, "B") + " around " + NameOf(a.title, "A");

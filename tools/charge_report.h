@@ -30,4 +30,8 @@ struct EnergyScan {
 /// sites where no atoms are known; with the atoms or sites of `a` and its potential.
 Report ReportOfScan(const ChargeDensity& a, const ChargeDensity& b, const EnergyScan& scan);
 
+/// A row for each site that has functions, which shows the site; with the atoms, the potential and
+/// the density.
+Report ReportOfDensity(const ChargeDensity& density);
+
 }  // namespace QXTools

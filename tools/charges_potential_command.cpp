@@ -13,6 +13,7 @@
 #include "tools/arguments.h"
 #include "tools/charge_density_file.h"
 #include "tools/charge_potential.h"
+#include "tools/charge_report.h"
 #include "tools/command.h"
 #include "tools/console.h"
 #include "tools/grid_density.h"
@@ -30,7 +31,7 @@ using QXCore::QXScalarGrid;
 
 constexpr const char* kExamples = R"(Examples:
   qxhermite charges potential water.json --points points.csv --out values.csv
-  qxhermite charges potential water.json --grid potential.cube --spacing 0.3
+  qxhermite charges potential water.json --grid potential.cube --spacing 0.3 --report water.html
   qxhermite charges potential water.json --grid potential.ccp4 --like density.ccp4
 
 Exit status: 0 all well; 1 wrong usage, or nothing could be done.)";
@@ -61,8 +62,11 @@ class ChargesPotentialCommand : public Command {
   /// Where to write: the values, or the grid.
   const std::string& Output() const { return points_.empty() ? grid_ : output_; }
 
-  std::string density_, points_, output_, grid_;
+  bool WritePage(const ChargeDensity& density, OutputFile& page, Console& console) const;
+
+  std::string density_, points_, output_, grid_, report_;
   GridShape shape_;
+  const CLI::App* app_ = nullptr;
 };
 
 void ChargesPotentialCommand::Declare(CLI::App& app) {
@@ -80,6 +84,8 @@ void ChargesPotentialCommand::Declare(CLI::App& app) {
       app, "--grid", grid_, "Grid of the potential, in kcal/mol/e: .ccp4, .map, .mrc, .cube, .cub");
   grid->excludes(points);
   DeclareGridShape(app, shape_);
+  AddReport(app, report_);
+  app_ = &app;
   for (const char* name : {"--like", "--spacing", "--width"}) app.get_option(name)->needs(grid);
 }
 
@@ -93,9 +99,14 @@ std::string ChargesPotentialCommand::Check() const {
   if (const std::string problem = CheckCsvName(output_); !output_.empty() && !problem.empty()) {
     return problem;
   }
-  for (const std::string& input : {density_, points_, shape_.like}) {
-    if (input.empty() || !SameFile(Output(), input)) continue;
-    return fmt::format("{}: is both read and written: give another name", Output());
+  if (const std::string problem = CheckReport(report_); !report_.empty() && !problem.empty()) {
+    return problem;
+  }
+  for (const std::string& output : {Output(), report_}) {
+    for (const std::string& input : {density_, points_, shape_.like}) {
+      if (input.empty() || output.empty() || !SameFile(output, input)) continue;
+      return fmt::format("{}: is both read and written: give another name", output);
+    }
   }
   return {};
 }
@@ -158,10 +169,21 @@ std::optional<QXScalarGrid> ChargesPotentialCommand::FillGrid(const ChargePotent
   return grid;
 }
 
+bool ChargesPotentialCommand::WritePage(const ChargeDensity& density, OutputFile& page,
+                                        Console& console) const {
+  Report report = ReportOfDensity(density);
+  report.settings = SettingsOf(*app_);
+  if (WriteReport(report, page.TemporaryPath())) return true;
+  console.Say(fmt::format("{}: cannot be written: is the disk full?", report_));
+  return false;
+}
+
 ExitStatus ChargesPotentialCommand::Run() {
   Console console;
   OutputFile out(Output(), console);
-  if (!out.IsOpen()) return kNothingDone;
+  std::optional<OutputFile> page;
+  if (!report_.empty()) page.emplace(report_, console);
+  if (!out.IsOpen() || (page && !page->IsOpen())) return kNothingDone;
   const std::optional<ChargeDensity> density = ReadChargeDensity(density_, console);
   if (!density) return kNothingDone;
   const ChargePotential potential(density->density);
@@ -179,7 +201,8 @@ ExitStatus ChargesPotentialCommand::Run() {
     if (!WritePoints(potential, *points, out.TemporaryPath(), console)) return kNothingDone;
     summary = fmt::format("{} points", points->size() / 3);
   }
-  if (WasInterrupted(console) || !out.Commit()) return kNothingDone;
+  if (page && !WritePage(*density, *page, console)) return kNothingDone;
+  if (WasInterrupted(console) || !out.Commit() || (page && !page->Commit())) return kNothingDone;
   std::fputs(fmt::format("{}: {}\n", Output(), summary).c_str(), stdout);
   return kAllWell;
 }
