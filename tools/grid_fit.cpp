@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <utility>
 
@@ -9,6 +10,7 @@
 #include "host/grid/grid_file.h"
 #include "host/grid/skew_grid.h"
 #include "tools/grid_density.h"
+#include "tools/report_poses.h"
 
 namespace QXTools {
 std::optional<Hit> OverlayGridFile(const std::string& path, const OverlayArguments& arguments,
@@ -39,9 +41,9 @@ std::optional<Hit> OverlayGridFile(const std::string& path, const OverlayArgumen
   return hit;
 }
 
-bool WriteMovedGrid(const Hit& hit, const std::string& path, const std::string& formatOf) {
+std::optional<QXCore::QXScalarGrid> MovedGrid(const Hit& hit) {
   QXCore::QXScalarGrid grid;
-  if (!QXCore::QXReadGrid(hit.file, grid)) return false;
+  if (!QXCore::QXReadGrid(hit.file, grid)) return std::nullopt;
   QXCore::QXSkewGrid skew(grid);
   QXCore::QXTransform(skew, hit.motion);
   QXCore::QXScalarGrid moved;
@@ -51,7 +53,23 @@ bool WriteMovedGrid(const Hit& hit, const std::string& path, const std::string& 
     hit.motion.Transform(atoms.GetActive());
     moved.SetData(QXCore::kQXGridMoleculeTag, std::move(atoms));
   }
-  return QXCore::QXWriteGrid(path, moved, QXCore::QXGetGridFormat(formatOf));
+  return moved;
+}
+
+bool WriteMovedGrid(const Hit& hit, const std::string& path, const std::string& formatOf) {
+  const std::optional<QXCore::QXScalarGrid> moved = MovedGrid(hit);
+  return moved && QXCore::QXWriteGrid(path, *moved, QXCore::QXGetGridFormat(formatOf));
+}
+
+void AddMovedGrids(Report& report, const std::vector<Hit>& hits) {
+  for (size_t row = 0; row < std::min(hits.size(), kMostRowGrids); ++row) {
+    std::optional<QXCore::QXScalarGrid> moved = MovedGrid(hits[row]);
+    if (moved) AddRowGrid(report, row, std::move(*moved));
+  }
+  if (hits.size() > kMostRowGrids) {
+    report.remarks.emplace_back("Grids",
+                                fmt::format("{} of {}: the best ones", kMostRowGrids, hits.size()));
+  }
 }
 
 std::string RankedName(const std::string& name, size_t rank) {

@@ -377,8 +377,9 @@ bool OverlayRun::WriteReport() {
                     console_)) {
     return false;
   }
-  report.title = "Overlay on " + (report.reference.NumAtoms() > 0 ? report.referenceName
-                                                                  : report.fields.front().name);
+  report.title =
+      "Overlay on " + (report.fields.empty() ? report.referenceName : report.fields.front().name);
+  if (fitsAreGrids_) AddMovedGrids(report, shown);
   if (QXTools::WriteReport(report, report_->TemporaryPath())) return true;
   console_.Say(fmt::format("{}: cannot be written: is the disk full?", arguments_.report));
   return false;

@@ -206,15 +206,29 @@ Json ColumnJson(const ReportColumn& column) {
   return json;
 }
 
-/// The turn, as a quaternion x, y, z, w, that lays the long axis of a molecule across the view and
-/// its short one along the line of sight.
+/// Adds the atoms of another molecule, without bonds.
+void AddAtoms(QXMol& mol, const QXMol& more) {
+  std::vector<double> places = Coordinates(mol);
+  const std::vector<double> others = Coordinates(more);
+  places.insert(places.end(), others.begin(), others.end());
+  for (unsigned int i = 0; i < more.NumAtoms(); ++i) mol.NewAtom(more.GetAtom(i)->GetAtomicNum());
+  if (!places.empty()) mol.SetCoords(places.data());
+}
+
+/// What the first view is of: the reference, or the first row; and the ends of a path of rows.
+QXMol FirstShown(const Report& report) {
+  QXMol shown;
+  AddAtoms(shown, report.reference);
+  if (report.poses.empty()) return shown;
+  if (shown.NumAtoms() == 0 || report.curve) AddAtoms(shown, report.poses.front());
+  if (report.curve) AddAtoms(shown, report.poses.back());
+  return shown;
+}
+
+/// The turn, as a quaternion x, y, z, w, that lays the long axis of what is shown across the view
+/// and its short one along the line of sight.
 std::array<double, 4> FirstTurn(const Report& report) {
-  std::optional<Frame> frame;
-  if (report.reference.NumAtoms() > 0) {
-    frame = FindInertialFrame(report.reference);
-  } else if (!report.poses.empty()) {
-    frame = FindInertialFrame(report.poses.front());
-  }
+  const std::optional<Frame> frame = FindInertialFrame(FirstShown(report));
   if (!frame) return {0, 0, 0, 1};
   const Eigen::Quaterniond turn(
       Eigen::Map<const Eigen::Matrix<double, 3, 3, Eigen::RowMajor>>(frame->rotation.data())

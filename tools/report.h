@@ -31,7 +31,9 @@ struct ReportField {
   QXCore::QXScalarGrid grid{};
   double level = 0.0;      ///< of the surface at first; not positive: one that holds most of it
   bool bothSigns = false;  ///< shows the surface at minus the level too
-  std::optional<size_t> row{};  ///< the only row that it belongs to; by default it is of all rows
+  /// The only row that it belongs to; by default it is of all rows. Fields of one name that belong
+  /// to a row each share a button.
+  std::optional<size_t> row{};
 };
 
 /// A curve of some columns over another one, by their places; it stands in place of the histogram.

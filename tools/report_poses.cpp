@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "host/grid/grid_file.h"
+#include "tools/drawn_bonds.h"
 #include "tools/grid_density.h"
 #include "tools/hits.h"
 #include "tools/record.h"
@@ -227,12 +228,19 @@ bool AddDensity(Report& report, const std::string& path, Listener& listener) {
   std::optional<QXCore::QXScalarGrid> grid = ReadDensityGrid(path, listener);
   if (!grid) return false;
   if (report.reference.NumAtoms() == 0 && grid->HasDataOfType<QXMol>(QXCore::kQXGridMoleculeTag)) {
-    report.reference = grid->GetData<QXMol>(QXCore::kQXGridMoleculeTag);
+    report.reference = WithBonds(grid->GetData<QXMol>(QXCore::kQXGridMoleculeTag));
     report.referenceName = "Atoms of the grid";
   }
   report.fields.push_back(
       {.name = std::filesystem::path(path).filename().string(), .grid = std::move(*grid)});
   return true;
+}
+
+void AddRowGrid(Report& report, size_t row, QXCore::QXScalarGrid grid) {
+  if (grid.HasDataOfType<QXMol>(QXCore::kQXGridMoleculeTag)) {
+    report.poses[row] = WithBonds(grid.GetData<QXMol>(QXCore::kQXGridMoleculeTag));
+  }
+  report.fields.push_back({.name = "Chosen grid", .grid = std::move(grid), .row = row});
 }
 
 }  // namespace QXTools

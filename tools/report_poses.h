@@ -36,4 +36,10 @@ bool AddReference(Report& report, const std::string& path, unsigned int record,
 /// which the listener is told.
 bool AddDensity(Report& report, const std::string& path, Listener& listener);
 
+/// So many rows of a page can have their own grids, of up to 0.7 MB each.
+inline constexpr size_t kMostRowGrids = 10;
+
+/// Adds the grid that a row stands for, with the atoms it may carry.
+void AddRowGrid(Report& report, size_t row, QXCore::QXScalarGrid grid);
+
 }  // namespace QXTools

@@ -18,7 +18,7 @@ from qxhermite._core import (
     write_report,
 )
 
-_MOST_REPORTED = 10000
+_MOST_REPORTED, _MOST_MAPS = 10000, 10
 
 
 class Hit:
@@ -55,6 +55,13 @@ class Hit:
         pose.data = {**pose.data, **self._texts()}
         return pose
 
+    @property
+    def map(self) -> ScalarGrid | None:
+        """The moved map, resampled at its own spacing; None for a molecule."""
+        if not isinstance(self._fit.thing, ScalarGrid):
+            return None
+        return self._fit.thing.transformed(self.transform)
+
     def to_rdkit(self) -> Any:
         """The pose as an rdkit.Chem.Mol of one conformer, the scores among its properties.
 
@@ -62,12 +69,17 @@ class Hit:
         """
         molecule = self.molecule
         if molecule is None:
-            raise TypeError(f"{self.title}: a map has no atoms: use its transform")
+            raise TypeError(f"{self.title}: a map has no atoms: use its .map")
         if self._fit.original is None:
             return molecules.to_rdkit(molecule)
         pose = molecules.moved_rdkit(self._fit.original, self.conformer, self.transform)
         for name, text in self._texts().items():
             pose.SetProp(name, text)
+        return pose
+
+    def _standing_for_map(self):
+        pose = Molecule([], np.zeros((0, 3)), title=self.title)
+        pose.data = self._texts()
         return pose
 
     def _texts(self):
@@ -178,7 +190,7 @@ class OverlayResult(Sequence[Hit]):
     def report(self, path: str | os.PathLike[str], title: str | None = None) -> None:
         """Writes one HTML page to look at the hits: viewer, table and histogram; works offline.
 
-        At most the best 10,000 hits are on it.
+        At most the best 10,000 hits are on it; of maps, the best 10 can be seen.
         """
         if not str(path).lower().endswith((".html", ".htm")):
             raise ValueError(f"{os.fspath(path)}: not the name of a page: name it .html")
@@ -187,13 +199,21 @@ class OverlayResult(Sequence[Hit]):
             text = f"{len(self)} hits: the best {_MOST_REPORTED} are reported"
             warnings.warn(text, QXHermiteWarning, 2)
         name = title or f"Overlay on {self.reference.title or 'the reference'}"
-        poses = self[:_MOST_REPORTED]._poses()
-        write_report(path, poses, reference=self.reference, title=name, settings=self.settings)
+        shown = self._hits[:_MOST_REPORTED]
+        maps = [row for row, hit in enumerate(shown) if hit.molecule is None][:_MOST_MAPS]
+        write_report(
+            path,
+            [hit.molecule or hit._standing_for_map() for hit in shown],
+            reference=self.reference,
+            title=name,
+            settings=self.settings,
+            maps={row: shown[row].map for row in maps},
+        )
 
     def _poses(self):
         poses = [hit.molecule for hit in self._hits]
         if None in poses:
-            raise TypeError("maps have no atoms: use their transforms")
+            raise TypeError("maps have no atoms: use their .map and its write")
         return poses
 
     def _require_new(self, path):

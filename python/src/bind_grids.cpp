@@ -180,7 +180,13 @@ QXScalarGrid Transformed(const QXScalarGrid& grid, const Array& transform,
                          std::optional<double> spacing) {
   QXSkewGrid skew(grid);
   QXTransform(skew, ToTrans(transform));
-  return MakeRegular(skew, spacing);
+  QXScalarGrid moved = MakeRegular(skew, spacing);
+  if (grid.HasDataOfType<QXMolKit::QXMol>(QXCore::kQXGridMoleculeTag)) {
+    auto atoms = grid.GetData<QXMolKit::QXMol>(QXCore::kQXGridMoleculeTag);
+    ToTrans(transform).Transform(atoms.GetActive());
+    moved.SetData(QXCore::kQXGridMoleculeTag, std::move(atoms));
+  }
+  return moved;
 }
 
 std::string Repr(const QXScalarGrid& grid) {
@@ -249,8 +255,10 @@ void BindScalarGrid(py::module_& module) {
            "elements do not surround a point. (n,).")
       .def("element_at", &ElementAt, py::arg("point"),
            "((i, j, k), inside): the element whose cell holds a point, clamped to the grid.")
-      .def("transformed", &Transformed, py::arg("transform"), py::arg("spacing") = py::none(),
-           "The field moved by p' = R p + t, (4, 4), resampled on the regular grid that covers it.")
+      .def(
+          "transformed", &Transformed, py::arg("transform"), py::arg("spacing") = py::none(),
+          "The field moved by p' = R p + t, (4, 4), resampled on the regular grid that covers it,\n"
+          "with the atoms it may carry.")
       .def("__repr__", &Repr)
       .def("__eq__",
            [](const QXScalarGrid& a, const py::object& other) {

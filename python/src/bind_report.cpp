@@ -2,6 +2,7 @@
 #include <pybind11/stl/filesystem.h>
 
 #include <filesystem>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,7 +20,8 @@ using QXMolKit::QXMol;
 namespace {
 
 void WriteReport(const std::filesystem::path& path, const std::vector<QXMol>& poses,
-                 const py::object& reference, const py::str& title, const py::dict& settings) {
+                 const py::object& reference, const py::str& title, const py::dict& settings,
+                 const std::map<size_t, QXCore::QXScalarGrid>& maps) {
   if (!QXTools::ReportsAreBuilt()) {
     throw py::value_error("reports were left out when the module was built");
   }
@@ -40,6 +42,16 @@ void WriteReport(const std::filesystem::path& path, const std::vector<QXMol>& po
   } else if (!reference.is_none()) {
     throw py::type_error("reference: must be a Molecule, a ScalarGrid or None");
   }
+  if (maps.size() > QXTools::kMostRowGrids) {
+    throw py::value_error("maps: " + std::to_string(maps.size()) + " are too many for a page: " +
+                          "give the best " + std::to_string(QXTools::kMostRowGrids));
+  }
+  for (const auto& [row, map] : maps) {
+    if (row >= poses.size()) {
+      throw py::value_error("maps: there is no pose " + std::to_string(row));
+    }
+    QXTools::AddRowGrid(report, row, map);
+  }
   if (!Call([&] { return QXTools::WriteReport(report, path.string()); })) {
     PyErr_SetString(PyExc_OSError, (path.string() + ": cannot be written").c_str());
     throw py::error_already_set();
@@ -52,12 +64,13 @@ void BindReport(py::module_& module) {
   module.def(
       "write_report", &WriteReport, py::arg("path"), py::arg("poses"), py::kw_only(),
       py::arg("reference") = py::none(), py::arg("title") = "Overlay",
-      py::arg("settings") = py::dict(),
+      py::arg("settings") = py::dict(), py::arg("maps") = py::dict(),
       R"(Writes one HTML page that shows molecules, best first, beside what they were laid over.
 
 The page works offline: a 3-D viewer, a table of the data of the molecules that are numbers, and their
 histogram. poses: list of Molecule; reference: a Molecule, a ScalarGrid, or None; settings: shown in
-the footer. At most 10000 poses. OSError when the file cannot be written.)");
+the footer; maps: by the place of the pose that stands for it, a ScalarGrid in the frame of the
+reference. At most 10000 poses and 10 maps. OSError when the file cannot be written.)");
 }
 
 }  // namespace QXPython

@@ -159,7 +159,7 @@ def test_charge_has_a_say(celecoxib):
         qxhermite.overlay(([6, 6], [[0, 0, 0], [1.5, 0, 0]]), [], charge_weight=1.0)
 
 
-def test_maps_take_part_on_either_side():
+def test_maps_take_part_on_either_side(tmp_path):
     benzene = qxhermite.read_molecules(os.path.join(DATA, "benzene.sdf"))[0]
     path = os.path.join(DATA, "benzene.ccp4")
     hit = qxhermite.overlay(path, [benzene], cut=0.7)[0]
@@ -172,6 +172,17 @@ def test_maps_take_part_on_either_side():
     assert coarser.score == hit.score
     onto = qxhermite.overlay(path, [grid])[0]
     assert onto.score == pytest.approx(1, abs=1e-6) and onto.molecule is None
+    turn = np.array([[0.0, -1, 0, 2], [1, 0, 0, 3], [0, 0, 1, 4], [0, 0, 0, 1]])
+    grid.molecule = benzene
+    result = qxhermite.overlay(path, [grid.transformed(turn), benzene], cut=0.7)
+    (moved,) = (hit.map for hit in result if hit.map)
+    for carried, field in [(moved, grid), (grid, moved)]:  # its atoms and its values came back
+        places = np.rint((heavy(carried.molecule) - field.origin) / field.spacing)
+        assert field.values[tuple(places.astype(int).T)].min() > 0.1 * field.values.max()
+    result.report(tmp_path / "maps.html")
+    assert "Chosen grid" in (tmp_path / "maps.html").read_text()
+    with pytest.raises(TypeError, match="maps have no atoms"):
+        result.write(tmp_path / "maps.sdf")
 
 
 def test_what_cannot_be_used_is_told(celecoxib, tmp_path):

@@ -99,6 +99,12 @@ class ReportPage(unittest.TestCase):
         return np.array(self.browser.execute_script(
             "return qxhermiteReport.scene.models.row.selectedAtoms({}).map(a => [a.x, a.y, a.z])"))
 
+    def surface(self, key):
+        """The corners of the surface that is drawn of a field."""
+        return np.array(self.browser.execute_script(
+            "return qxhermiteReport.scene.shapes[arguments[0]].flatMap(shape => shape.geo.geometryGroups.flatMap("
+            "group => [...group.vertexArray.slice(0, 3 * group.vertices)]))", key)).reshape(-1, 3)
+
     def picture(self):
         """The colours of the viewer as they are on the screen."""
         png = self.one("#viewer").screenshot_as_base64
@@ -326,10 +332,18 @@ class ReportPage(unittest.TestCase):
         before = self.picture()
         self.button("Density of the grid").click()
         self.assertGreater(self.changed(before), 0.02)
-        self.run_tool("overlay", "--ref", DATA / "benzene.ccp4", "--fit", DATA / "benzene.sdf", "--out",
-                      "placed.sdf", "--report", "placed.html")
-        self.open("placed.html")
-        self.assertEqual(self.button("benzene.ccp4").get_attribute("aria-pressed"), "true")
+        self.run_tool("overlay", "--ref", DATA / "benzene.ccp4", "--fit", DATA / "formamide.ccp4",
+                      DATA / "benzene.ccp4", "--out", "moved.ccp4", "--report", "moved.html")
+        self.open("moved.html")
+        for name in ("benzene.ccp4", "Chosen grid"):
+            self.assertEqual(self.button(name).get_attribute("aria-pressed"), "true")
+        reference, same = self.surface("field-0"), self.surface("field-1")
+        np.testing.assert_allclose(same.mean(axis=0), reference.mean(axis=0), atol=0.01)
+        self.one("[role=grid]").send_keys(Keys.END)
+        smaller = self.surface("field-1")
+        self.assertGreater(np.ptp(reference, axis=0).max(), 1.2 * np.ptp(smaller, axis=0).max())
+        self.assertGreater((smaller.min(axis=0) - reference.min(axis=0)).max(), 0)
+        np.testing.assert_allclose(smaller.mean(axis=0), reference.mean(axis=0), atol=1)
 
     def test_without_webgl_the_table_works(self):
         self.overlay()

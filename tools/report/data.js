@@ -21,10 +21,10 @@ function decodeMolecule(pose) {
   return {...report.structures[structure], places};
 }
 
-/// A field with its values as they were.
+/// A field with its values as they were, and the largest one of either sign.
 function decodeField(field) {
   const values = Float32Array.from(decodeShorts(field.values), step => field.scale * step);
-  return {...field, values};
+  return {...field, values, largest: values.reduce((a, b) => Math.max(a, Math.abs(b)), 0)};
 }
 
 const rowCount = report.rows;

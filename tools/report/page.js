@@ -80,21 +80,33 @@ class Page {
     byId('controls').append(button);
   }
 
+  /// What can be shown, each with the field of it that is to be drawn now, if there is one, and with
+  /// the scale of its levels.
   surfaceList() {
-    const levels = {largest: 4, level: 1, unit: '', row: null};
+    const levels = () => ({unit: '', scale: {largest: 4, level: 1}});
     const list = [];
     if (this.reference?.bonds.length > 0 && this.fields.length === 0) {
-      list.push({name: `${report.referenceName} density`, key: 'reference-density', ...levels,
+      list.push({name: `${report.referenceName} density`, key: 'reference-density', ...levels(),
                  color: colors.reference, field: () => shapeDensity(this.reference)});
     }
-    if (report.poses.some(pose => pose && report.structures[pose[0]].bonds.length > 0)) {
-      list.push({name: `Density of the ${report.rowName}`, key: 'row-density', ...levels, ofRow: true,
+    if (report.poses.some(pose => pose && report.structures[pose[0]].bonds.length > 0) &&
+        this.fields.every(({row}) => row === null)) {
+      list.push({name: `Density of the ${report.rowName}`, key: 'row-density', ...levels(), ofRow: true,
                  color: colors.row, field: () => this.molecule && shapeDensity(this.molecule)});
     }
-    this.fields.forEach((field, at) => list.push({
-      name: field.name, key: `field-${at}`, level: field.level, unit: field.unit,
-      largest: field.values.reduce((a, b) => Math.max(a, Math.abs(b)), 0),
-      color: colors.positive, bothSigns: field.bothSigns, row: field.row, field: () => field}));
+    const perRow = new Map();  // by name
+    this.fields.forEach((field, at) => {
+      const {name, unit, bothSigns, row} = field;
+      if (row !== null && perRow.has(name)) {
+        perRow.get(name).set(row, field);
+        return;
+      }
+      const rows = row === null ? null : new Map([[row, field]]);
+      if (rows) perRow.set(name, rows);
+      list.push({name, key: `field-${at}`, unit, bothSigns, rows, scale: field,
+                 color: rows && !bothSigns ? colors.row : colors.positive,
+                 field: () => rows ? rows.get(this.table.chosen) : field});
+    });
     return list;
   }
 
@@ -103,13 +115,12 @@ class Page {
     const value = make('output', {});
     const slider = make('input', {type: 'range', min: 0, max: 200, step: 1, disabled: '',
                                   'aria-label': `Level of ${surface.name}`});
-    const lowest = surface.largest / 1000;
-    slider.value = 200 * Math.log(surface.level / lowest) / Math.log(1000);
+    const range = 1000;  // from the lowest level to the highest
     const read = () => {
-      surface.level = lowest * 1000 ** (slider.value / 200);
-      const text = `${surface.bothSigns ? '\u00b1' : ''}${Number(surface.level.toPrecision(3))}`;
+      surface.scale.level = surface.scale.largest * range ** (slider.value / 200 - 1);
+      const text = `${surface.bothSigns ? '\u00b1' : ''}${Number(surface.scale.level.toPrecision(3))}`;
       const level = `${text} ${surface.unit}`.trim();
-      value.textContent = surface.isAway ? `only for ${report.rowName} ${surface.row + 1}` : level;
+      value.textContent = surface.isAway ? this.whereItIs(surface) : level;
       slider.setAttribute('aria-valuetext', level);
     };
     const button = toggleButton(surface.name, surface.color, false, shown => {
@@ -118,6 +129,9 @@ class Page {
     });
     surface.update = () => {
       surface.isAway = this.isOfAnother(surface);
+      if (surface.rows && !surface.isAway) surface.scale = surface.field();
+      const {level, largest} = surface.scale;
+      slider.value = 200 * (1 + Math.log(level / largest) / Math.log(range));
       button.disabled = surface.isAway;
       slider.disabled = surface.isAway || !surface.shown;
       read();
@@ -130,19 +144,27 @@ class Page {
     });
     surface.update();
     // A grid is what a grid stands for; a molecule has its atoms.
-    if (!this.reference && surface.key === 'field-0') button.click();
+    const isAll = surface.rows ? !this.molecule : surface.key === 'field-0' && !this.reference;
+    if (isAll && !surface.isAway) button.click();
     byId('surfaces').append(make('div', {class: 'surface'}, button, slider, value));
   }
 
-  isOfAnother({row}) {
-    return row !== null && row !== this.table.chosen;
+  isOfAnother({rows}) {
+    return Boolean(rows) && !rows.has(this.table.chosen);
   }
 
-  drawSurface({key, shown, isAway, field, level, color, bothSigns}) {
+  whereItIs({rows}) {
+    const [first] = rows.keys();
+    return rows.size === 1 ? `only for ${report.rowName} ${first + 1}`
+        : `not for this ${report.rowName}`;
+  }
+
+  drawSurface({key, shown, isAway, field, scale, color, bothSigns}) {
     const density = shown && !isAway ? field() : null;
     const list = [];
     if (density) {
-      list.push({surface: isosurface(density, level), color});
+      const {level} = scale;
+      list.push({surface: isosurface(density, level), color, isMesh: color === colors.row});
       if (bothSigns) list.push({surface: isosurface(density, -level), color: colors.negative});
     }
     this.scene.setSurfaces(key, list);
@@ -203,7 +225,7 @@ class Page {
     if (!this.scene) return;
     this.scene.setMolecule('row', this.rowHidden ? null : this.molecule);
     this.surfaces.filter(({ofRow, shown}) => ofRow && shown).forEach(one => this.drawSurface(one));
-    this.surfaces.filter(one => this.isOfAnother(one) !== one.isAway).forEach(one => one.update());
+    this.surfaces.filter(({rows}) => rows).forEach(one => one.update());
   }
 }
 

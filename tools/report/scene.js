@@ -58,11 +58,13 @@ class Scene {
     if (!this.hydrogens) model.setStyle({predicate: atom => atom.nonpolar}, {});
   }
 
-  /// Puts a list of {surface, color} in the place of the one of that name.
+  /// Puts a list of {surface, color, isMesh} in the place of the one of that name. A mesh can be
+  /// seen through a surface, and the other way round.
   setSurfaces(name, list) {
     for (const shape of this.shapes[name] ?? []) this.viewer.removeShape(shape);
     this.shapes[name] = list.filter(({surface}) => surface.faceArr.length > 0).map(
-        ({surface, color}) => this.viewer.addCustom({...surface, color, opacity: 0.45}));
+        ({surface, color, isMesh}) => this.viewer.addCustom(
+            {...surface, color, ...(isMesh ? {wireframe: true} : {opacity: 0.45})}));
     this.viewer.render();
   }
 
