@@ -5,7 +5,7 @@ Usage: doxygen_filter.py HEADER
 Lines of a `///` comment that are indented further are kept as they stand: they are formulas, tables
 and examples. A `//` comment in front of the first namespace is the description of the file. A comment often
 holds for some declarations that follow it without a blank line or another comment between them: each
-gets it, marked as told together.
+gets it, marked as told together. Defaulted and deleted members without a comment are left out.
 """
 
 import itertools
@@ -52,8 +52,11 @@ def distributed(lines):
                 comment = []
             comment.append(line)
             ended = False
-        elif not line.strip() or line.lstrip().startswith(("//", "}", "#")):
+        elif not line.strip() or line.lstrip().startswith(("//", "#")):
             comment = []
+        elif line.lstrip().startswith("}"):
+            if comment and indent < len(comment[0]) - len(comment[0].lstrip()):
+                comment = []
         elif comment and indent == len(comment[0]) - len(comment[0].lstrip()):
             if ended and "///<" not in line:
                 yield " " * indent + "/// *Told together with the one above:*"
@@ -64,9 +67,20 @@ def distributed(lines):
         previous = line
 
 
+def without_defaults(lines):
+    """The lines, without the copies, moves and destructors of which the compiler's are told to do."""
+    previous = ""
+    for line in lines:
+        plain = re.match(r"\s*(virtual )?(\w+& operator=|~?\w+)\([^;{]*\)( noexcept| override)* = "
+                         r"(default|delete);$", line)
+        if not plain or is_comment(previous):
+            yield line
+        previous = line
+
+
 def main():
     with open(sys.argv[1], encoding="utf-8") as file:
-        lines = file.read().splitlines()
+        lines = list(without_defaults(file.read().splitlines()))
     start = next((i for i, line in enumerate(lines) if line.startswith("namespace")), len(lines))
     lines[:start] = ["///" + line[2:] if re.match(r"//(\s|$)", line) else line
                      for line in lines[:start]]

@@ -27,6 +27,7 @@ inline constexpr double kCoulombConstant = 332.063713;
 ///   density.EvaluatePotential({0, 0, 8});   // { 332.063713 density.TotalCharge() / 8 }
 class QXHermiteChargeDensity final : public QXMultiHermiteBase {
  public:
+  /// A density of zero: its sites, and no active functions.
   QXHermiteChargeDensity(QXMultiHermiteParameters const& newParams)
       : QXMultiHermiteBase(newParams, 1.0) {}
 

@@ -24,6 +24,7 @@ using QXMolKit::QXMol;
 /// Copies are deep. Example: `QXLassoChargeDensityOptions o; o.SetUseElectricField(false);`
 class QXLassoChargeDensityOptions : public QXOptions {
  public:
+  /// All at their default values.
   QXLassoChargeDensityOptions();
 
   /// A copy on the heap, owned by the caller, of class QXLassoChargeDensityOptions.

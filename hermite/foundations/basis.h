@@ -39,6 +39,7 @@ constexpr unsigned int GetLmnIndex(unsigned int l, unsigned int m, unsigned int 
 class QXHermiteIndex {
  public:
   QXHermiteIndex() = default;
+  /// The table of degree N.
   explicit QXHermiteIndex(unsigned int N);
 
   /// Position of (l, m, n). No bounds check: l + m + n must not exceed N.

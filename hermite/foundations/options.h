@@ -24,6 +24,7 @@ using QXCore::QXUIntParameter;
 /// Example: `QXHermiteOptions options; options.SetNPolyMax(10);`
 class QXHermiteOptions : public QXOptions {
  public:
+  /// All at their default values.
   QXHermiteOptions();
 
   /// A copy on the heap, owned by the caller, of class QXHermiteOptions.

@@ -28,6 +28,7 @@ const std::array<AxisTurn, kAxisTurns>& GetAxisTurns();
 /// it exchanges are equal: nothing but to exchange them and change their signs.
 class TurnOfCoefficients {
  public:
+  /// Works out which coefficient goes where.
   TurnOfCoefficients(AxisTurn const& turn, unsigned int N);
   /// From `in` to `out`, another array.
   void operator()(const double* in, double* out) const;

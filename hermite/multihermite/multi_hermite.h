@@ -17,6 +17,7 @@ namespace QXHermiteMath {
 ///   std::vector<double> fitted = model.Evaluate(points);
 class QXMultiHermite final : public QXMultiHermiteBase {
  public:
+  /// The sites, and no active functions yet.
   QXMultiHermite(QXMultiHermiteParameters const& newParams) : QXMultiHermiteBase(newParams, 0.5) {}
 
   /// h_0 .. h_n; see BuildHermiteFunctions. Always true.

@@ -51,6 +51,7 @@ class QXMultiHermiteBase {
   /// Moves the density by three doubles. Always true.
   bool Translate(std::vector<double> const& translation);
 
+  /// The sites with their degrees and widths, and the number of functions that have a coefficient.
   QXMultiHermiteParameters GetParams() const { return params; }
   unsigned int NumActives() const { return static_cast<unsigned int>(coefficients.size()); }
   /// All active indices, rising.

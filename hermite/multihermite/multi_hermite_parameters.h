@@ -58,6 +58,7 @@ class QXMultiHermiteParameters {
   std::vector<double> GetLambdaValues() const { return lambda; }
   std::vector<double> GetCenterValues() const { return centers; }
 
+  /// The degree and the width, 1/angstrom, of a site.
   unsigned int GetNPolyMax(unsigned int site) const {
     return nPolyMax.size() == 1 ? nPolyMax[0] : nPolyMax[site];
   }
@@ -73,6 +74,8 @@ class QXMultiHermiteParameters {
   /// The site that owns a flat index; 0xFFFFFFFF when there are no sites.
   unsigned int GetSite(unsigned int index) const;
 
+  /// The functions and the sites, the largest degree, and the flat index of the first function of a
+  /// site, as they were worked out.
   unsigned int NumBasis() const { return numBasis; }
   unsigned int NumSites() const { return numSites; }
   unsigned int GetLargestNPolyMax() const { return largestNPolyMax; }

@@ -33,6 +33,7 @@ struct GaussianPairs;
 ///   overlap(x, gradient);
 class QXGaussianOverlap : public QXMinimizer::QXFunc2 {
  public:
+  /// Computes at this level of SIMD instructions; by default at the best one of the processor.
   explicit QXGaussianOverlap(QXCore::QXSimdLevel newLevel = QXCore::QXGetSimdLevel())
       : level(newLevel) {}
 
@@ -53,6 +54,7 @@ class QXGaussianOverlap : public QXMinimizer::QXFunc2 {
   /// Not supported: warns and returns null.
   const double* GetFComponents(double const* x) override;
 
+  /// The overlap of each with itself, as it was set up.
   double GetRefSelfOverlap() const { return refSelfOverlap; }
   double GetFitSelfOverlap() const { return fitSelfOverlap; }
 

@@ -17,7 +17,7 @@ using QXMolKit::QXMolBase;
 
 /// The best start of an overlay, and the motion that it found.
 struct QXBestStart {
-  double tanimoto = 0.0;
+  double tanimoto = 0.0;   ///< of the expansions
   unsigned int start = 0;  ///< 0: the fit as it stood; 1, 2, 3: after a half turn about x, y, z
   std::vector<double> coefficients;  ///< of the moved fit; empty when no start scored above 0
   std::vector<double> variables = std::vector<double>(6);  ///< see rigid_motion.h; after the turn

@@ -39,10 +39,10 @@ struct QXShapeFit {
 
 /// A pose that a screen found: conformer, then GetAxisTurns()[start], then FindPose with x.
 struct QXShapePose {
-  size_t conformer = 0;
-  size_t start = 0;
-  std::array<double, 6> x{};
-  double tanimoto = 0.0;  ///< of the expansions
+  size_t conformer = 0;       ///< of the fit, from 0
+  size_t start = 0;           ///< which of the turns it started from
+  std::array<double, 6> x{};  ///< see rigid_motion.h; after the turn
+  double tanimoto = 0.0;      ///< of the expansions
   /// Of the sums of Gaussians; NaN where the screen or the fit has no Gaussians.
   double exactTanimoto = std::numeric_limits<double>::quiet_NaN();
 };

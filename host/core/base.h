@@ -18,6 +18,7 @@ std::string QXGetTagName(unsigned int tag);
 /// A number that identifies a type for the run of the program.
 unsigned int QXGetDataType(const std::type_info& type);
 
+/// That of T.
 template <typename T>
 unsigned int QXGetDataType() {
   static const unsigned int type = QXGetDataType(typeid(T));
@@ -27,6 +28,7 @@ unsigned int QXGetDataType() {
 /// One datum attached to an object under a tag.
 class QXBaseData {
  public:
+  /// To stand under this tag.
   explicit QXBaseData(unsigned int tag) : tag_(tag) {}
   virtual ~QXBaseData() = default;
   /// The number of the value's type: QXGetDataType<T>().
@@ -36,6 +38,7 @@ class QXBaseData {
   /// A new record with a copy of the value.
   virtual std::unique_ptr<QXBaseData> CreateCopy() const = 0;
 
+  /// The tag under which it stands.
   unsigned int GetTag() const { return tag_; }
 
  protected:
@@ -46,6 +49,7 @@ class QXBaseData {
   unsigned int tag_;
 };
 
+/// A datum of type T.
 template <typename T>
 class QXBaseDataT : public QXBaseData {
  public:
@@ -56,6 +60,7 @@ class QXBaseDataT : public QXBaseData {
     return std::make_unique<QXBaseDataT>(*this);
   }
 
+  /// The value itself; valid as long as this object.
   const T& GetValue() const { return value_; }
   void SetValue(T value) { value_ = std::move(value); }
 
@@ -68,6 +73,7 @@ class QXBaseDataT : public QXBaseData {
 class QXBaseImpl {
  public:
   QXBaseImpl() = default;
+  /// Copies all data.
   QXBaseImpl(const QXBaseImpl& other);
   QXBaseImpl& operator=(const QXBaseImpl&) = delete;
 
@@ -108,6 +114,7 @@ class QXBaseImpl {
 class QXBase {
  public:
   QXBase() = default;
+  /// Copies are deep.
   QXBase(const QXBase& other);
   QXBase(QXBase&&) noexcept = default;
   QXBase& operator=(const QXBase& other);

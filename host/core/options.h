@@ -12,6 +12,7 @@ namespace QXCore {
 /// other types report a warning and return false.
 class QXParameter {
  public:
+  /// A parameter of this option string, "-NPolyMax".
   explicit QXParameter(std::string option)
       : text_(std::make_shared<const Text>(Text{std::move(option), {}})) {}
   virtual ~QXParameter() = default;
@@ -71,6 +72,7 @@ class QXParameter {
 template <typename T>
 class QXParameterT : public QXParameter {
  public:
+  /// With the default for its value. Without legal values yet: all are legal.
   QXParameterT(const std::string& option, T defaultValue)
       : QXParameter(option), value_(defaultValue), default_(defaultValue) {}
 

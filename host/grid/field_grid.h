@@ -12,6 +12,7 @@ namespace QXFieldKit {
 /// A grid on its way to a handle.
 class QXFieldGrid {
  public:
+  /// Copies the grid.
   explicit QXFieldGrid(const QXCore::QXScalarGrid& grid) : grid_(grid) {}
   const QXCore::QXScalarGrid& GetGrid() const { return grid_; }
 

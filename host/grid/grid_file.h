@@ -14,6 +14,7 @@ enum class QXGridFormat {
   Cube,  ///< .cube, .cub
 };
 
+/// The format that the end of the name stands for; Unknown when it stands for none.
 QXGridFormat QXGetGridFormat(const std::string& fileName);
 
 /// Under this name a grid carries the atoms of its file, a QXMolKit::QXMol, where there are any.

@@ -42,6 +42,7 @@ class QXGridBase : public QXBase {
   /// A deep copy, owned by the caller.
   virtual QXGridBase* CreateCopy() const = 0;
 
+  /// The title, possibly empty.
   virtual const std::string& GetTitle() const { return title_; }
   virtual void SetTitle(const std::string& title) { title_ = title; }
   /// The distance of neighbouring elements, on all axes.
@@ -62,7 +63,9 @@ class QXGridBase : public QXBase {
   virtual bool IsYMidSet() const { return midSet_[1]; }
   virtual bool IsZMidSet() const { return midSet_[2]; }
 
+  /// The spacing on all axes; above 0, unchecked.
   virtual void SetSpacing(float spacing);
+  /// The middle of the box; the elements keep their values.
   virtual void SetMid(float x, float y, float z);
   virtual void SetXMid(float x) { SetMid(0, x); }
   virtual void SetYMid(float y) { SetMid(1, y); }

@@ -21,14 +21,16 @@ std::array<double, 3> QXGridOrigin(const QXGridBase& grid);
 ///     QXMakeRegularGrid(moved, skew, grid.GetSpacing());
 class QXSkewGrid {
  public:
-  using Vector = std::array<double, 3>;
+  using Vector = std::array<double, 3>;  ///< x, y, z in angstrom
 
+  /// The elements where they are in `grid`.
   explicit QXSkewGrid(const QXScalarGrid& grid);
   /// The values of `grid` at other places: element (0, 0, 0) at `origin`, and a, b, c the steps to
   /// the next element along its x, y and z. The steps need not be orthogonal or of one length, but
   /// must span space. The geometry of `grid` plays no part.
   QXSkewGrid(const QXScalarGrid& grid, const Vector& origin, const std::array<Vector, 3>& steps);
 
+  /// The values; the place of element (0, 0, 0); and the steps a, b, c.
   const QXScalarGrid& GetGrid() const { return grid_; }
   const Vector& GetOrigin() const { return origin_; }
   const std::array<Vector, 3>& GetSteps() const { return steps_; }

@@ -28,6 +28,7 @@ struct QXAtomMarks {
 /// added to or taken from the molecule and nothing is assigned to it.
 class QXAtom {
  public:
+  /// An atom without formal charge and marks.
   explicit QXAtom(unsigned int atomicNum) : atomicNum_(static_cast<std::uint16_t>(atomicNum)) {}
 
   /// The atomic number; 0 for a dummy.
@@ -47,6 +48,7 @@ class QXAtom {
   int GetFormalCharge() const { return formalCharge_; }
   void SetFormalCharge(int charge) { formalCharge_ = static_cast<std::int16_t>(charge); }
 
+  /// What else a file tells of the atom.
   const QXAtomMarks& GetMarks() const { return marks_; }
   void SetMarks(const QXAtomMarks& marks) { marks_ = marks; }
 
@@ -61,6 +63,7 @@ class QXAtom {
   std::string name_;  // names of up to 15 characters need no allocation
 };
 
+/// The order of a bond, as files tell it.
 enum class QXBondOrder : std::uint8_t {
   Zero = 0,
   Single = 1,
@@ -86,11 +89,12 @@ enum class QXBondStereo : std::uint8_t {
 
 /// One bond, between the atoms with the indices `begin` and `end`.
 struct QXBond {
-  unsigned int begin = 0;
-  unsigned int end = 0;
+  unsigned int begin = 0;  ///< where a drawn wedge is narrow
+  unsigned int end = 0;    ///< the other atom
   QXBondOrder order = QXBondOrder::Single;
   QXBondStereo stereo = QXBondStereo::None;
 
+  /// The indices of its atoms.
   unsigned int GetBeginIdx() const { return begin; }
   unsigned int GetEndIdx() const { return end; }
   /// What the bond is, and how it is drawn.

@@ -52,6 +52,7 @@ class QXMCMolBase : public QXMolBase {
   QXMCMolBase& operator=(const QXMol& other);
   QXMCMolBase& operator=(const QXMolBase& view) override;
 
+  /// The number of conformers.
   unsigned int NumConfs() const { return static_cast<unsigned int>(confs_.size()); }
   /// All conformers, the active one first; null when there are none.
   QXIterator<QXConfBase>* GetConfs() const;
@@ -66,6 +67,7 @@ class QXMCMolBase : public QXMolBase {
   QXConfBase* GetActive() const override { return confs_.empty() ? nullptr : confs_[0].get(); }
   QXMCMolBase& GetMolecule() const override { return const_cast<QXMCMolBase&>(*this); }
 
+  /// All atoms and all bonds, in their order; valid until one is added or taken away.
   std::span<QXAtom> Atoms() const { return {const_cast<QXAtom*>(atoms_.data()), atoms_.size()}; }
   std::span<QXBond> Bonds() const { return {const_cast<QXBond*>(bonds_.data()), bonds_.size()}; }
 

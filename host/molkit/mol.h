@@ -18,8 +18,8 @@ namespace QXMolKit {
 ///     mol.SetCoords(place);
 class QXMol {
  public:
-  QXMol() : QXMol(1u) {}
   /// An empty molecule, without atoms and conformers. There is one kind, 1.
+  QXMol() : QXMol(1u) {}
   explicit QXMol(unsigned int kind);
   /// A molecule of the one conformer that `mol` shows.
   QXMol(const QXMolBase& mol, unsigned int kind);

@@ -27,6 +27,7 @@ class QXMolBase : public QXCore::QXBase {
   /// a view with as many atoms; else it reports an error and stays as it is.
   virtual QXMolBase& operator=(const QXMolBase& other) = 0;
 
+  /// Those of the molecule, hydrogens included where they are atoms of their own.
   unsigned int NumAtoms() const;
   unsigned int NumBonds() const;
   /// The atoms in atom order; null when there are none.

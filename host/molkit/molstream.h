@@ -25,11 +25,11 @@ QXMolFormat QXGetMolFormat(const std::string& fileName);
 
 /// A record that could not be read.
 struct QXSkippedRecord {
-  std::string file;
-  size_t record = 0;  ///< its number in the file, from 1
-  size_t line = 0;    ///< its first line, from 1; in a binary file its first byte, from 0
-  std::string title;  ///< as far as it could be read
-  std::string reason;
+  std::string file;    ///< its name as given
+  size_t record = 0;   ///< its number in the file, from 1
+  size_t line = 0;     ///< its first line, from 1; in a binary file its first byte, from 0
+  std::string title;   ///< as far as it could be read
+  std::string reason;  ///< what is wrong, for people
 };
 
 /// Molecules from a file, one record in memory at a time.
@@ -43,6 +43,7 @@ struct QXSkippedRecord {
 /// "file:record: what is wrong: what to do".
 class qxmolistream {
  public:
+  /// Opens the file. What is wrong with it is reported as an error: see Error.
   explicit qxmolistream(const std::string& fileName, QXMolFormat format = QXMolFormat::Auto);
   ~qxmolistream();
   qxmolistream(qxmolistream&&) noexcept;
@@ -75,6 +76,7 @@ bool QXReadMolecule(qxmolistream& in, QXMol& mol);
 /// reported as an error, once; after that nothing is written.
 class qxmolostream {
  public:
+  /// Opens the file, and overwrites what it holds.
   explicit qxmolostream(const std::string& fileName, QXMolFormat format = QXMolFormat::Auto);
   /// Closes the file.
   ~qxmolostream();

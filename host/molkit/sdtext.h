@@ -13,10 +13,11 @@ class QXMolBase;
 /// copy costs two allocations however many items there are.
 class QXSDText {
  public:
-  static constexpr size_t npos = static_cast<size_t>(-1);
+  static constexpr size_t npos = static_cast<size_t>(-1);  ///< no position
   /// The most items that a file may bring, as tags are looked up by walking the list.
   static constexpr size_t kMaxItems = 10000;
 
+  /// The number of items.
   size_t Size() const { return items_.size(); }
   /// Views, valid until the list changes.
   std::string_view Tag(size_t i) const;

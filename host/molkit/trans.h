@@ -25,6 +25,7 @@ class QXTransBase {
 /// p -> m p.
 class QXRotMatrix : public QXTransBase {
  public:
+  /// Nine values, row-major.
   explicit QXRotMatrix(const double* m);
   QXTransBase* CreateCopy() const override { return new QXRotMatrix(*this); }
   void GetMatrixAndVector(double* m, double* t) const override;
@@ -36,6 +37,7 @@ class QXRotMatrix : public QXTransBase {
 /// p -> p + t.
 class QXTranslation : public QXTransBase {
  public:
+  /// Three values.
   explicit QXTranslation(const double* t);
   QXTransBase* CreateCopy() const override { return new QXTranslation(*this); }
   void GetMatrixAndVector(double* m, double* t) const override;
@@ -58,6 +60,7 @@ class QXTrans {
   QXTrans& operator=(QXTrans&&) noexcept = default;
   ~QXTrans() = default;
 
+  /// Back to no transforms.
   void Clear() { transforms_.clear(); }
   /// Appends a copy of `t`.
   void Append(const QXTransBase& t);

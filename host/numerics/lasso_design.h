@@ -10,6 +10,7 @@ class QXLassoDesign {
  public:
   virtual ~QXLassoDesign() = default;
 
+  /// The samples and the columns, of which each has a coefficient.
   virtual Eigen::Index Rows() const = 0;
   virtual Eigen::Index Cols() const = 0;
 
