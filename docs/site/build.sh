@@ -37,3 +37,10 @@ sed -i 's|/javascript/normalize.css/||' "$site/_static/styles/furo.css"
 scripts=$site/_static/scripts
 { cat "$scripts/gumshoe-patched.js"; sed '/^import Gumshoe/d' "$scripts/furo.js"; } >"$scripts/bundle.js"
 mv "$scripts/bundle.js" "$scripts/furo.js"
+# A page without sections has no last item to look for.
+sed -i 's/if (isAtBottom() && isInView(item/if (item \&\& isAtBottom() \&\& isInView(item/' "$scripts/furo.js"
+# Debian's compiler of styles leaves out the dark colours of those who ask for them in the system.
+styles=$site/_static/styles/furo.css
+dark=$(sed -n '/^  body\[data-theme="dark"\] {/,/}$/p' "$styles" | sed '1s/.*/  body:not([data-theme="light"]) {/')
+[[ $dark == *--color-background-primary* ]]
+printf '@media screen and (prefers-color-scheme: dark) {\n%s }\n' "$dark" >>"$styles"
