@@ -18,7 +18,8 @@ namespace QXHermiteMath {
 /// Example:
 ///   QXRelaxedLassoChargeDensity fit(params, options);
 ///   fit.FeatureSelection(points, values);
-///   QXHermiteChargeDensity density = fit.FitChargeDensity(points, values, 20);
+///   const unsigned int n = std::min(20u, fit.MaxNumFeatures());
+///   QXHermiteChargeDensity density = fit.FitChargeDensity(points, values, n);
 class QXRelaxedLassoChargeDensity {
  public:
   /// Without features.

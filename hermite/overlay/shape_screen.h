@@ -58,7 +58,7 @@ struct QXShapePose {
 ///
 /// Example:
 ///   QXShapeScreen screen(reference, refGaussians, {.polish = 2});
-///   for (const QXShapePose& pose : screen.FindPoses({{fitGaussians, {}}}, 1)) ...
+///   for (const QXShapePose& pose : screen.FindPoses({{fitGaussians, {}}}, 1)) Use(pose);
 class QXShapeScreen {
  public:
   /// The reference, expanded about the origin; its widths are used for all fits, and must be equal

@@ -195,7 +195,7 @@ std::vector<float> QXElementCoords(const QXGridBase& grid, int axis);
 /// Calls visit(value, x, y, z) for every element in the order of the values, x, y and z the
 /// QXElementCoord as floats. Values of a grid that is not const may be changed.
 ///
-///     QXForEachElement(grid, [&](float value, double x, double y, double z) { ... });
+///     QXForEachElement(grid, [&](float value, double x, double, double) { moment += x * value; });
 template <typename Grid, typename Visit>
 void QXForEachElement(Grid& grid, Visit&& visit) {
   const std::vector<float> xs = QXElementCoords(grid, 0);

@@ -1,7 +1,9 @@
 """qxhermite.overlay, similarity_matrix and expand, and their ways from and to RDKit and NumPy."""
 
+import doctest
 import os
 import pickle
+import shutil
 import subprocess
 import sys
 import threading
@@ -13,8 +15,8 @@ import pytest
 import qxhermite
 
 DATA = os.path.join(os.path.dirname(__file__), "..", "..", "examples", "data")
-REFERENCE = os.path.join(DATA, "reference.sdf")
-DRUGS = os.path.join(DATA, "drugs.sdf")
+REFERENCE = os.path.abspath(os.path.join(DATA, "reference.sdf"))
+DRUGS = os.path.abspath(os.path.join(DATA, "drugs.sdf"))
 TURN = np.array([[0, -1, 0, 4.0], [0, 0, -1, -7.0], [1, 0, 0, 2.5], [0, 0, 0, 1]])
 
 
@@ -303,3 +305,12 @@ def test_overlays_run_side_by_side(drugs):
     for thread in threads:
         thread.join()
     assert all(np.array_equal(scores, drugs.scores) for scores in results)
+
+
+def test_the_example_of_the_package_runs(tmp_path, monkeypatch):
+    monkeypatch.chdir(tmp_path)
+    shutil.copy(REFERENCE, "reference.sdf")
+    shutil.copy(DRUGS, "library.sdf")
+    (example,) = doctest.DocTestFinder(recurse=False).find(qxhermite)
+    results = doctest.DocTestRunner().run(example)
+    assert results.attempted == 3 and results.failed == 0 and os.path.exists("hits.sdf")
