@@ -59,10 +59,9 @@ class ChargesPotentialCommand : public Command {
   std::optional<QXScalarGrid> FillGrid(const ChargePotential& potential,
                                        const ChargeDensity& density, Console& console) const;
   bool TellNotFinite(Console& console) const;
+  bool WritePage(const ChargeDensity& density, OutputFile& page, Console& console) const;
   /// Where to write: the values, or the grid.
   const std::string& Output() const { return points_.empty() ? grid_ : output_; }
-
-  bool WritePage(const ChargeDensity& density, OutputFile& page, Console& console) const;
 
   std::string density_, points_, output_, grid_, report_;
   GridShape shape_;
@@ -70,6 +69,7 @@ class ChargesPotentialCommand : public Command {
 };
 
 void ChargesPotentialCommand::Declare(CLI::App& app) {
+  app_ = &app;
   app.option_defaults()->ignore_case();
   app.footer(kExamples);
   AddFile(app, "FILE", density_, "Charge density (.json), of qxhermite charges fit")->required();
@@ -85,7 +85,6 @@ void ChargesPotentialCommand::Declare(CLI::App& app) {
   grid->excludes(points);
   DeclareGridShape(app, shape_);
   AddReport(app, report_);
-  app_ = &app;
   for (const char* name : {"--like", "--spacing", "--width"}) app.get_option(name)->needs(grid);
 }
 

@@ -26,16 +26,18 @@ double CovalentRadius(unsigned int element) {
 
 QXMol WithBonds(QXMol mol) {
   constexpr double kSlack = 0.3;
-  if (mol.NumBonds() > 0) return mol;
+  constexpr unsigned int kMostAtoms = 3000;  // all pairs are looked at
+  const unsigned int count = mol.NumAtoms();
+  if (mol.NumBonds() > 0 || count > kMostAtoms) return mol;
   const std::vector<double> places = Coordinates(mol);
-  const auto radius = [&](unsigned int i) {
-    return CovalentRadius(mol.GetAtom(i)->GetAtomicNum());
-  };
-  for (unsigned int i = 0; i < mol.NumAtoms(); ++i) {
+  std::vector<double> radii;
+  for (unsigned int i = 0; i < count; ++i) {
+    radii.push_back(CovalentRadius(mol.GetAtom(i)->GetAtomicNum()));
+  }
+  const auto place = [&](unsigned int i) { return Vector3d::Map(&places[size_t{3} * i]); };
+  for (unsigned int i = 0; i < count; ++i) {
     for (unsigned int j = 0; j < i; ++j) {
-      const double distance =
-          (Vector3d::Map(&places[size_t{3} * i]) - Vector3d::Map(&places[size_t{3} * j])).norm();
-      if (distance < radius(i) + radius(j) + kSlack) {
+      if ((place(i) - place(j)).norm() < radii[i] + radii[j] + kSlack) {
         mol.NewBond(i, j, QXMolKit::QXBondOrder::Single);
       }
     }

@@ -2,15 +2,14 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <filesystem>
+#include <memory>
 #include <utility>
 
 #include "hermite/overlay/hermite_shape_overlay.h"
 #include "host/grid/grid_file.h"
 #include "host/grid/skew_grid.h"
 #include "tools/grid_density.h"
-#include "tools/report_poses.h"
 
 namespace QXTools {
 std::optional<Hit> OverlayGridFile(const std::string& path, const OverlayArguments& arguments,
@@ -41,35 +40,26 @@ std::optional<Hit> OverlayGridFile(const std::string& path, const OverlayArgumen
   return hit;
 }
 
-std::optional<QXCore::QXScalarGrid> MovedGrid(const Hit& hit) {
+void MoveAtoms(const QXCore::QXScalarGrid& grid, const QXMolKit::QXTrans& motion,
+               QXCore::QXScalarGrid& moved) {
+  if (!grid.HasDataOfType<QXMolKit::QXMol>(QXCore::kQXGridMoleculeTag)) return;
+  auto atoms = grid.GetData<QXMolKit::QXMol>(QXCore::kQXGridMoleculeTag);
+  const std::unique_ptr<QXMolKit::QXIterator<QXMolKit::QXConfBase>> confs(atoms.GetConfs());
+  for (; confs && confs->IsValid(); confs->Next()) motion.Transform(confs->Get());
+  moved.SetData(QXCore::kQXGridMoleculeTag, std::move(atoms));
+}
+
+std::optional<QXCore::QXScalarGrid> WriteMovedGrid(const Hit& hit, const std::string& path,
+                                                   const std::string& formatOf) {
   QXCore::QXScalarGrid grid;
   if (!QXCore::QXReadGrid(hit.file, grid)) return std::nullopt;
   QXCore::QXSkewGrid skew(grid);
   QXCore::QXTransform(skew, hit.motion);
   QXCore::QXScalarGrid moved;
   QXCore::QXMakeRegularGrid(moved, skew, grid.GetSpacing());
-  if (grid.HasDataOfType<QXMolKit::QXMol>(QXCore::kQXGridMoleculeTag)) {
-    auto atoms = grid.GetData<QXMolKit::QXMol>(QXCore::kQXGridMoleculeTag);
-    hit.motion.Transform(atoms.GetActive());
-    moved.SetData(QXCore::kQXGridMoleculeTag, std::move(atoms));
-  }
+  MoveAtoms(grid, hit.motion, moved);
+  if (!QXCore::QXWriteGrid(path, moved, QXCore::QXGetGridFormat(formatOf))) return std::nullopt;
   return moved;
-}
-
-bool WriteMovedGrid(const Hit& hit, const std::string& path, const std::string& formatOf) {
-  const std::optional<QXCore::QXScalarGrid> moved = MovedGrid(hit);
-  return moved && QXCore::QXWriteGrid(path, *moved, QXCore::QXGetGridFormat(formatOf));
-}
-
-void AddMovedGrids(Report& report, const std::vector<Hit>& hits) {
-  for (size_t row = 0; row < std::min(hits.size(), kMostRowGrids); ++row) {
-    std::optional<QXCore::QXScalarGrid> moved = MovedGrid(hits[row]);
-    if (moved) AddRowGrid(report, row, std::move(*moved));
-  }
-  if (hits.size() > kMostRowGrids) {
-    report.remarks.emplace_back("Grids",
-                                fmt::format("{} of {}: the best ones", kMostRowGrids, hits.size()));
-  }
 }
 
 std::string RankedName(const std::string& name, size_t rank) {

@@ -117,7 +117,8 @@ class OverlayRun {
   std::unique_ptr<QXShapeOverlay> overlay_;  ///< writes records, where they are asked for
   std::unique_ptr<QXShapeChargeOverlay> chargeOverlay_;  ///< instead, where charge is weighed
   std::vector<Hit> hits_;
-  size_t recordsRead_ = 0;  ///< of the files that are done
+  std::vector<QXCore::QXScalarGrid> movedGrids_;  ///< of the first hits, for the report
+  size_t recordsRead_ = 0;                        ///< of the files that are done
   size_t recordsSkipped_ = 0;
   size_t filesSkipped_ = 0;
   size_t recordsLost_ = 0;  ///< `.qxb` records that could not be kept
@@ -360,7 +361,10 @@ bool OverlayRun::WriteMovedGrids() {
     if (rank > 1) further_.emplace_back(name, console_);
     const OutputFile& file = rank > 1 ? further_.back() : out_;
     if (!file.IsOpen()) return false;
-    if (!WriteMovedGrid(hits_[rank - 1], file.TemporaryPath(), name)) return false;
+    const std::optional<QXCore::QXScalarGrid> moved =
+        WriteMovedGrid(hits_[rank - 1], file.TemporaryPath(), name);
+    if (!moved) return false;
+    if (report_ && rank <= kMostRowGrids) movedGrids_.push_back(Reduced(*moved));
   }
   return true;
 }
@@ -379,7 +383,11 @@ bool OverlayRun::WriteReport() {
   }
   report.title =
       "Overlay on " + (report.fields.empty() ? report.referenceName : report.fields.front().name);
-  if (fitsAreGrids_) AddMovedGrids(report, shown);
+  for (size_t row = 0; row < movedGrids_.size(); ++row) AddRowGrid(report, row, movedGrids_[row]);
+  if (fitsAreGrids_ && movedGrids_.size() < hits_.size()) {
+    report.remarks.emplace_back(
+        "Grids", fmt::format("{} of {}: the best ones", movedGrids_.size(), hits_.size()));
+  }
   if (QXTools::WriteReport(report, report_->TemporaryPath())) return true;
   console_.Say(fmt::format("{}: cannot be written: is the disk full?", arguments_.report));
   return false;

@@ -115,43 +115,6 @@ class Molecules {
   std::map<std::string, size_t> known_;
 };
 
-/// The means over blocks of so many elements an axis that few enough are left. What does not fill a
-/// block at the end of an axis is left out.
-QXScalarGrid Reduced(const QXScalarGrid& grid) {
-  const unsigned int largest = std::max({grid.GetXDim(), grid.GetYDim(), grid.GetZDim()});
-  const unsigned int block = (largest + kLargestDim - 1) / kLargestDim;
-  if (block <= 1) return grid;
-  const auto blocks = [&](unsigned int dim) { return std::max(1u, dim / block); };
-  const std::array<unsigned int, 3> dims = {grid.GetXDim(), grid.GetYDim(), grid.GetZDim()};
-  const std::array<unsigned int, 3> less = {blocks(dims[0]), blocks(dims[1]), blocks(dims[2])};
-  QXScalarGrid reduced;
-  reduced.SetDim(less[0], less[1], less[2]);
-  reduced.SetSpacing(grid.GetSpacing() * static_cast<float>(block));
-  const auto mid = [&](int axis, float whole) {
-    const unsigned int left = dims[axis] - std::min(dims[axis], less[axis] * block);
-    return whole - 0.5f * static_cast<float>(left) * grid.GetSpacing();
-  };
-  reduced.SetMid(mid(0, grid.GetXMid()), mid(1, grid.GetYMid()), mid(2, grid.GetZMid()));
-  std::vector<double> sums(reduced.GetSize());
-  std::vector<unsigned int> counts(reduced.GetSize());
-  const float* value = grid.GetValues();
-  for (unsigned int z = 0; z < dims[2]; ++z) {
-    for (unsigned int y = 0; y < dims[1]; ++y) {
-      for (unsigned int x = 0; x < dims[0]; ++x, ++value) {
-        const std::array<unsigned int, 3> at = {x / block, y / block, z / block};
-        if (at[0] >= less[0] || at[1] >= less[1] || at[2] >= less[2]) continue;
-        const size_t element = at[0] + less[0] * (at[1] + size_t{less[1]} * at[2]);
-        sums[element] += *value;
-        ++counts[element];
-      }
-    }
-  }
-  for (size_t i = 0; i < sums.size(); ++i) {
-    reduced.GetValues()[i] = static_cast<float>(sums[i] / counts[i]);
-  }
-  return reduced;
-}
-
 /// The value above which 70 % of all that is positive lies.
 double UsualLevel(const QXScalarGrid& grid) {
   constexpr double kShare = 0.7;
@@ -184,6 +147,7 @@ Json FieldJson(const ReportField& field) {
           {"unit", field.unit},
           {"bothSigns", field.bothSigns},
           {"row", field.row ? Json(*field.row) : Json(nullptr)},
+          {"shown", field.shown},
           {"level", field.level > 0.0 ? field.level : UsualLevel(grid)},
           {"size", {grid.GetXDim(), grid.GetYDim(), grid.GetZDim()}},
           {"origin", QXCore::QXGridOrigin(grid)},
@@ -246,6 +210,42 @@ size_t Report::NumRows() const {
   return rows;
 }
 
+QXScalarGrid Reduced(const QXScalarGrid& grid) {
+  const unsigned int largest = std::max({grid.GetXDim(), grid.GetYDim(), grid.GetZDim()});
+  const unsigned int block = (largest + kLargestDim - 1) / kLargestDim;
+  if (block <= 1) return grid;
+  const auto blocks = [&](unsigned int dim) { return std::max(1u, dim / block); };
+  const std::array<unsigned int, 3> dims = {grid.GetXDim(), grid.GetYDim(), grid.GetZDim()};
+  const std::array<unsigned int, 3> less = {blocks(dims[0]), blocks(dims[1]), blocks(dims[2])};
+  QXScalarGrid reduced;
+  static_cast<QXCore::QXBase&>(reduced) = grid;  // what is attached
+  reduced.SetDim(less[0], less[1], less[2]);
+  reduced.SetSpacing(grid.GetSpacing() * static_cast<float>(block));
+  const auto mid = [&](int axis, float whole) {
+    const unsigned int left = dims[axis] - std::min(dims[axis], less[axis] * block);
+    return whole - 0.5f * static_cast<float>(left) * grid.GetSpacing();
+  };
+  reduced.SetMid(mid(0, grid.GetXMid()), mid(1, grid.GetYMid()), mid(2, grid.GetZMid()));
+  std::vector<double> sums(reduced.GetSize());
+  std::vector<unsigned int> counts(reduced.GetSize());
+  const float* value = grid.GetValues();
+  for (unsigned int z = 0; z < dims[2]; ++z) {
+    for (unsigned int y = 0; y < dims[1]; ++y) {
+      for (unsigned int x = 0; x < dims[0]; ++x, ++value) {
+        const std::array<unsigned int, 3> at = {x / block, y / block, z / block};
+        if (at[0] >= less[0] || at[1] >= less[1] || at[2] >= less[2]) continue;
+        const size_t element = at[0] + less[0] * (at[1] + size_t{less[1]} * at[2]);
+        sums[element] += *value;
+        ++counts[element];
+      }
+    }
+  }
+  for (size_t i = 0; i < sums.size(); ++i) {
+    reduced.GetValues()[i] = static_cast<float>(sums[i] / counts[i]);
+  }
+  return reduced;
+}
+
 std::string ReportJson(const Report& report) {
   Molecules molecules;
   Json json = {{"generator", "QXHermite " QX_VERSION},
@@ -270,6 +270,7 @@ std::string ReportJson(const Report& report) {
   json["structures"] = molecules.Structures();
   json["chosen"] = report.chosen;
   json["allHydrogens"] = report.allHydrogens;
+  json["shapes"] = report.shapes;
   json["turn"] = FirstTurn(report);
   json["score"] = report.score ? Json(*report.score) : Json(nullptr);
   json["curve"] = nullptr;

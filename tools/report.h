@@ -31,9 +31,10 @@ struct ReportField {
   QXCore::QXScalarGrid grid{};
   double level = 0.0;      ///< of the surface at first; not positive: one that holds most of it
   bool bothSigns = false;  ///< shows the surface at minus the level too
-  /// The only row that it belongs to; by default it is of all rows. Fields of one name that belong
-  /// to a row each share a button.
+  /// The only row that it belongs to; by default it is of all rows. Fields that belong to a row
+  /// each share a button where they have one name, and then unit and signs as well.
   std::optional<size_t> row{};
+  bool shown = false;  ///< at first
 };
 
 /// A curve of some columns over another one, by their places; it stands in place of the histogram.
@@ -56,6 +57,7 @@ struct Report {
   std::vector<QXMolKit::QXMol> poses;  ///< the active conformer of each is shown; or none at all
   size_t chosen = 0;                   ///< the row that is chosen at first
   bool allHydrogens = false;           ///< shows those on carbons at first, too
+  bool shapes = false;                 ///< offers the shape densities of its molecules
   /// The column whose histogram is shown first; by default the first one of numbers.
   std::optional<size_t> score;
   std::optional<ReportCurve> curve;
@@ -66,6 +68,11 @@ struct Report {
 
 /// More rows make a page that is slow to open.
 inline constexpr size_t kMostReportRows = 10000;
+
+/// The means over blocks of so many elements an axis that at most 64 an axis are left, as a page
+/// holds grids. What does not fill a block at the end of an axis is left out; what is attached to
+/// the grid stays.
+QXCore::QXScalarGrid Reduced(const QXCore::QXScalarGrid& grid);
 
 /// False when the page for reports was left out of this build.
 bool ReportsAreBuilt();

@@ -120,6 +120,7 @@ bool Falls(std::vector<double> values) {
 
 Report ReportOfPoses(std::vector<QXMol> poses) {
   Report report;
+  report.shapes = true;
   if (poses.size() > kMostReportRows) poses.resize(kMostReportRows);
   ReportColumn titles{.name = "Title"};
   for (const QXMol& pose : poses) titles.texts.push_back(pose.GetTitle());
@@ -218,29 +219,40 @@ bool AddReference(Report& report, const std::string& path, unsigned int record,
   if (IsGridFile(path)) return AddDensity(report, path, listener);
   std::optional<QXMol> mol = ReadRecord(path, record, option, listener);
   if (!mol) return false;
-  report.reference = std::move(*mol);
-  const std::string title = report.reference.GetTitle();
-  report.referenceName = title.empty() ? "Reference" : title;
+  AddReference(report, std::move(*mol));
   return true;
+}
+
+void AddReference(Report& report, QXMol mol) {
+  const std::string title = mol.GetTitle();
+  report.referenceName = title.empty() ? "Reference" : title;
+  report.reference = std::move(mol);
 }
 
 bool AddDensity(Report& report, const std::string& path, Listener& listener) {
-  std::optional<QXCore::QXScalarGrid> grid = ReadDensityGrid(path, listener);
-  if (!grid) return false;
-  if (report.reference.NumAtoms() == 0 && grid->HasDataOfType<QXMol>(QXCore::kQXGridMoleculeTag)) {
-    report.reference = WithBonds(grid->GetData<QXMol>(QXCore::kQXGridMoleculeTag));
-    report.referenceName = "Atoms of the grid";
-  }
-  report.fields.push_back(
-      {.name = std::filesystem::path(path).filename().string(), .grid = std::move(*grid)});
-  return true;
+  const std::optional<QXCore::QXScalarGrid> grid = ReadDensityGrid(path, listener);
+  if (grid) AddGrid(report, std::filesystem::path(path).filename().string(), *grid);
+  return grid.has_value();
 }
 
-void AddRowGrid(Report& report, size_t row, QXCore::QXScalarGrid grid) {
-  if (grid.HasDataOfType<QXMol>(QXCore::kQXGridMoleculeTag)) {
-    report.poses[row] = WithBonds(grid.GetData<QXMol>(QXCore::kQXGridMoleculeTag));
+void AddGrid(Report& report, const std::string& name, const QXCore::QXScalarGrid& grid) {
+  if (report.reference.NumAtoms() == 0 && grid.HasDataOfType<QXMol>(QXCore::kQXGridMoleculeTag)) {
+    report.reference = WithBonds(grid.GetData<QXMol>(QXCore::kQXGridMoleculeTag));
+    report.referenceName = "Atoms of the grid";
   }
-  report.fields.push_back({.name = "Chosen grid", .grid = std::move(grid), .row = row});
+  // A grid is what a grid stands for; a molecule has its atoms.
+  const bool isAll = report.fields.empty() && report.reference.NumAtoms() == 0;
+  report.fields.push_back({.name = name, .grid = Reduced(grid), .shown = isAll});
+}
+
+void AddRowGrid(Report& report, size_t row, const QXCore::QXScalarGrid& grid) {
+  QXMol& pose = report.poses[row];
+  if (pose.NumAtoms() == 0 && grid.HasDataOfType<QXMol>(QXCore::kQXGridMoleculeTag)) {
+    pose = WithBonds(grid.GetData<QXMol>(QXCore::kQXGridMoleculeTag));
+  }
+  for (ReportField& field : report.fields) field.shown = true;
+  report.fields.push_back(
+      {.name = "Chosen grid", .grid = Reduced(grid), .row = row, .shown = true});
 }
 
 }  // namespace QXTools

@@ -32,14 +32,20 @@ Report ReportOfAtoms(const QXMolKit::QXMol& atoms, const QXCore::QXScalarGrid& d
 bool AddReference(Report& report, const std::string& path, unsigned int record,
                   const std::string& option, Listener& listener);
 
+/// The same of a molecule.
+void AddReference(Report& report, QXMolKit::QXMol mol);
+
 /// Adds the density of a grid file, under the name of the file. False when that cannot be done,
 /// which the listener is told.
 bool AddDensity(Report& report, const std::string& path, Listener& listener);
 
+/// Adds a grid that is always there, and the atoms it may carry where there is no reference yet.
+void AddGrid(Report& report, const std::string& name, const QXCore::QXScalarGrid& grid);
+
 /// So many rows of a page can have their own grids, of up to 0.7 MB each.
 inline constexpr size_t kMostRowGrids = 10;
 
-/// Adds the grid that a row stands for, with the atoms it may carry.
-void AddRowGrid(Report& report, size_t row, QXCore::QXScalarGrid grid);
+/// Adds the grid that a row stands for, and the atoms it may carry where the row has none.
+void AddRowGrid(Report& report, size_t row, const QXCore::QXScalarGrid& grid);
 
 }  // namespace QXTools

@@ -39,8 +39,9 @@ scripts=$site/_static/scripts
 mv "$scripts/bundle.js" "$scripts/furo.js"
 # A page without sections has no last item to look for.
 sed -i 's/if (isAtBottom() && isInView(item/if (item \&\& isAtBottom() \&\& isInView(item/' "$scripts/furo.js"
+grep -q 'if (item && isAtBottom' "$scripts/furo.js" || { echo "the theme has another script" >&2; exit 1; }
 # Debian's compiler of styles leaves out the dark colours of those who ask for them in the system.
 styles=$site/_static/styles/furo.css
 dark=$(sed -n '/^  body\[data-theme="dark"\] {/,/}$/p' "$styles" | sed '1s/.*/  body:not([data-theme="light"]) {/')
-[[ $dark == *--color-background-primary* ]]
+[[ $dark == *--color-background-primary* ]] || { echo "the theme has other colours" >&2; exit 1; }
 printf '@media screen and (prefers-color-scheme: dark) {\n%s }\n' "$dark" >>"$styles"

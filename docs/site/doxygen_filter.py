@@ -5,7 +5,8 @@ Usage: doxygen_filter.py HEADER
 Lines of a `///` comment that are indented further are kept as they stand: they are formulas, tables
 and examples. A `//` comment in front of the first namespace is the description of the file. A comment often
 holds for some declarations that follow it without a blank line or another comment between them: each
-gets it, marked as told together. Defaulted and deleted members without a comment are left out.
+gets it, marked as told together. Copies, moves and destructors that the compiler makes are left out where
+they have no comment.
 """
 
 import itertools
@@ -68,11 +69,11 @@ def distributed(lines):
 
 
 def without_defaults(lines):
-    """The lines, without the copies, moves and destructors of which the compiler's are told to do."""
+    """The lines, without defaulted copies, moves and destructors."""
     previous = ""
     for line in lines:
-        plain = re.match(r"\s*(virtual )?(\w+& operator=|~?\w+)\([^;{]*\)( noexcept| override)* = "
-                         r"(default|delete);$", line)
+        plain = re.match(r"\s*(virtual )?(\w+& operator=\(.+\)|\w+\(.+\)|~\w+\(\))( noexcept| override)*"
+                         r" = default;$", line)
         if not plain or is_comment(previous):
             yield line
         previous = line

@@ -18,7 +18,7 @@ std::string QXGetTagName(unsigned int tag);
 /// A number that identifies a type for the run of the program.
 unsigned int QXGetDataType(const std::type_info& type);
 
-/// That of T.
+/// The number of the type T.
 template <typename T>
 unsigned int QXGetDataType() {
   static const unsigned int type = QXGetDataType(typeid(T));
@@ -28,7 +28,7 @@ unsigned int QXGetDataType() {
 /// One datum attached to an object under a tag.
 class QXBaseData {
  public:
-  /// To stand under this tag.
+  /// A datum that stands under this tag.
   explicit QXBaseData(unsigned int tag) : tag_(tag) {}
   virtual ~QXBaseData() = default;
   /// The number of the value's type: QXGetDataType<T>().

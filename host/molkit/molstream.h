@@ -76,7 +76,7 @@ bool QXReadMolecule(qxmolistream& in, QXMol& mol);
 /// reported as an error, once; after that nothing is written.
 class qxmolostream {
  public:
-  /// Opens the file, and overwrites what it holds.
+  /// Opens the file, and overwrites what it holds; not where its format is not known.
   explicit qxmolostream(const std::string& fileName, QXMolFormat format = QXMolFormat::Auto);
   /// Closes the file.
   ~qxmolostream();

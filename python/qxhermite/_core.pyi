@@ -651,7 +651,7 @@ def write_report(
     reference: Union[Molecule, ScalarGrid, None] = ...,
     title: str = ...,
     settings: dict[str, Any] = ...,
-    maps: dict[int, ScalarGrid] = ...,
+    maps: Iterable[tuple[int, ScalarGrid]] = ...,
 ) -> None: ...
 
 # Expansions about several sites.

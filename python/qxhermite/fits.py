@@ -37,7 +37,9 @@ class Fit:
         self.thing, self.source, self.problem = thing, source, problem
         self.records, self.original = records, original
         name = os.path.basename(source) if isinstance(source, str) else f"fit {source}"
-        self.title = getattr(thing, "title", "") or name
+        # Maps of one program tend to have one title.
+        of_file = isinstance(thing, ScalarGrid) and isinstance(source, str)
+        self.title = name if of_file else getattr(thing, "title", "") or name
 
 
 def is_single(fits):

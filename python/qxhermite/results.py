@@ -49,7 +49,7 @@ class Hit:
     @property
     def molecule(self) -> Molecule | None:
         """The pose as a `Molecule` of one conformer with its scores as data; None for a map."""
-        if not isinstance(self._fit.thing, Molecule):
+        if self._is_map():
             return None
         pose = self._fit.thing.conformer(self.conformer).transformed(self.transform)
         pose.data = {**pose.data, **self._texts()}
@@ -58,7 +58,7 @@ class Hit:
     @property
     def map(self) -> ScalarGrid | None:
         """The moved map, resampled at its own spacing; None for a molecule."""
-        if not isinstance(self._fit.thing, ScalarGrid):
+        if not self._is_map():
             return None
         return self._fit.thing.transformed(self.transform)
 
@@ -76,6 +76,9 @@ class Hit:
         for name, text in self._texts().items():
             pose.SetProp(name, text)
         return pose
+
+    def _is_map(self):
+        return isinstance(self._fit.thing, ScalarGrid)
 
     def _standing_for_map(self):
         pose = Molecule([], np.zeros((0, 3)), title=self.title)
@@ -195,19 +198,21 @@ class OverlayResult(Sequence[Hit]):
         if not str(path).lower().endswith((".html", ".htm")):
             raise ValueError(f"{os.fspath(path)}: not the name of a page: name it .html")
         self._require_new(path)
-        if len(self) > _MOST_REPORTED:
+        shown = self._hits[:_MOST_REPORTED]
+        maps = [row for row, hit in enumerate(shown) if hit._is_map()]
+        settings = dict(self.settings)
+        if len(self) > len(shown):
             text = f"{len(self)} hits: the best {_MOST_REPORTED} are reported"
             warnings.warn(text, QXHermiteWarning, 2)
-        name = title or f"Overlay on {self.reference.title or 'the reference'}"
-        shown = self._hits[:_MOST_REPORTED]
-        maps = [row for row, hit in enumerate(shown) if hit.molecule is None][:_MOST_MAPS]
+        if len(maps) > _MOST_MAPS:
+            settings["maps drawn"] = f"{_MOST_MAPS} of {len(maps)}: the best ones"
         write_report(
             path,
-            [hit.molecule or hit._standing_for_map() for hit in shown],
+            [hit._standing_for_map() if hit._is_map() else hit.molecule for hit in shown],
             reference=self.reference,
-            title=name,
-            settings=self.settings,
-            maps={row: shown[row].map for row in maps},
+            title=title or f"Overlay on {self.reference.title or 'the reference'}",
+            settings=settings,
+            maps=((row, shown[row].map) for row in maps[:_MOST_MAPS]),
         )
 
     def _poses(self):

@@ -13,6 +13,7 @@
 #include "python/src/checks.h"
 #include "python/src/reports.h"
 #include "python/src/text.h"
+#include "tools/grid_fit.h"
 
 namespace QXPython {
 
@@ -178,14 +179,11 @@ QXScalarGrid MakeRegular(const QXSkewGrid& skew, std::optional<double> spacing) 
 
 QXScalarGrid Transformed(const QXScalarGrid& grid, const Array& transform,
                          std::optional<double> spacing) {
+  const QXMolKit::QXTrans motion = ToTrans(transform);
   QXSkewGrid skew(grid);
-  QXTransform(skew, ToTrans(transform));
+  QXTransform(skew, motion);
   QXScalarGrid moved = MakeRegular(skew, spacing);
-  if (grid.HasDataOfType<QXMolKit::QXMol>(QXCore::kQXGridMoleculeTag)) {
-    auto atoms = grid.GetData<QXMolKit::QXMol>(QXCore::kQXGridMoleculeTag);
-    ToTrans(transform).Transform(atoms.GetActive());
-    moved.SetData(QXCore::kQXGridMoleculeTag, std::move(atoms));
-  }
+  QXTools::MoveAtoms(grid, motion, moved);
   return moved;
 }
 

@@ -2,7 +2,6 @@
 #include <pybind11/stl/filesystem.h>
 
 #include <filesystem>
-#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,9 +18,26 @@ using QXMolKit::QXMol;
 
 namespace {
 
+/// Pairs of a row and its map, one at a time, for they can be large.
+void AddMaps(QXTools::Report& report, const py::iterable& maps) {
+  size_t count = 0;
+  for (const py::handle& pair : maps) {
+    const auto [row, map] = pair.cast<std::pair<size_t, py::object>>();
+    if (row >= report.poses.size()) {
+      throw py::value_error("maps: there is no pose " + std::to_string(row));
+    }
+    if (++count > QXTools::kMostRowGrids) {
+      throw py::value_error("maps: too many for a page: give the best " +
+                            std::to_string(QXTools::kMostRowGrids));
+    }
+    const auto& grid = map.cast<const QXCore::QXScalarGrid&>();
+    Call([&] { QXTools::AddRowGrid(report, row, grid); });
+  }
+}
+
 void WriteReport(const std::filesystem::path& path, const std::vector<QXMol>& poses,
                  const py::object& reference, const py::str& title, const py::dict& settings,
-                 const std::map<size_t, QXCore::QXScalarGrid>& maps) {
+                 const py::iterable& maps) {
   if (!QXTools::ReportsAreBuilt()) {
     throw py::value_error("reports were left out when the module was built");
   }
@@ -36,22 +52,14 @@ void WriteReport(const std::filesystem::path& path, const std::vector<QXMol>& po
     report.settings.emplace_back(ToText(name), ToText(value));
   }
   if (py::isinstance<QXCore::QXScalarGrid>(reference)) {
-    report.fields.push_back({"reference", "", reference.cast<const QXCore::QXScalarGrid&>()});
+    const auto& grid = reference.cast<const QXCore::QXScalarGrid&>();
+    Call([&] { QXTools::AddGrid(report, "Reference", grid); });
   } else if (py::isinstance<QXMol>(reference)) {
-    report.reference = reference.cast<const QXMol&>();
+    QXTools::AddReference(report, reference.cast<const QXMol&>());
   } else if (!reference.is_none()) {
     throw py::type_error("reference: must be a Molecule, a ScalarGrid or None");
   }
-  if (maps.size() > QXTools::kMostRowGrids) {
-    throw py::value_error("maps: " + std::to_string(maps.size()) + " are too many for a page: " +
-                          "give the best " + std::to_string(QXTools::kMostRowGrids));
-  }
-  for (const auto& [row, map] : maps) {
-    if (row >= poses.size()) {
-      throw py::value_error("maps: there is no pose " + std::to_string(row));
-    }
-    QXTools::AddRowGrid(report, row, map);
-  }
+  AddMaps(report, maps);
   if (!Call([&] { return QXTools::WriteReport(report, path.string()); })) {
     PyErr_SetString(PyExc_OSError, (path.string() + ": cannot be written").c_str());
     throw py::error_already_set();
@@ -64,13 +72,13 @@ void BindReport(py::module_& module) {
   module.def(
       "write_report", &WriteReport, py::arg("path"), py::arg("poses"), py::kw_only(),
       py::arg("reference") = py::none(), py::arg("title") = "Overlay",
-      py::arg("settings") = py::dict(), py::arg("maps") = py::dict(),
+      py::arg("settings") = py::dict(), py::arg("maps") = py::tuple(),
       R"(Writes one HTML page that shows molecules, best first, beside what they were laid over.
 
 The page works offline: a 3-D viewer, a table of the data of the molecules that are numbers, and their
 histogram. poses: list of Molecule; reference: a Molecule, a ScalarGrid, or None; settings: shown in
-the footer; maps: by the place of the pose that stands for it, a ScalarGrid in the frame of the
-reference. At most 10000 poses and 10 maps. OSError when the file cannot be written.)");
+the footer; maps: pairs of the place of a pose and the ScalarGrid that it stands for, in the frame of
+the reference, each taken when it is its turn. At most 10000 poses and 10 maps. OSError when the file cannot be written.)");
 }
 
 }  // namespace QXPython

@@ -3,6 +3,7 @@
 import doctest
 import os
 import pickle
+import re
 import shutil
 import subprocess
 import sys
@@ -181,8 +182,15 @@ def test_maps_take_part_on_either_side(tmp_path):
     for carried, field in [(moved, grid), (grid, moved)]:  # its atoms and its values came back
         places = np.rint((heavy(carried.molecule) - field.origin) / field.spacing)
         assert field.values[tuple(places.astype(int).T)].min() > 0.1 * field.values.max()
-    result.report(tmp_path / "maps.html")
-    assert "Chosen grid" in (tmp_path / "maps.html").read_text()
+    two = np.array([np.zeros((2, 3)), np.ones((2, 3))])  # conformers
+    grid.molecule = qxhermite.Molecule([6, 6], two)
+    assert np.allclose(grid.transformed(turn).molecule.coordinates, apply(turn, two))
+    grid.molecule = qxhermite.Molecule([], np.zeros((0, 3)))
+    many = qxhermite.overlay(path, [benzene, *[grid] * 11], cut=0.7)
+    many.report(tmp_path / "maps.html")
+    page = (tmp_path / "maps.html").read_text()
+    rows = [int(row) for row in re.findall(r'"row":(\d+)', page)]
+    assert rows == [row for row, hit in enumerate(many) if hit.map][:10] and "10 of 11" in page
     with pytest.raises(TypeError, match="maps have no atoms"):
         result.write(tmp_path / "maps.sdf")
 

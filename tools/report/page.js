@@ -70,104 +70,14 @@ class Page {
     const all = make('button', {type: 'button'}, 'Whole view');
     all.addEventListener('click', () => this.scene.showAll());
     byId('controls').append(all);
-    this.surfaces = this.surfaceList();
-    this.surfaces.forEach(surface => this.addSurface(surface));
+    this.surfaces = surfaceList(this.reference, this.fields).map(
+        surface => new SurfaceControl(surface, this.scene, this.table.chosen, byId('surfaces')));
   }
 
   /// A button that is pressed or not, with the colour of what it shows.
   addToggle(name, color, apply, pressed = true) {
     const button = toggleButton(name, color && colors[color], pressed, apply);
     byId('controls').append(button);
-  }
-
-  /// What can be shown, each with the field of it that is to be drawn now, if there is one, and with
-  /// the scale of its levels.
-  surfaceList() {
-    const levels = () => ({unit: '', scale: {largest: 4, level: 1}});
-    const list = [];
-    if (this.reference?.bonds.length > 0 && this.fields.length === 0) {
-      list.push({name: `${report.referenceName} density`, key: 'reference-density', ...levels(),
-                 color: colors.reference, field: () => shapeDensity(this.reference)});
-    }
-    if (report.poses.some(pose => pose && report.structures[pose[0]].bonds.length > 0) &&
-        this.fields.every(({row}) => row === null)) {
-      list.push({name: `Density of the ${report.rowName}`, key: 'row-density', ...levels(), ofRow: true,
-                 color: colors.row, field: () => this.molecule && shapeDensity(this.molecule)});
-    }
-    const perRow = new Map();  // by name
-    this.fields.forEach((field, at) => {
-      const {name, unit, bothSigns, row} = field;
-      if (row !== null && perRow.has(name)) {
-        perRow.get(name).set(row, field);
-        return;
-      }
-      const rows = row === null ? null : new Map([[row, field]]);
-      if (rows) perRow.set(name, rows);
-      list.push({name, key: `field-${at}`, unit, bothSigns, rows, scale: field,
-                 color: rows && !bothSigns ? colors.row : colors.positive,
-                 field: () => rows ? rows.get(this.table.chosen) : field});
-    });
-    return list;
-  }
-
-  /// A button and a slider, whose steps are those of the logarithm of the level.
-  addSurface(surface) {
-    const value = make('output', {});
-    const slider = make('input', {type: 'range', min: 0, max: 200, step: 1, disabled: '',
-                                  'aria-label': `Level of ${surface.name}`});
-    const range = 1000;  // from the lowest level to the highest
-    const read = () => {
-      surface.scale.level = surface.scale.largest * range ** (slider.value / 200 - 1);
-      const text = `${surface.bothSigns ? '\u00b1' : ''}${Number(surface.scale.level.toPrecision(3))}`;
-      const level = `${text} ${surface.unit}`.trim();
-      value.textContent = surface.isAway ? this.whereItIs(surface) : level;
-      slider.setAttribute('aria-valuetext', level);
-    };
-    const button = toggleButton(surface.name, surface.color, false, shown => {
-      surface.shown = shown;
-      surface.update();
-    });
-    surface.update = () => {
-      surface.isAway = this.isOfAnother(surface);
-      if (surface.rows && !surface.isAway) surface.scale = surface.field();
-      const {level, largest} = surface.scale;
-      slider.value = 200 * (1 + Math.log(level / largest) / Math.log(range));
-      button.disabled = surface.isAway;
-      slider.disabled = surface.isAway || !surface.shown;
-      read();
-      this.drawSurface(surface);
-    };
-    slider.addEventListener('input', () => {
-      read();
-      cancelAnimationFrame(surface.waiting);
-      surface.waiting = requestAnimationFrame(() => this.drawSurface(surface));
-    });
-    surface.update();
-    // A grid is what a grid stands for; a molecule has its atoms.
-    const isAll = surface.rows ? !this.molecule : surface.key === 'field-0' && !this.reference;
-    if (isAll && !surface.isAway) button.click();
-    byId('surfaces').append(make('div', {class: 'surface'}, button, slider, value));
-  }
-
-  isOfAnother({rows}) {
-    return Boolean(rows) && !rows.has(this.table.chosen);
-  }
-
-  whereItIs({rows}) {
-    const [first] = rows.keys();
-    return rows.size === 1 ? `only for ${report.rowName} ${first + 1}`
-        : `not for this ${report.rowName}`;
-  }
-
-  drawSurface({key, shown, isAway, field, scale, color, bothSigns}) {
-    const density = shown && !isAway ? field() : null;
-    const list = [];
-    if (density) {
-      const {level} = scale;
-      list.push({surface: isosurface(density, level), color, isMesh: color === colors.row});
-      if (bothSigns) list.push({surface: isosurface(density, -level), color: colors.negative});
-    }
-    this.scene.setSurfaces(key, list);
   }
 
   makePlot() {
@@ -224,8 +134,7 @@ class Page {
         .join(', ');
     if (!this.scene) return;
     this.scene.setMolecule('row', this.rowHidden ? null : this.molecule);
-    this.surfaces.filter(({ofRow, shown}) => ofRow && shown).forEach(one => this.drawSurface(one));
-    this.surfaces.filter(({rows}) => rows).forEach(one => one.update());
+    this.surfaces.forEach(surface => surface.choose(row));
   }
 }
 

@@ -61,6 +61,7 @@ class Scene {
   /// Puts a list of {surface, color, isMesh} in the place of the one of that name. A mesh can be
   /// seen through a surface, and the other way round.
   setSurfaces(name, list) {
+    if (list.length === 0 && !(this.shapes[name]?.length > 0)) return;
     for (const shape of this.shapes[name] ?? []) this.viewer.removeShape(shape);
     this.shapes[name] = list.filter(({surface}) => surface.faceArr.length > 0).map(
         ({surface, color, isMesh}) => this.viewer.addCustom(
@@ -95,7 +96,10 @@ class Scene {
   }
 
   zoomToRow() {
-    if (!this.models.row) return;
+    if (!this.models.row) {
+      this.showAll();
+      return;
+    }
     this.viewer.zoomTo({model: this.models.row}, 300);
     this.viewer.render();
   }
