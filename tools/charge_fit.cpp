@@ -75,8 +75,9 @@ bool ChargeFit::HasData() const {
 }
 
 bool ChargeFit::HasMemory(unsigned int memory) const {
+  const size_t numSites = sites_.size() / 3;
   const double functions = static_cast<double>(QXHermiteMath::SizeOfBasis(settings_.degree)) *
-                           static_cast<double>(sites_.size() / 3);
+                           static_cast<double>(numSites);
   // The matrix of potential and field, and a copy of it.
   const double bytes = 2.0 * 8.0 * 4.0 * static_cast<double>(data_.NumPoints()) * functions;
   if (bytes <= memory * 1048576.0) return true;
@@ -114,8 +115,8 @@ void ChargeFit::Judge(const ElectrostaticPath& path) const {
   constexpr double kMuchWorse = 2.0;
   const ElectrostaticStep& chosen = path.Chosen();
   if (settings_.actives > chosen.functions) {
-    listener_.Say(fmt::format("{}: --actives {}: the path ends with {}, which are taken", place_,
-                              settings_.actives, chosen.functions));
+    listener_.Say(fmt::format("{}: --actives {}: no step of the path has as many: {} are taken",
+                              place_, settings_.actives, chosen.functions));
   }
   if (settings_.targetError > 0.0 && !path.ReachesTarget(chosen.fitted)) {
     listener_.Say(

@@ -41,6 +41,8 @@ std::optional<Density> FromMolecule(const DensityArguments& arguments, Listener&
     return std::nullopt;
   }
   if (LooksLikeDrawing(used)) listener.Say(fmt::format("{}: {}", place, kDrawingWarning));
+  const std::string crowded = WhyCrowded(HeavyAtoms(*mol));
+  if (!crowded.empty()) listener.Say(fmt::format("{}: {}", place, crowded));
   const auto gaussians = QXHermiteMath::QXMolToGaussians(used, QXHermiteMath::kOverlayAtomRadius);
   QXHermite expansion;
   expansion.Setup(gaussians, arguments.expansion);

@@ -102,10 +102,14 @@ ElectrostaticFit FitSample(const ElectrostaticSample& sample,
   }
   const auto lasso = std::make_shared<QXLassoChargeDensity>(layout, options);
   lasso->PrepData(sample.points, values);
-  lasso->Fit(mostFunctions);
-  return {lasso->MaxNumActives(), [lasso](unsigned int functions) {
-            return OfActives(lasso->GetChargeDensity(functions));
-          }};
+  // Functions leave the path again, so that more of them have to enter.
+  lasso->Fit(mostFunctions > QXNumerics::QXLasso::kNoLimit / 2 ? mostFunctions : 2 * mostFunctions);
+  const auto density = [lasso](unsigned int entered) {
+    return OfActives(lasso->GetChargeDensity(entered));
+  };
+  unsigned int last = lasso->MaxNumActives();
+  while (last > 0 && density(last).NumActives() > mostFunctions) --last;
+  return {last, density};
 }
 
 }  // namespace QXTools

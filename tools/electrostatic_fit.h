@@ -39,13 +39,14 @@ enum class FitMethod {
 
 /// The densities of growing numbers of functions that fit a sample.
 struct ElectrostaticFit {
-  /// How many functions there are to take; 0 where there is nothing to fit.
+  /// The last step; 0 where there is nothing to fit.
   unsigned int maxFunctions;
-  /// The density of so many functions, from 1 on. Those without weight are not active.
+  /// The density of a step, from 1 on: so many functions have entered. Those without weight, which
+  /// have left again, are not active.
   std::function<QXHermiteMath::QXHermiteChargeDensity(unsigned int)> density;
 };
 
-/// With at most so many functions.
+/// With at most so many active functions.
 ElectrostaticFit FitSample(const ElectrostaticSample& sample,
                            const QXHermiteMath::QXMultiHermiteParameters& layout,
                            const QXHermiteMath::QXLassoChargeDensityOptions& options,

@@ -31,10 +31,13 @@ ElectrostaticPath::ElectrostaticPath(const ElectrostaticSettings& settings,
                                      const std::vector<double>& sites)
     : settings_(settings), fitted_(fitted), sites_(sites) {
   const ElectrostaticFit fit = Fit(settings.width > 0.0 ? settings.width : BestWidth());
-  for (const unsigned int functions : Numbers(fit)) {
-    const QXHermiteChargeDensity density = fit.density(functions);
-    if (density.NumActives() == 0) continue;
-    steps_.push_back({functions, density, ErrorsOf(density, fitted), ErrorsOf(density, heldOut)});
+  for (const unsigned int entered : Numbers(fit)) {
+    const QXHermiteChargeDensity density = fit.density(entered);
+    const unsigned int actives = density.NumActives();
+    if (actives == 0) continue;
+    // Where functions have left, a later step is the better one with as many or fewer.
+    while (!steps_.empty() && steps_.back().functions >= actives) steps_.pop_back();
+    steps_.push_back({actives, density, ErrorsOf(density, fitted), ErrorsOf(density, heldOut)});
   }
   TellProgress(settings.width > 0.0 ? 1 : kTriedWidths + 1);
 }

@@ -25,7 +25,7 @@ inline constexpr double kLeastTriedWidth = 0.9;
 
 /// A density along the path.
 struct ElectrostaticStep {
-  unsigned int functions;  ///< so many of the path
+  unsigned int functions;  ///< so many are active
   QXHermiteMath::QXHermiteChargeDensity density;
   RelativeErrors fitted, heldOut;
 };

@@ -100,7 +100,7 @@ class OverlayRun {
   void KeepHits(const std::string& path, const MoleculeGroup& group, const QXMol& poses);
   bool WriteReport();
   bool WriteResults();
-  void WarnOfPoorExpansions();
+  std::vector<std::string> PoorExpansions() const;  ///< warnings of them
   void ReportSkipped();
   void Skip(const std::string& where, const std::string& reason);
 
@@ -125,6 +125,7 @@ class OverlayRun {
   PoorlyHeld poorlyHeld_;
   PoorlyHeld chargePoorlyHeld_;
   bool sawDrawing_ = false;
+  bool sawCrowded_ = false;
   const bool fitsAreGrids_;
 };
 
@@ -176,6 +177,11 @@ std::optional<QXMol> OverlayRun::InFrame(const QXConfBase& conformer,
   if (!sawDrawing_ && LooksLikeDrawing(heavy)) {
     sawDrawing_ = true;  // one warning: a whole file of drawings is one mistake
     console_.Say(fmt::format("{}: {}", where, kFitDrawingWarning));
+  }
+  if (!sawCrowded_) {
+    const std::string crowded = WhyCrowded(heavy);
+    sawCrowded_ = !crowded.empty();
+    if (sawCrowded_) console_.Say(fmt::format("{}: {}", where, crowded));
   }
   const std::optional<Frame> frame =
       arguments_.inPlace ? reference_.frame : FindInertialFrame(heavy);
@@ -388,6 +394,8 @@ bool OverlayRun::WriteReport() {
     report.remarks.emplace_back(
         "Grids", fmt::format("{} of {}: the best ones", movedGrids_.size(), hits_.size()));
   }
+  for (const std::string& warning : PoorExpansions())
+    report.remarks.emplace_back("Beware", warning);
   if (QXTools::WriteReport(report, report_->TemporaryPath())) return true;
   console_.Say(fmt::format("{}: cannot be written: is the disk full?", arguments_.report));
   return false;
@@ -410,12 +418,17 @@ bool OverlayRun::WriteResults() {
   return std::all_of(files.begin(), files.end(), [](OutputFile* file) { return file->Commit(); });
 }
 
-void OverlayRun::WarnOfPoorExpansions() {
+std::vector<std::string> OverlayRun::PoorExpansions() const {
   const std::string inPlace = arguments_.inPlace ? " or leave out --in-place" : "";
-  if (!poorlyHeld_.IsEmpty()) console_.Say(poorlyHeld_.Warning("raise --NPolyMax" + inPlace));
-  if (chargePoorlyHeld_.IsEmpty()) return;
-  console_.Say(
-      chargePoorlyHeld_.Warning("raise --NPolyMax or change --charge-sigma" + inPlace, true));
+  std::vector<std::string> warnings;
+  if (!poorlyHeld_.IsEmpty()) {
+    warnings.push_back(poorlyHeld_.Warning("raise --NPolyMax" + inPlace));
+  }
+  if (!chargePoorlyHeld_.IsEmpty()) {
+    warnings.push_back(
+        chargePoorlyHeld_.Warning("raise --NPolyMax or change --charge-sigma" + inPlace, true));
+  }
+  return warnings;
 }
 
 void OverlayRun::ReportSkipped() {
@@ -483,7 +496,7 @@ ExitStatus OverlayRun::Run() {
   if (!arguments_.quiet) {
     std::fputs(HitsTable(hits_, arguments_.top, GetRanking()).c_str(), stdout);
   }
-  WarnOfPoorExpansions();
+  for (const std::string& warning : PoorExpansions()) console_.Say(warning);
   ReportSkipped();
   return recordsSkipped_ + filesSkipped_ + recordsLost_ > 0 ? kSomeSkipped : kAllWell;
 }

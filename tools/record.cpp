@@ -68,4 +68,20 @@ bool LooksLikeDrawing(const QXMol& heavyAtoms) {
          !AllEqual(coordinates, 0) && !AllEqual(coordinates, 1);
 }
 
+std::string WhyCrowded(const QXMol& heavyAtoms) {
+  constexpr double kLeastDistance = 0.6;  // angstrom
+  constexpr unsigned int kFirstAtoms = 50;
+  const std::vector<double> p = Coordinates(heavyAtoms);
+  for (size_t i = 0; i < std::min(heavyAtoms.NumAtoms(), kFirstAtoms); ++i) {
+    for (size_t j = 0; j < i; ++j) {
+      const double distance =
+          std::hypot(p[3 * i] - p[3 * j], p[3 * i + 1] - p[3 * j + 1], p[3 * i + 2] - p[3 * j + 2]);
+      if (distance > kLeastDistance) continue;
+      return fmt::format("two heavy atoms are {:.2g} A apart: are the coordinates in angstrom?",
+                         distance);
+    }
+  }
+  return {};
+}
+
 }  // namespace QXTools

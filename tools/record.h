@@ -19,6 +19,10 @@ std::string WhyUnfit(const QXMolKit::QXMol& heavyAtoms);
 /// True when all atoms lie in the plane z = 0, but not along one of its axes.
 bool LooksLikeDrawing(const QXMolKit::QXMol& heavyAtoms);
 
+/// What is odd about two atoms that lie closer than any bond is long, as they do where lengths are
+/// in other units; empty when there are none among the first atoms.
+std::string WhyCrowded(const QXMolKit::QXMol& heavyAtoms);
+
 inline constexpr const char* kDrawingWarning =
     "all z are zero, it looks like a drawing: make 3-D coordinates, unless the molecule is flat";
 inline constexpr const char* kNoMoleculeWarning = "holds no molecule: check the file";

@@ -60,6 +60,8 @@ std::optional<Reference> FromMolecule(const OverlayArguments& arguments, Console
   const QXMol heavy = HeavyAtoms(*mol);
   if (WhyUnfit(heavy).empty()) {
     if (LooksLikeDrawing(heavy)) console.Say(fmt::format("{}: {}", place, kDrawingWarning));
+    const std::string crowded = WhyCrowded(heavy);
+    if (!crowded.empty()) console.Say(fmt::format("{}: {}", place, crowded));
     if (arguments.chargeWeight > 0.0 && arguments.ComputesCharges() &&
         !ComputeCharges(*mol, place, console))
       return std::nullopt;

@@ -126,7 +126,9 @@ Report ReportOfPoses(std::vector<QXMol> poses) {
   for (const QXMol& pose : poses) titles.texts.push_back(pose.GetTitle());
   report.columns.push_back(std::move(titles));
 
-  auto [found, order] = ReadNumbers(poses);
+  auto read = ReadNumbers(poses);
+  auto& found = read.first;
+  auto& order = read.second;
   std::erase_if(order, [&found](const std::string& tag) {
     return !found.at(tag).areNumbers || found.at(tag).values.empty();
   });

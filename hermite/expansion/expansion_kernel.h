@@ -110,6 +110,7 @@ struct ExpansionKernel {
     for (unsigned int axis = 0; axis < 3; ++axis) {
       // Where exp gives 0, so far away that the quotients might overflow, they must be finite too;
       // the difference is 0, or not a number where the place is not finite.
+      // NOLINTNEXTLINE(misc-redundant-expression)
       const Real reach = exponent < -708.0 ? g[axis] - g[axis] : g[axis];
       RunRecurrence<Real, kBatch>(reach, eq[axis], N + kExtra, Entry(0, axis, 0, i));
       BuildDerivatives<Real>(axis, i);

@@ -39,7 +39,9 @@ void WriteReport(const std::filesystem::path& path, const std::vector<QXMol>& po
                  const py::object& reference, const py::str& title, const py::dict& settings,
                  const py::iterable& maps) {
   if (!QXTools::ReportsAreBuilt()) {
-    throw py::value_error("reports were left out when the module was built");
+    throw py::value_error(
+        "reports were left out when the module was built: build it with ./dev build, or install it "
+        "with CMAKE_ARGS=-DQXHERMITE_WITH_REPORT=ON in the environment");
   }
   if (poses.empty()) throw py::value_error("poses: there is nothing to report");
   if (poses.size() > QXTools::kMostReportRows) {

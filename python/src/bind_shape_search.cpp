@@ -96,6 +96,7 @@ py::dict ToPython(const FoundPoses& found) {
       ToArray(std::move(transforms), {static_cast<py::ssize_t>(found.poses.size()), 4, 4});
   result["skipped"] = skipped;
   result["drawings"] = found.drawings;
+  result["crowded"] = found.crowded;
   result["held"] = ToArray(found.held);
   return result;
 }
@@ -187,7 +188,8 @@ qxhermite.overlay is the convenient form. One thread at a time; searches share n
           R"(The best poses of each molecule over all its conformers, as a dictionary of arrays: fit (its
 place in the list), conformer, score, tanimoto, exact_tanimoto, charge_tanimoto, transform (n, 4, 4);
 skipped, a list of (fit, conformer, reason); held, the share of each fit that its expansion holds;
-and drawings, the fits that look flat like drawings.)")
+drawings, the fits that look flat like drawings; and crowded, the first fit with atoms that lie too
+close, and what is odd about them, in a list.)")
       .def(
           "find_grids",
           [find](ShapeSearch& search, const std::vector<const QXScalarGrid*>& fits) {

@@ -161,6 +161,10 @@ std::vector<ShapeSearch::Conformer> ShapeSearch::InFrame(const QXMol& fit, size_
         (found.drawings.empty() || found.drawings.back() != number)) {
       found.drawings.push_back(number);
     }
+    if (found.crowded.empty()) {
+      const std::string crowded = QXTools::WhyCrowded(heavy);
+      if (!crowded.empty()) found.crowded.emplace_back(number, crowded);
+    }
     const std::optional<Frame> frame =
         arguments_.inPlace ? reference_.frame : QXTools::FindInertialFrame(conformer);
     if (!frame) return skip("its moments are not finite: check the coordinates");

@@ -43,6 +43,8 @@ struct FoundPoses {
   /// Of each fit, the least share of a density that its expansion holds.
   std::vector<double> held;
   std::vector<size_t> drawings;  ///< fits that look like drawings
+  /// The first fit in which atoms lie too close, and what is odd about it; or none.
+  std::vector<std::pair<size_t, std::string>> crowded;
 };
 
 /// One reference and all that is needed to lay fits over it; one thread at a time.

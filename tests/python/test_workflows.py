@@ -156,7 +156,7 @@ def test_warnings_name_the_arguments():
     near, values = np.vstack([POINTS, SITES[0] + 1e-3]), np.append(DATA["potential"], 9.0)
     with pytest.warns(QXHermiteWarning, match="the data: 1 point to be fitted.*left out"):
         fit_charges(points=near, potential=values, sites=SITES, width=1.4)
-    with pytest.warns(QXHermiteWarning, match="functions 99: the path ends with"):
+    with pytest.warns(QXHermiteWarning, match="functions 99: no step of the path has as many"):
         fit_charges(**DATA, sites=SITES, degree=1, functions=99)
 
 

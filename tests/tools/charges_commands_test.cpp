@@ -155,7 +155,7 @@ TEST_F(ChargesCommands, GridsHoldThePotentialAndTheAtoms) {
 // The errors that a fit tells are those of its potential and field at the points held out.
 TEST_F(ChargesCommands, ErrorsAreThoseOfTheDensityWritten) {
   for (const std::vector<std::string>& more :
-       {std::vector<std::string>{"--actives", "9"},
+       {std::vector<std::string>{"--actives", "11"},
         {"--relaxed", "--target-error", "0.05"},
         {"--UseElectricField", "false", "--UseNeutralCharge", "false", "--npolymax", "1"}}) {
     ASSERT_EQ(Fit(more), 0) << err_;
@@ -163,6 +163,7 @@ TEST_F(ChargesCommands, ErrorsAreThoseOfTheDensityWritten) {
     std::istringstream row(chosen.substr(chosen.rfind('\n')));
     const Vector told{std::istream_iterator<double>(row), {}};
     ASSERT_EQ(told.size(), 5u) << out_;
+    EXPECT_EQ(Json::parse(ReadFile(Path("fitted.json"))).at("actives").size(), told[0]);
     const Json data = Json::parse(ReadFile(kWater));
     std::string points;
     const Vector xyz = data.at("points");

@@ -134,6 +134,7 @@ class Page {
         .join(', ');
     if (!this.scene) return;
     this.scene.setMolecule('row', this.rowHidden ? null : this.molecule);
+    this.scene.makeRoom();
     this.surfaces.forEach(surface => surface.choose(row));
   }
 }

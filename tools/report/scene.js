@@ -73,9 +73,26 @@ class Scene {
   showAll() {
     const view = this.viewer.getView();
     this.viewer.setView([...view.slice(0, 4), ...report.turn]);
+    this.fit();
+  }
+
+  fit() {
     this.viewer.zoomTo();
     this.viewer.zoom(this.spare());
+    this.fitted = this.reach();
     this.viewer.render();
+  }
+
+  /// Draws back where the atoms reach farther out than those that the view was made for.
+  makeRoom() {
+    if (this.reach() > 1.05 * this.fitted) this.fit();
+  }
+
+  /// How far the atoms lie from the middle of the view.
+  reach() {
+    const middle = this.viewer.getView().slice(0, 3).map(shift => -shift);
+    return Math.max(0, ...this.viewer.selectedAtoms({}).map(
+        ({x, y, z}) => Math.hypot(x - middle[0], y - middle[1], z - middle[2])));
   }
 
   /// By how much the atoms may be drawn larger than in a view that holds the ball around them.
