@@ -85,11 +85,21 @@ struct qxmolistream::Impl {
   std::string error;
   size_t recordNumber = 0;
   std::vector<QXSkippedRecord> skipped;
+  size_t faulty = 0;  ///< records that could be read, but not all of them
 
   void Fail(const std::string& what) {
     error = fileName + ": " + what;
     reader.reset();
     QXThrow.Error("%s", error.c_str());
+  }
+
+  /// A whole file tends to have one fault.
+  void TellFault(const std::string& fault) {
+    constexpr size_t kMostTold = 5;
+    if (++faulty > kMostTold + 1) return;
+    QXThrow.Warning("%s:%zu: %s", fileName.c_str(), recordNumber,
+                    faulty > kMostTold ? "has a fault, too: those of further records are not told"
+                                       : fault.c_str());
   }
 
   bool Read(QXMol& mol);
@@ -149,9 +159,7 @@ bool qxmolistream::Impl::Read(QXMol& mol) {
       skipped.push_back({fileName, recordNumber, report.line, report.title, report.problem});
       continue;
     }
-    if (!problem.empty()) {
-      QXThrow.Warning("%s:%zu: %s", fileName.c_str(), recordNumber, report.problem.c_str());
-    }
+    if (!report.problem.empty()) TellFault(report.problem);
     mol = std::move(next);
     return true;
   }

@@ -39,8 +39,9 @@ struct QXSkippedRecord {
 ///     while (QXReadMolecule(in, mol)) Use(mol);
 ///
 /// A file that cannot be opened is reported as an error, once, and reads as an empty one. A record
-/// that cannot be read is reported as a warning, noted, and passed over. A report has the form
-/// "file:record: what is wrong: what to do".
+/// that cannot be read is reported as a warning, noted, and passed over. What is wrong with records
+/// that can be read, as partial charges that do not fit, is reported of the first five of them. A
+/// report has the form "file:record: what is wrong: what to do".
 class qxmolistream {
  public:
   /// Opens the file. What is wrong with it is reported as an error: see Error.

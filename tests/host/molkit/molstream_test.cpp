@@ -145,6 +145,13 @@ TEST(Reading, TakesPartialChargesFromTheFile) {
                             "0, correct or remove the tag"));
   EXPECT_THAT(messages.all[1].second, HasSubstr("holds \"0.1x\", which is no number"));
 
+  std::string many;
+  for (int i = 0; i < 9; ++i) many += Record("count", tag + "0.1 0.2\n\n");
+  WriteFile(folder / "charges.sdf", many);
+  EXPECT_EQ(ReadAll(folder / "charges.sdf").size(), 9u);
+  EXPECT_EQ(messages.all.size(), 3u + 6u);  // five, and that there are more
+  EXPECT_THAT(messages.all.back().second, HasSubstr(":6: has a fault, too"));
+
   const QXMol dummies = ReadAll(TestFile("hostile/dummy_atoms.mol2"))[1];
   EXPECT_EQ(dummies.GetAtom(0)->GetPartialCharge(), -0.321);
   EXPECT_STREQ(dummies.GetAtom(0)->GetName(), "N1");
