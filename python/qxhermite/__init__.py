@@ -9,9 +9,19 @@ Lengths are in angstrom, charges in elementary charges, energies in kcal/mol.
     >>> result.write("hits.sdf")
 """
 
+try:
+    from qxhermite._core import __version__ as __version__
+except ModuleNotFoundError as error:
+    if error.name != "qxhermite._core":
+        raise
+    raise ImportError(
+        "qxhermite: the compiled part _core is missing: build it with ./dev build, and put "
+        "build/release/python in front of PYTHONPATH",
+        name=error.name,
+    ) from None
+
 from qxhermite import molecules as molecules
 from qxhermite._core import *  # noqa: F401,F403: the classes and functions of the library
-from qxhermite._core import __version__ as __version__
 from qxhermite.charges import ChargeFit as ChargeFit
 from qxhermite.charges import field as field
 from qxhermite.charges import fit_charges as fit_charges

@@ -8,7 +8,7 @@ from typing import Any, Union
 
 import numpy as np
 
-from qxhermite import molecules
+from qxhermite import arguments, molecules
 from qxhermite._core import (
     HermiteChargeDensity,
     LassoChargeDensityOptions,
@@ -109,21 +109,27 @@ def fit_charges(
     Points too close to a site are left out, told by a QXHermiteWarning. ValueError for arrays that do
     not fit together, QXHermiteError where there is nothing to fit.
     """
-    arrays = dict(points=points, potential=potential, field=field, holdout=holdout, mol=mol)
+    arguments.check(locals(), "functions", "width", "target_error", "use_potential", "use_field")
+    if not isinstance(sites, str):
+        sites = arguments.array("sites", sites)
+    arrays = dict(points=points, potential=potential, field=field, holdout=holdout)
     if data is not None:
-        if given := [name for name, value in arrays.items() if value is not None]:
+        if given := [name for name, value in {**arrays, "mol": mol}.items() if value is not None]:
             raise ValueError(f"{given[0]}: is in the file: leave it out, or data")
-        place = os.fspath(data)
+        place = arguments.path("data", data)
         read = _ElectrostaticData.read(place, record)
         if not place.lower().endswith(".json"):
             place = f"{place}:{record}"
     else:
         if points is None:
             raise ValueError("points: are missing: give them, or the name of a file")
+        if mol is None and isinstance(sites, str) and sites in ("all", "heavy"):
+            raise ValueError("mol: is missing: give it, or the places of sites, (n, 3)")
         molecule = Molecule([], np.empty((0, 3))) if mol is None else molecules.as_molecule(mol)
         title = title or molecule.title
         place = title or "the data"
-        read = _ElectrostaticData(points, potential, field, holdout, molecule, title)
+        values = (None if v is None else arguments.array(name, v) for name, v in arrays.items())
+        read = _ElectrostaticData(*values, molecule, title)
     options = LassoChargeDensityOptions(
         use_potential=read.has_potential if use_potential is None else use_potential,
         use_electric_field=read.has_field if use_field is None else use_field,
@@ -176,12 +182,12 @@ def potential(density: DensityLike, points: Any) -> np.ndarray:
 
     density: a HermiteChargeDensity, a ChargeFit, or the name of a file.
     """
-    return _as_density(density).potential(points)
+    return _as_density(density).potential(arguments.array("points", points))
 
 
 def field(density: DensityLike, points: Any) -> np.ndarray:
     """The field of a density at points (n, 3), anywhere: (n, 3), kcal/mol/e/angstrom."""
-    return _as_density(density).field(points)
+    return _as_density(density).field(arguments.array("points", points))
 
 
 def interaction_energy(
@@ -194,10 +200,13 @@ def interaction_energy(
     QXHermiteWarning, where a site of one comes too close to a site of the other. progress: a bar over
     the transforms.
     """
+    arguments.check(locals())
     a, b = _as_density(a), _as_density(b)
-    motions = np.eye(4) if transforms is None else np.asarray(transforms, dtype=float)
+    motions = np.eye(4) if transforms is None else arguments.array("transforms", transforms)
     if motions.ndim == 2:
         return float(_interaction_energies(a, b, motions[np.newaxis])[0])
+    if motions.ndim != 3:
+        raise ValueError(f"transforms: expected shape (4, 4) or (n, 4, 4), got {motions.shape}")
     bar = progress_bar(progress, len(motions), "energies", "transforms")
     part = _PLACES if progress else max(len(motions), 1)
     try:

@@ -7,7 +7,7 @@ from typing import Any, Sequence
 
 import numpy as np
 
-from qxhermite import molecules
+from qxhermite import arguments, molecules
 from qxhermite._core import Hermite, HermiteOptions, ScalarGrid, read_grid
 from qxhermite.fits import is_grid_path
 
@@ -35,10 +35,12 @@ def expand(
     radius: of the atoms, angstrom. hydrogens: whether they count. conformer: which one, from 0.
     options: a HermiteOptions instead of degree, width, single_width and center.
     """
+    one_width = None if np.ndim(width) else width  # there may be three
+    arguments.check({**locals(), "width": one_width}, "width", "options")
     if options is None:
         widths: dict[str, Any] = {}
         if width is not None:
-            x, y, z = np.broadcast_to(np.asarray(width, dtype=float), 3)
+            x, y, z = _three(width)
             if not np.all(np.isfinite([x, y, z])) or min(x, y, z) <= 0:
                 raise ValueError("width: must be positive and finite")
             widths = dict(lambda_x=x, lambda_y=y, lambda_z=z, use_optimal_lambdas=False)
@@ -56,3 +58,10 @@ def expand(
     if not hydrogens:
         molecule = molecule.without_hydrogens()
     return Hermite.from_gaussians(molecule.gaussians(radius=radius, conformer=conformer), options)
+
+
+def _three(width):
+    widths = arguments.array("width", width)
+    if widths.shape not in ((), (1,), (3,)):
+        raise ValueError(f"width: must be one number or three, got {widths.size}")
+    return np.broadcast_to(widths, 3)

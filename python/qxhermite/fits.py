@@ -29,7 +29,10 @@ def is_grid_path(source: Any) -> TypeGuard[str | os.PathLike[str]]:
 
 
 class Fit:
-    """A fit and where it came from. thing: a Molecule or a ScalarGrid, or None with a problem."""
+    """A fit and where it came from. thing: a Molecule or a ScalarGrid, or None with a problem.
+
+    source: the name of a file, or the place among the fits.
+    """
 
     __slots__ = ("thing", "title", "source", "records", "original", "problem")
 
@@ -57,9 +60,38 @@ def is_single(fits):
     )
 
 
-def read_fits(fits, group):
-    """Yields a Fit for each molecule or map, in order; one with a problem for what is unusable."""
-    for place, source in enumerate([fits] if is_single(fits) else fits):
+def _are_coordinates(source):
+    try:
+        return np.asarray(source, dtype=float).ndim in (2, 3)
+    except (TypeError, ValueError):
+        return False
+
+
+def _one_by_one(fits, name):
+    """An iterable of fits; TypeError for what is none, under the name of the argument."""
+    if is_single(fits):
+        return [fits]
+    if not hasattr(fits, "__iter__") and not hasattr(fits, "__getitem__"):
+        raise TypeError(
+            f"{name}: must be a molecule, a map, a file name or an iterable of them, "
+            f"got {type(fits).__name__}"
+        )
+    # Two file names, by the form of it.
+    if isinstance(fits, tuple) and len(fits) == 2 and isinstance(fits[0], str):
+        if _are_coordinates(fits[1]):
+            raise TypeError(
+                f"{name}: {fits[0]!r} beside coordinates: give the elements of a molecule as a "
+                f"list, {list(fits[0])}"
+            )
+    return fits
+
+
+def read_fits(fits, group, name="fits"):
+    """Yields a Fit for each molecule or map, in order; one with a problem for what is unusable.
+
+    name: of the argument, for what is no fit at all.
+    """
+    for place, source in enumerate(_one_by_one(fits, name)):
         path = os.fspath(source) if molecules.is_path(source) else None
         try:
             if path is None:
@@ -73,6 +105,8 @@ def read_fits(fits, group):
 
 
 def _fit_at_hand(source, place):
+    if source is None:
+        return Fit(None, place, problem="could not be read by RDKit, which gave None")
     if isinstance(source, ScalarGrid):
         return Fit(source, place)
     try:
@@ -105,8 +139,8 @@ def count_fits(fits):
     """How many conformers or records there will be, None where that cannot be told cheaply."""
     if is_single(fits):
         fits = [fits]
-    elif not hasattr(fits, "__len__"):
-        return None
+    elif not isinstance(fits, (list, tuple)):
+        return None  # to look at them may use them up, even where they have a length
     total = 0
     for source in fits:
         if molecules.is_path(source) and not is_grid_path(source):

@@ -7,8 +7,9 @@ from typing import Any
 
 import numpy as np
 
-from qxhermite import molecules
+from qxhermite import arguments, molecules
 from qxhermite._core import HermiteOptions, Molecule, ScalarGrid, _find_atoms, read_grid
+from qxhermite.overlays import expansion_options
 from qxhermite.progress import run_with_bar
 
 _METHODS = ("refine", "lasso", "multistart")
@@ -91,15 +92,13 @@ def grid_to_atoms(
 
     QXHermiteError where there are no atoms to be found.
     """
+    arguments.check(locals(), "width", "options", "spacing")
     if method not in _METHODS:
         raise ValueError(f"method: must be one of {', '.join(_METHODS)}, got {method!r}")
     if metric not in _METRICS:
         raise ValueError(f"metric: must be one of {', '.join(_METRICS)}, got {metric!r}")
     if options is None:
-        widths: dict[str, Any] = {}
-        if width is not None:
-            widths = dict(lambda_x=width, lambda_y=width, lambda_z=width, use_optimal_lambdas=False)
-        options = HermiteOptions(npolymax=degree, **widths)
+        options = expansion_options(degree, width)
     elif options.use_center_of_mass:
         raise ValueError("options: use_center_of_mass: the map is centred anyway: set it False")
     name = "the map"
@@ -109,7 +108,8 @@ def grid_to_atoms(
     elif isinstance(grid, np.ndarray):
         if spacing is None:
             raise ValueError("spacing: is missing")
-        grid = ScalarGrid.from_array(grid, np.zeros(3) if origin is None else origin, spacing)
+        corner = np.zeros(3) if origin is None else arguments.array("origin", origin)
+        grid = ScalarGrid.from_array(grid, corner, spacing)
     elif not isinstance(grid, ScalarGrid):
         raise TypeError(
             f"cannot make a map of {type(grid).__name__}: give a ScalarGrid, an array or a file name"

@@ -7,8 +7,8 @@ from typing import TYPE_CHECKING, Any, Sequence, Union
 
 import numpy as np
 
-from qxhermite import _core
-from qxhermite._core import Molecule, MoleculeGroups
+from qxhermite import _core, arguments
+from qxhermite._core import Molecule, MoleculeGroups, QXHermiteError
 
 if TYPE_CHECKING:
     from typing import TypeGuard
@@ -36,8 +36,11 @@ def from_rdkit(mol: Any) -> Molecule:
     """A `Molecule` of an rdkit.Chem.Mol: all its conformers, bonds, charges, its name and its data.
 
     Partial charges are those of `ComputeGasteigerCharges`, of a MOL2 file, or of the list under the
-    SD tag PartialCharges. Isotopes, radicals and stereochemistry are not taken over. ValueError for a molecule without conformers: embed it first (AllChem.EmbedMolecule).
+    SD tag PartialCharges. Isotopes, radicals and stereochemistry are not taken over. ValueError for
+    a molecule without conformers: embed it first (AllChem.EmbedMolecule).
     """
+    if not is_rdkit(mol):
+        raise TypeError(f"mol: must be an rdkit.Chem.Mol, got {type(mol).__name__}")
     from rdkit import Chem
 
     conformers = list(mol.GetConformers())
@@ -100,6 +103,8 @@ def to_rdkit(molecule: Molecule) -> Any:
 
     A structure that RDKit cannot make sense of stays unsanitized.
     """
+    if not isinstance(molecule, Molecule):
+        raise TypeError(f"molecule: must be a Molecule, got {type(molecule).__name__}")
     from rdkit import Chem
     from rdkit.Geometry import Point3D
 
@@ -178,10 +183,10 @@ def as_molecule(source: MoleculeLike) -> Molecule:
     if is_path(source):
         for molecule, _ in MoleculeGroups(os.fspath(source), group=False):
             return molecule
-        raise ValueError(f"{os.fspath(source)}: holds no molecule: check the file")
+        raise QXHermiteError(f"{os.fspath(source)}: holds no molecule: check the file")
     if isinstance(source, (tuple, list)) and len(source) == 2:
         elements, coordinates = source
-        return Molecule(elements, np.asarray(coordinates, dtype=float))
+        return Molecule(elements, arguments.array("coordinates", coordinates))
     raise TypeError(
         f"cannot make a molecule of {type(source).__name__}: give a Molecule, an rdkit Mol, "
         "a pair (elements, coordinates) or a file name"
@@ -197,6 +202,8 @@ def read_molecules(
     group: consecutive records of one title and the same atoms and bonds are conformers of one
         molecule, as `overlay` has them; the format is that of the extension then.
     """
+    arguments.check(locals())
+    arguments.path("path", path)
     if not group:
         return _core._read_molecules(path, format)
     if format != "auto":

@@ -12,7 +12,7 @@ from typing import Iterable
 
 import numpy as np
 
-from qxhermite import molecules
+from qxhermite import arguments, molecules
 from qxhermite._core import (
     HermiteOptions,
     Molecule,
@@ -115,12 +115,12 @@ def overlay(
     progress: show a bar.
 
     Files, molecules and conformers that cannot be used are left out, told by a QXHermiteWarning and
-    listed in `skipped`; a single fit that cannot be used is a ValueError.
+    listed in `skipped`, and so is None, which RDKit gives for what it cannot read. A single fit
+    that cannot be used is a ValueError, a single file that cannot be read a QXHermiteError.
     """
+    arguments.check(locals(), "keep", "degree", "width", "options", "coarse", "threads")
     if charges not in ("given", "gasteiger"):
         raise ValueError(f'charges: must be "given" or "gasteiger", got {charges!r}')
-    if keep is not None and keep < 1:
-        raise ValueError("keep: must be at least 1")
     threads = num_threads(threads)
     reference = _as_reference(ref)
     stream = read_fits(fits, group)
@@ -153,6 +153,7 @@ def overlay(
     skipped: list[Skipped] = []
     poorly: list[str] = []
     drawings: list[str] = []
+    crowded: list[str] = []
 
     def usable(stream):
         for fit in stream:
@@ -175,20 +176,26 @@ def overlay(
     best = _Best(keep)
     bar = progress_bar(progress, count_fits(fits) if progress else None, "overlay", "conformers")
     try:
-        for chunk, found in in_order(
-            searches.find, batches(usable(stream)), threads
-        ):
+        for chunk, found in in_order(searches.find, batches(usable(stream)), threads):
             _collect(chunk, found, best, skipped)
             poorly += [fit.title for fit, held in zip(chunk, found["held"]) if held < _LEAST_HELD]
             drawings += [chunk[place].title for place in found.get("drawings", ())]
+            crowded += [f"{chunk[place].title}: {why}" for place, why in found.get("crowded", ())]
             bar.update(sum(getattr(fit.thing, "num_conformers", 1) for fit in chunk))
     finally:
         bar.close()
     if skipped and not best and is_single(fits):
-        raise ValueError(repr(skipped[0]))
-    _warn(skipped, poorly, drawings)
-    name = os.fspath(ref) if molecules.is_path(ref) else None
-    settings = {"reference": name, "degree": options.npolymax, **settings}
+        raise skipped[0]._as_error()
+    _warn(skipped, poorly, drawings, crowded)
+    settings = dict(
+        reference=os.fspath(ref) if molecules.is_path(ref) else None,
+        degree=options.npolymax,
+        width=_told_width(options),
+        **settings,
+        charges=charges if charge_weight > 0 else None,
+        group=group,
+        keep="all" if keep is None else keep,
+    )
     return OverlayResult(reference, best.sorted(), skipped, settings)
 
 
@@ -203,6 +210,7 @@ def expansion_options(degree, width):
     """HermiteOptions of a degree, with one best width, or with this one (1/angstrom)."""
     if width is None:
         return HermiteOptions(npolymax=degree)
+    width = float(width)
     if not (np.isfinite(width) and width > 0):
         raise ValueError("width: must be positive and finite")
     return HermiteOptions(
@@ -212,6 +220,12 @@ def expansion_options(degree, width):
         lambda_z=width,
         use_optimal_lambdas=False,
     )
+
+
+def _told_width(options):
+    if options.use_optimal_lambdas:
+        return "the best"
+    return " ".join(f"{width:g}" for width in sorted(set(options.lambdas)))
 
 
 def _as_reference(ref):
@@ -253,7 +267,9 @@ def _collect(chunk, found, best, skipped):
     skipped += [Skipped(chunk[fit], conformer, why) for fit, conformer, why in found["skipped"]]
 
 
-def _warn(skipped, poorly, drawings):
+def _warn(skipped, poorly, drawings, crowded):
+    if crowded:
+        warnings.warn(crowded[0], QXHermiteWarning, 3)
     if skipped:
         text = f"{len(skipped)} skipped, see `skipped`; the first: {skipped[0]!r}"
         warnings.warn(text, QXHermiteWarning, 3)

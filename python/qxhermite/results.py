@@ -12,6 +12,7 @@ import numpy as np
 from qxhermite import molecules
 from qxhermite._core import (
     Molecule,
+    QXHermiteError,
     QXHermiteWarning,
     ScalarGrid,
     write_molecules,
@@ -19,6 +20,7 @@ from qxhermite._core import (
 )
 
 _MOST_REPORTED, _MOST_MAPS = 10000, 10
+_POSE_ENDINGS = (".sdf", ".sd", ".mol", ".pdb", ".qxb")  # of files that keep coordinates
 
 
 class Hit:
@@ -80,10 +82,18 @@ class Hit:
     def _is_map(self):
         return isinstance(self._fit.thing, ScalarGrid)
 
-    def _standing_for_map(self):
-        pose = Molecule([], np.zeros((0, 3)), title=self.title)
-        pose.data = self._texts()
-        return pose
+    def _row(self):
+        """What stands for the hit in a report: its data are the columns of the table."""
+        if self._is_map():
+            row = Molecule([], np.zeros((0, 3)), title=self.title)
+            row.data = self._texts()
+            return row
+        row = self.molecule
+        origin = {"Conformer": str(self.conformer + 1)}
+        if self.record is not None:
+            origin["Record"] = str(self.record)
+        row.data = {**row.data, **origin}
+        return row
 
     def _texts(self):
         combo = not np.isnan(self.charge_tanimoto)
@@ -108,6 +118,12 @@ class Skipped:
         self.reason: str = reason
         self.conformer: int | None = conformer
         self.record: int | None = fit.records[conformer or 0] if fit.records else None
+        unreadable = fit.thing is None and isinstance(fit.source, str)
+        self._error = QXHermiteError if unreadable else ValueError
+
+    def _as_error(self) -> Exception:
+        """What to raise where nothing else was given: QXHermiteError of a file, or ValueError."""
+        return self._error(repr(self))
 
     def __repr__(self):
         place = self.source if isinstance(self.source, str) else self.title
@@ -181,9 +197,19 @@ class OverlayResult(Sequence[Hit]):
         return [hit.to_rdkit() for hit in self._hits]
 
     def write(self, path: str | os.PathLike[str]) -> None:
-        """Writes the poses, best first, to a molecule file (.sdf, .mol, .pdb, .smi, .qxb)."""
+        """Writes the poses, best first, to a molecule file (.sdf, .mol, .pdb, .qxb).
+
+        ValueError where there are none, or the format keeps no coordinates.
+        """
+        if not self._hits:
+            raise ValueError(f"{os.fspath(path)}: there are no hits to write")
         self._require_new(path)
         poses = self._poses()
+        if not str(path).lower().endswith(_POSE_ENDINGS):
+            raise ValueError(
+                f"{os.fspath(path)}: poses cannot be written in this format: name it .sdf, .pdb "
+                "or .qxb"
+            )
         rdkit = [hit._fit.original for hit in self._hits]
         if None not in rdkit and rdkit and str(path).lower().endswith((".sdf", ".sd")):
             molecules.write_rdkit(path, self.to_rdkit())  # keeps all that RDKit knows
@@ -200,7 +226,7 @@ class OverlayResult(Sequence[Hit]):
         self._require_new(path)
         shown = self._hits[:_MOST_REPORTED]
         maps = [row for row, hit in enumerate(shown) if hit._is_map()]
-        settings = dict(self.settings)
+        settings = {name: value for name, value in self.settings.items() if value is not None}
         if len(self) > len(shown):
             text = f"{len(self)} hits: the best {_MOST_REPORTED} are reported"
             warnings.warn(text, QXHermiteWarning, 2)
@@ -208,7 +234,7 @@ class OverlayResult(Sequence[Hit]):
             settings["maps drawn"] = f"{_MOST_MAPS} of {len(maps)}: the best ones"
         write_report(
             path,
-            [hit._standing_for_map() if hit._is_map() else hit.molecule for hit in shown],
+            [hit._row() for hit in shown],
             reference=self.reference,
             title=title or f"Overlay on {self.reference.title or 'the reference'}",
             settings=settings,

@@ -7,9 +7,9 @@ from typing import Iterable
 
 import numpy as np
 
-from qxhermite import molecules
+from qxhermite import arguments, molecules
 from qxhermite._core import Molecule, QXHermiteWarning, ScalarGrid, ShapeSearch
-from qxhermite.fits import read_fits
+from qxhermite.fits import is_single, read_fits
 from qxhermite.overlays import coarse_degree, expansion_options
 from qxhermite.progress import progress_bar
 from qxhermite.results import Skipped
@@ -35,12 +35,14 @@ def similarity_matrix(
 
     mols: an iterable of what `overlay` takes as fits, or a file name. A pair has the score of its
     best two conformers, from overlays of either on the other. Rows and columns of molecules that
-    cannot be expanded are NaN, told by a QXHermiteWarning. The settings are those of `overlay`.
+    cannot be expanded are NaN, told by a QXHermiteWarning; a single file that cannot be read is a
+    QXHermiteError. The settings are those of `overlay`.
 
     The work grows with the square of the number of conformers; threads: None: one a core.
     """
+    arguments.check(locals(), "coarse", "threads")
     threads = num_threads(threads)
-    fits = list(read_fits(mols, group))
+    fits = list(read_fits(mols, group, "mols"))
     if any(isinstance(fit.thing, ScalarGrid) for fit in fits):
         raise TypeError("mols: maps cannot be compared with one another here: use overlay")
     # One without conformers stands for what cannot be used: nothing can be laid over it.
@@ -48,6 +50,8 @@ def similarity_matrix(
     problems = [Skipped(fit, None, fit.problem) for fit in fits if fit.problem]
     options = expansion_options(degree, None)
     n = len(all_mols)
+    if problems and len(problems) == n and is_single(mols):
+        raise problems[0]._as_error()
     settings = dict(
         starts=starts, polish=polish, coarse=coarse_degree(coarse, starts), tolerance=tolerance
     )

@@ -10,8 +10,6 @@ def num_threads(threads):
     """The number of threads asked for; None stands for one a core that may be used."""
     if threads is None:
         return len(os.sched_getaffinity(0)) if hasattr(os, "sched_getaffinity") else os.cpu_count()
-    if threads < 1:
-        raise ValueError("threads: must be at least 1")
     return int(threads)
 
 

@@ -16,6 +16,19 @@ thread_local ReportScope* innermost = nullptr;
 PyObject* warningClass = nullptr;
 PyObject* errorClass = nullptr;
 
+/// Whose line a warning points at, as the warnings of Python count: the first caller outside of the
+/// package, where there is one.
+py::ssize_t LevelOfUser() {
+  py::ssize_t level = 1;
+  auto frame = py::reinterpret_borrow<py::object>(reinterpret_cast<PyObject*>(PyEval_GetFrame()));
+  for (; frame && !frame.is_none(); frame = frame.attr("f_back"), ++level) {
+    const py::object name = frame.attr("f_globals").attr("get")("__name__", "");
+    const std::string module = py::str(name);
+    if (module != "qxhermite" && !module.starts_with("qxhermite.")) return level;
+  }
+  return 1;
+}
+
 }  // namespace
 
 /// What the library reports to.
@@ -44,7 +57,7 @@ void ReportScope::Deliver() {
     if (level == QXErrorLevel::Debug) continue;
     if (level != QXErrorLevel::Warning) {
       errors += (errors.empty() ? "" : "\n") + text;
-    } else if (PyErr_WarnFormat(warningClass, 1, "%U", FromText(text).ptr()) != 0) {
+    } else if (PyErr_WarnFormat(warningClass, LevelOfUser(), "%U", FromText(text).ptr()) != 0) {
       throw py::error_already_set();
     }
   }

@@ -1,6 +1,7 @@
 """qxhermite.overlay, similarity_matrix and expand, and their ways from and to RDKit and NumPy."""
 
 import doctest
+import json
 import os
 import pickle
 import re
@@ -210,18 +211,29 @@ def test_what_cannot_be_used_is_told(celecoxib, tmp_path):
     for reason in ("bad.sdf:2", "no heavy atoms", "missing.sdf", "missing.ccp4", "coordinates"):
         assert any(reason in repr(one) for one in result.skipped), reason
     assert any(f"{bad}:2" in text for text in texts), texts
-    assert any("5 skipped" in text for text in texts), texts
+    assert {warning.filename for warning in told} == {__file__}  # the line of the caller
+    assert any("5 skipped" in text for text in texts)
     assert all(issubclass(w.category, qxhermite.QXHermiteWarning) for w in told)
 
+    with pytest.warns(qxhermite.QXHermiteWarning, match="fit 0: two heavy atoms are 0.14 A apart"):
+        qxhermite.overlay(celecoxib, [([6, 6], [[0, 0, 0], [0, 0, 0.14]])])  # nanometres
+
+    empty = tmp_path / "empty.sdf"
+    empty.touch()
+    with pytest.raises(qxhermite.QXHermiteError, match="missing.sdf"):
+        qxhermite.similarity_matrix("missing.sdf")
     wrong = [
-        (dict(ref="missing.sdf", fits=[]), (qxhermite.QXHermiteError, ValueError), "missing.sdf"),
+        (dict(ref="missing.sdf", fits=[]), qxhermite.QXHermiteError, "missing.sdf"),
+        (dict(ref=str(empty), fits=[]), qxhermite.QXHermiteError, "holds no molecule"),
         (dict(ref=hydrogen, fits=[]), ValueError, "no heavy atoms"),
         (dict(ref=celecoxib, fits=[], starts=5), ValueError, "starts"),
-        (dict(ref=celecoxib, fits=[], degree=101), ValueError, "NPolyMax"),
-        (dict(ref=celecoxib, fits=[], threads=0), ValueError, "threads"),
+        (dict(ref=celecoxib, fits=None), TypeError, "fits: must be"),
+        (dict(ref=celecoxib, fits=5), TypeError, "fits: must be"),
+        (dict(ref=celecoxib, fits=("CO", [[0, 0, 0], [1, 0, 0]])), TypeError, "fits: 'CO'.*list"),
         (dict(ref=celecoxib, fits=[42]), TypeError, "fit 0"),
         (dict(ref=celecoxib, fits=hydrogen), ValueError, "no heavy atoms"),
-        (dict(ref=celecoxib, fits="missing.sdf"), ValueError, "missing.sdf"),
+        (dict(ref=celecoxib, fits="missing.sdf"), qxhermite.QXHermiteError, "missing.sdf"),
+        (dict(ref=celecoxib, fits=str(empty)), qxhermite.QXHermiteError, "holds no molecule"),
         (dict(ref=([6, 6], np.zeros((3, 3))), fits=[]), ValueError, "coordinates"),
     ]
     for arguments, kind, text in wrong:
@@ -240,9 +252,49 @@ def test_results_can_be_written_pickled_and_read(drugs, tmp_path):
     for wrong in (REFERENCE, DRUGS):  # what was read
         with pytest.raises(ValueError, match="would be lost"):
             drugs.write(wrong)
+    for result, name, told in [(drugs, "x.smi", "name it .sdf"), (drugs[:0], "x.sdf", "no hits")]:
+        with pytest.raises(ValueError, match=told):
+            result.write(tmp_path / name)
+        assert not (tmp_path / name).exists()
     with pytest.raises(ValueError, match=".html"):
         drugs.report(tmp_path / "hits.sdf")
     assert "celecoxib" in repr(drugs) and drugs.to_dict()["title"] == drugs.titles
+
+
+def test_reports_tell_where_hits_are_from(drugs, celecoxib, tmp_path):
+    def page(result):
+        result.report(tmp_path / "hits.html")
+        data = re.search('id="data">(.*?)</script>', (tmp_path / "hits.html").read_text(), re.S)[1]
+        found = json.loads(data)
+        columns = {column["name"]: column.get("numbers") for column in found["columns"]}
+        return columns, dict(found["settings"])
+
+    columns, settings = page(drugs)
+    assert columns["Conformer"] == [hit.conformer + 1 for hit in drugs]
+    assert columns["Record"] == [hit.record for hit in drugs]
+    assert "Record" not in drugs[0].molecule.data
+    assert (settings["keep"], settings["width"], settings["group"]) == ("all", "the best", "True")
+    given = dict(width=0.5, keep=1, charge_weight=0.5, charges="gasteiger")
+    columns, settings = page(qxhermite.overlay(celecoxib, celecoxib, **given))
+    assert "Record" not in columns and "reference" not in settings
+    assert {name: settings[name] for name in given} == {k: str(v) for k, v in given.items()}
+
+
+def test_what_rdkit_could_not_read_is_skipped(tmp_path):
+    Chem = pytest.importorskip("rdkit.Chem")
+    path = tmp_path / "some.sdf"
+    with open(DRUGS) as file:
+        records = file.read().split("$$$$\n")[:3]
+    path.write_text("$$$$\n".join([records[0], "broken\n\n\nno counts line\n", records[1], ""]))
+    supplier = Chem.SDMolSupplier(str(path))
+    with pytest.warns(qxhermite.QXHermiteWarning, match="1 skipped.*fit 1: .*RDKit"):
+        result = qxhermite.overlay(REFERENCE, supplier, progress=True)  # to count uses nothing up
+    assert len(result) == 2 and [one.source for one in result.skipped] == [1]
+    with pytest.warns(qxhermite.QXHermiteWarning, match="1 skipped.*fit 1: .*RDKit"):
+        matrix = qxhermite.similarity_matrix(supplier)
+    assert np.isnan(matrix).tolist() == [[False, True, False], [True] * 3, [False, True, False]]
+    with pytest.raises(TypeError, match="mol: must be an rdkit.Chem.Mol"):
+        qxhermite.from_rdkit(None)
 
 
 def test_texts_need_not_be_utf8(tmp_path):

@@ -131,7 +131,7 @@ def test_progress_and_what_it_raises():
     [
         ({}, ValueError, "points: are missing"),
         (dict(points=POINTS, mol=ATOMS), ValueError, "nothing to fit"),
-        (dict(DATA, sites="heavy"), ValueError, "sites"),
+        (dict(DATA, sites="heavy"), ValueError, "mol: is missing: .*sites"),
         (dict(DATA, mol=ATOMS, sites="some"), ValueError, "sites"),
         (dict(DATA, mol=ATOMS, degree=11), ValueError, "degree"),
         (dict(DATA, mol=ATOMS, degree=0), ValueError, "neutral=False"),
