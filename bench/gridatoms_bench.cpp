@@ -142,7 +142,8 @@ struct Samples {
   }
   void Report(benchmark::State& state) const {
     state.counters["samples"] = static_cast<double>(values.size());
-    state.counters["candidates"] = static_cast<double>(candidates.size() / 3);
+    const size_t numCandidates = candidates.size() / 3;
+    state.counters["candidates"] = static_cast<double>(numCandidates);
   }
 
   std::vector<double> points, values, candidates;
