@@ -149,6 +149,13 @@ std::string EnergyText(double energy) {
   return std::abs(energy) < 1e6 ? fmt::format("{:.6f}", energy) : fmt::format("{:.12g}", energy);
 }
 
+std::string ContactText() {
+  return fmt::format(
+      "the molecules run into each other, with sites closer than {} A: the Coulomb energy is not "
+      "that of their interaction there",
+      kContact);
+}
+
 bool ChargesEnergyCommand::IsFinite(double energy, Console& console) const {
   if (std::isfinite(energy)) return true;
   console.Say(
@@ -162,7 +169,7 @@ ExitStatus ChargesEnergyCommand::RunScan(InteractionEnergy& pair, const Vector3d
                                          EnergyScan& scan, Console& console) const {
   const Stage stage(console, b_, fmt::format("computing {} energies", scan_->Size()));
   std::vector<std::vector<std::string>> rows;
-  size_t tooClose = 0;
+  size_t tooClose = 0, inContact = 0;
   for (size_t i = 0; i < scan_->Size(); ++i) {
     const double value = scan_->from + static_cast<double>(i) * scan_->step;
     const Motion motion = MotionOf(*scan_, value, middle);
@@ -170,6 +177,7 @@ ExitStatus ChargesEnergyCommand::RunScan(InteractionEnergy& pair, const Vector3d
     const double energy = close ? 0.0 : pair.At(motion);
     if (!IsFinite(energy, console)) return kNothingDone;
     tooClose += close;
+    inContact += pair.Distance(motion) < kContact;
     rows.push_back({fmt::format("{:.10g}", value), close ? "" : EnergyText(energy)});
     scan.values.push_back(value);
     scan.energies.push_back(close ? std::numeric_limits<double>::quiet_NaN() : energy);
@@ -180,6 +188,10 @@ ExitStatus ChargesEnergyCommand::RunScan(InteractionEnergy& pair, const Vector3d
         fmt::format("{}: at {} of {} places a site comes too close to one of {} for an "
                     "energy, which is left empty: shift it, or fit with a lower --npolymax",
                     b_, tooClose, rows.size(), a_));
+  }
+  if (inContact > 0) {
+    console.Say(
+        fmt::format("{}: at {} of {} places {}", b_, inContact, rows.size(), ContactText()));
   }
   if (!Write(rows, console)) return kNothingDone;
   return tooClose == rows.size() ? kNothingDone : tooClose > 0 ? kSomeSkipped : kAllWell;
@@ -244,6 +256,7 @@ ExitStatus ChargesEnergyCommand::Run() {
   }
   const double energy = pair.At({});
   if (!IsFinite(energy, console)) return kNothingDone;
+  if (pair.Distance({}) < kContact) console.Say(fmt::format("{}: {}", b_, ContactText()));
   std::fputs(fmt::format("{} kcal/mol\n", EnergyText(energy)).c_str(), stdout);
   return kAllWell;
 }

@@ -1,6 +1,8 @@
 #include "tools/interaction_energy.h"
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 #include <vector>
 
 #include "tools/charge_potential.h"
@@ -39,7 +41,8 @@ double InteractionEnergy::At(const Motion& motion) {
   return steep.CoulombEnergy({1, 0, 0, 0, 1, 0, 0, 0, 1}, translation);
 }
 
-bool InteractionEnergy::TooClose(const Motion& motion) const {
+template <typename Visit>
+void InteractionEnergy::ForPairs(const Motion& motion, Visit&& visit) const {
   const auto a = a_.GetParams(), b = b_.GetParams();
   for (unsigned int s = 0; s < a.NumSites(); ++s) {
     for (unsigned int t = 0; t < b.NumSites(); ++t) {
@@ -48,10 +51,21 @@ bool InteractionEnergy::TooClose(const Motion& motion) const {
       const double least =
           LeastDistance(a.GetNPolyMax(s) + b.GetNPolyMax(t), alpha * beta / (alpha + beta));
       const Vector3d moved = motion.rotation * Center(b, t) + motion.translation;
-      if ((moved - Center(a, s)).norm() < least) return true;
+      visit((moved - Center(a, s)).norm(), least);
     }
   }
-  return false;
+}
+
+bool InteractionEnergy::TooClose(const Motion& motion) const {
+  bool tooClose = false;
+  ForPairs(motion, [&](double distance, double least) { tooClose |= distance < least; });
+  return tooClose;
+}
+
+double InteractionEnergy::Distance(const Motion& motion) const {
+  double shortest = std::numeric_limits<double>::infinity();
+  ForPairs(motion, [&](double distance, double) { shortest = std::min(shortest, distance); });
+  return shortest;
 }
 
 }  // namespace QXTools

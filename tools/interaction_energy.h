@@ -12,6 +12,10 @@ struct Motion {
   Eigen::Vector3d translation = Eigen::Vector3d::Zero();
 };
 
+/// Sites that are closer, in angstrom, belong to molecules that run into each other: the Coulomb
+/// energy of what they were alone says little about them.
+inline constexpr double kContact = 1.5;
+
 /// The Coulomb energy of two charge densities, the second of which may be moved, and whether it can
 /// be computed.
 class InteractionEnergy {
@@ -24,8 +28,14 @@ class InteractionEnergy {
   double At(const Motion& motion);
   /// True when sites are too close for the closed form, see LeastDistance.
   bool TooClose(const Motion& motion) const;
+  /// The least distance of a site of one to a site of the other, in angstrom.
+  double Distance(const Motion& motion) const;
 
  private:
+  /// visit(distance, least distance for the closed form) of each pair of sites with functions.
+  template <typename Visit>
+  void ForPairs(const Motion& motion, Visit&& visit) const;
+
   const QXHermiteMath::QXHermiteChargeDensity a_, b_;
   QXHermiteMath::QXHermiteInteraction interaction_;
 };

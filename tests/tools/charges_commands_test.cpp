@@ -109,6 +109,7 @@ TEST_F(ChargesCommands, NarrowChargesFollowCoulombsLaw) {
   ASSERT_EQ(Run({"charges", "energy", "a.json", "b.json", "--scan", "z:-3:1:2", "--out", "s.csv"}),
             2);
   EXPECT_THAT(err_, HasSubstr("at 1 of 3 places a site comes too close"));
+  EXPECT_THAT(err_, HasSubstr("at 1 of 3 places the molecules run into each other"));
   const Csv scan = ReadCsv(Path("s.csv"));
   EXPECT_EQ(scan.header, "shift [angstrom],energy [kcal/mol]");
   ASSERT_EQ(scan.rows.size(), 3u);
