@@ -13,7 +13,10 @@
 using namespace QXHermiteMath;
 
 int main(int argc, char** argv) {
-  if (argc != 3) return 1;
+  if (argc != 3) {
+    std::fprintf(stderr, "usage: map_to_atoms MAP ATOMS\n");
+    return 2;
+  }
   QXCore::QXScalarGrid grid;
   if (!QXCore::QXReadGrid(argv[1], grid)) return 1;  // the reason has been reported
 

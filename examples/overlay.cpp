@@ -24,7 +24,10 @@ QXHermite Expand(QXMol mol, const QXHermiteOptions& options) {
 }
 
 int main(int argc, char** argv) {
-  if (argc != 3) return 1;
+  if (argc != 3) {
+    std::fprintf(stderr, "usage: overlay REFERENCE LIBRARY\n");
+    return 2;
+  }
   qxmolistream references(argv[1]), fits(argv[2]);
   QXMol mol;
   if (!QXReadMolecule(references, mol)) return 1;

@@ -22,7 +22,10 @@ QXHermite Expand(const QXMol& mol, const QXHermiteOptions& options) {
 }
 
 int main(int argc, char** argv) {
-  if (argc != 2) return 1;
+  if (argc != 2) {
+    std::fprintf(stderr, "usage: turn_and_move MOLECULE\n");
+    return 2;
+  }
   qxmolistream in(argv[1]);
   QXMol mol;
   if (!QXReadMolecule(in, mol)) return 1;  // the reason has been reported
