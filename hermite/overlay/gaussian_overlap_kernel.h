@@ -76,6 +76,7 @@ struct GaussianPairKernel {
     const double* lane = reinterpret_cast<const double*>(&total);
     for (size_t i = 0; i < sizeof(total) / sizeof(total.v); ++i) {
       double sum = 0.0;
+      // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.Assign)
       for (size_t k = 0; k < kPack; ++k) sum += *lane++;
       sums[i] = sum;
     }

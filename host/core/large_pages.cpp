@@ -13,6 +13,7 @@ void QXUseLargePages([[maybe_unused]] void* block, [[maybe_unused]] size_t bytes
   const uintptr_t first = (address + kLargePage - 1) / kLargePage * kLargePage;
   const uintptr_t last = (address + bytes) / kLargePage * kLargePage;
   // What it returns is of no interest: without large pages the block is as it was.
+  // NOLINTNEXTLINE(performance-no-int-to-ptr)
   if (first < last) madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
 #endif
 }

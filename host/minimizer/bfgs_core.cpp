@@ -96,7 +96,7 @@ void QXBFGSCore::Start(unsigned int n, const double* start, unsigned int iterLim
   hasModel_ = model != nullptr;
   modelAge_ = n;  // a given model has no guesses that it would have to outgrow
   double* h = InverseHessian();
-  for (size_t i = 0; hasModel_ && i < size; ++i)
+  for (size_t i = 0; model && i < size; ++i)
     for (size_t j = 0; j <= i; ++j) h[i * size + j] = h[j * size + i] = *model++;
   status_ = QXMinimizerStatus::NotRun;
   iterations_ = evaluations_ = 0;

@@ -49,7 +49,7 @@ py::array_t<double> ToArray(std::vector<double> values, std::vector<py::ssize_t>
   const double* data = kept->data();
   const py::capsule owner(kept.get(),
                           [](void* vector) { delete static_cast<std::vector<double>*>(vector); });
-  kept.release();
+  static_cast<void>(kept.release());
   return py::array_t<double>(std::move(shape), data, owner);
 }
 
