@@ -149,13 +149,6 @@ std::string EnergyText(double energy) {
   return std::abs(energy) < 1e6 ? fmt::format("{:.6f}", energy) : fmt::format("{:.12g}", energy);
 }
 
-std::string ContactText() {
-  return fmt::format(
-      "the molecules run into each other, with sites closer than {} A: the Coulomb energy is not "
-      "that of their interaction there",
-      kContact);
-}
-
 bool ChargesEnergyCommand::IsFinite(double energy, Console& console) const {
   if (std::isfinite(energy)) return true;
   console.Say(
@@ -191,7 +184,7 @@ ExitStatus ChargesEnergyCommand::RunScan(InteractionEnergy& pair, const Vector3d
   }
   if (inContact > 0) {
     console.Say(
-        fmt::format("{}: at {} of {} places {}", b_, inContact, rows.size(), ContactText()));
+        fmt::format("{}: at {} of {} places {}", b_, inContact, rows.size(), kContactWarning));
   }
   if (!Write(rows, console)) return kNothingDone;
   return tooClose == rows.size() ? kNothingDone : tooClose > 0 ? kSomeSkipped : kAllWell;
@@ -256,7 +249,7 @@ ExitStatus ChargesEnergyCommand::Run() {
   }
   const double energy = pair.At({});
   if (!IsFinite(energy, console)) return kNothingDone;
-  if (pair.Distance({}) < kContact) console.Say(fmt::format("{}: {}", b_, ContactText()));
+  if (pair.Distance({}) < kContact) console.Say(fmt::format("{}: {}", b_, kContactWarning));
   std::fputs(fmt::format("{} kcal/mol\n", EnergyText(energy)).c_str(), stdout);
   return kAllWell;
 }

@@ -15,6 +15,10 @@ struct Motion {
 /// Sites that are closer, in angstrom, belong to molecules that run into each other: the Coulomb
 /// energy of what they were alone says little about them.
 inline constexpr double kContact = 1.5;
+inline constexpr const char* kContactWarning =
+    "the molecules run into each other, with sites closer than 1.5 A: the Coulomb energy is not "
+    "that "
+    "of their interaction there";
 
 /// The Coulomb energy of two charge densities, the second of which may be moved, and whether it can
 /// be computed.

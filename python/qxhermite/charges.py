@@ -197,8 +197,9 @@ def interaction_energy(
 
     a, b: each a HermiteChargeDensity, a ChargeFit, or the name of a file. transforms: (4, 4) for a
     rigid motion p' = R p + t of b, or (n, 4, 4) for many. A float, or (n,) for many. NaN, with a
-    QXHermiteWarning, where a site of one comes too close to a site of the other. progress: a bar over
-    the transforms.
+    QXHermiteWarning, where a site of one comes too close to a site of the other; a warning as well
+    where sites are closer than 1.5 angstrom, for the molecules run into each other there. progress: a
+    bar over the transforms.
     """
     arguments.check(locals())
     a, b = _as_density(a), _as_density(b)

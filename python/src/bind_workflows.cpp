@@ -342,8 +342,9 @@ py::array_t<double> Energies(const QXHermiteChargeDensity& a, const QXHermiteCha
   return ToArray(Call([&] {
     QXTools::InteractionEnergy energy(a, b);
     std::vector<double> energies;
-    size_t close = 0;
+    size_t close = 0, inContact = 0;
     for (const QXTools::Motion& motion : motions) {
+      inContact += energy.Distance(motion) < QXTools::kContact;
       const bool tooClose = energy.TooClose(motion);
       close += tooClose;
       energies.push_back(tooClose ? std::numeric_limits<double>::quiet_NaN() : energy.At(motion));
@@ -353,6 +354,10 @@ py::array_t<double> Energies(const QXHermiteChargeDensity& a, const QXHermiteCha
           "at %zu of %zu places a site comes too close to one of the other density for an energy, "
           "which is NaN: move it, or fit with a lower degree",
           close, energies.size());
+    }
+    if (inContact > 0) {
+      QXThrow.Warning("at %zu of %zu places %s", inContact, energies.size(),
+                      QXTools::kContactWarning);
     }
     return energies;
   }));
