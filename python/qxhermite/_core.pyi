@@ -711,13 +711,15 @@ class _SeveralSites:  # what the three below have in common
     def __copy__(self: _Self) -> _Self: ...
     def __deepcopy__(self: _Self, memo: dict[Any, Any]) -> _Self: ...
 
-class MultiHermite(_SeveralSites):
+class _OfCoefficients(_SeveralSites):
     def __init__(
         self,
         params: MultiHermiteParameters,
         coefficients: Optional[ArrayLike] = ...,
         actives: Optional[ArrayLike] = ...,
     ) -> None: ...
+
+class MultiHermite(_OfCoefficients):
     @staticmethod
     def fit(
         points: ArrayLike,
@@ -823,13 +825,7 @@ def grid_to_mol(
 
 # Charge densities.
 
-class HermiteChargeDensity(_SeveralSites):
-    def __init__(
-        self,
-        params: MultiHermiteParameters,
-        coefficients: Optional[ArrayLike] = ...,
-        actives: Optional[ArrayLike] = ...,
-    ) -> None: ...
+class HermiteChargeDensity(_OfCoefficients):
     @property
     def total_charge(self) -> float: ...
     @property

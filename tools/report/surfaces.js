@@ -1,8 +1,8 @@
 // The surfaces that can be shown, each with a button and a slider for its level.
 
-/// What can be shown. Of a row: whether has(row) there is something, its field(row), which is worked
-/// out when it is drawn, and the scale(row) of its levels, {level, largest}; away is told where there
-/// is nothing. What comes and goes with the rows is a mesh beside what stays.
+/// What can be shown. Of a row: whether has(row) there is something, its field(row), which is
+/// worked out when it is drawn, and the scale(row) of its levels, {level, largest}; away is told
+/// where there is nothing. What is ofRow comes and goes with the rows.
 function surfaceList(reference, fields) {
   const rowFields = new Map();  // by name, then by row
   for (const field of fields) {
@@ -31,19 +31,21 @@ function referenceShape(reference) {
 
 /// Those of the molecules of rows that have no field of their own.
 function rowShapes(rowsWithField) {
-  const has = row => report.poses[row] && report.structures[report.poses[row][0]].bonds.length > 0 &&
-      !rowsWithField.has(row);
+  const has = row => !rowsWithField.has(row) && report.poses[row] &&
+      report.structures[report.poses[row][0]].bonds.length > 0;
   if (!report.shapes || !report.poses.some((pose, row) => has(row))) return [];
   const scale = shapeScale();
-  return [{name: `Density of the ${report.rowName}`, key: 'row-density', unit: '', color: colors.row,
-           isMesh: true, away: `not of this ${report.rowName}`, has, scale: () => scale,
+  return [{name: `Density of the ${report.rowName}`, key: 'row-density', unit: '',
+           color: colors.row, isMesh: true, ofRow: true, away: `not of this ${report.rowName}`, has,
+           scale: () => scale,
            field: row => shapeDensity(decodeMolecule(report.poses[row]))}];
 }
 
 function fieldSurface(field, at) {
   const {name, unit, bothSigns, shown} = field;
   return {name, key: `field-${at}`, unit, bothSigns, pressed: shown, color: colors.positive,
-          away: 'nothing above 0', has: () => field.level > 0, field: () => field, scale: () => field};
+          away: 'nothing above 0', has: () => field.level > 0, field: () => field,
+          scale: () => field};
 }
 
 /// One for the fields of one name that belong to a row each.
@@ -51,9 +53,10 @@ function rowFieldSurface(rows) {
   const [[first, {name, unit, bothSigns, shown}]] = rows;
   const away = rows.size > 1 ? `not for this ${report.rowName}`
       : `only for ${report.rowName} ${first + 1}`;
-  return {name, key: `rows-${name}`, unit, bothSigns, pressed: shown, away, isMesh: !bothSigns,
-          color: bothSigns ? colors.positive : colors.row, has: row => rows.get(row)?.level > 0,
-          field: row => rows.get(row), scale: row => rows.get(row)};
+  return {name, key: `rows-${name}`, unit, bothSigns, pressed: shown, away, ofRow: true,
+          isMesh: !bothSigns, color: bothSigns ? colors.positive : colors.row,
+          has: row => rows.get(row)?.level > 0, field: row => rows.get(row),
+          scale: row => rows.get(row)};
 }
 
 const levelRange = 1000;  // from the lowest level to the highest
@@ -76,7 +79,7 @@ class SurfaceControl {
 
   choose(row) {
     this.row = row;
-    this.update();
+    if (this.surface.ofRow) this.update();
   }
 
   update() {
